@@ -1,0 +1,86 @@
+# SPDX-License-Identifier: Apache-2.0
+# What add_aidl_ndk_library does during the build; run with `cmake -DTASK=... -P`.
+
+file(STRINGS ${OUTPUT}/inputs.txt files)
+set(frozen ${FROZEN}/${VERSION})
+set(current ${FROZEN}/current)
+set(hash_file ${frozen}/.hash)
+set(present ${OUTPUT}/api)
+set(how_to_update "  cmake --build ${BUILD} --target ${NAME}-update-api")
+set(how_to_freeze "  cmake --build ${BUILD} --target ${NAME}-freeze-api")
+
+function(run_aidl)
+  execute_process(COMMAND ${AIDL} ${ARGN} RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "The AIDL compiler reported errors, see above.")
+  endif()
+endfunction()
+
+# Like `find ./ -name '*.aidl' -print0 | LC_ALL=C sort -z | xargs -0 sha1sum` in the folder, then a line
+# with the number of the version before; of all that the SHA-1.
+function(api_hash folder result)
+  file(GLOB_RECURSE dumped RELATIVE ${folder} ${folder}/*.aidl)
+  list(SORT dumped COMPARE STRING)
+  set(text "")
+  foreach(file IN LISTS dumped)
+    file(SHA1 ${folder}/${file} sum)
+    string(APPEND text "${sum}  ./${file}\n")
+  endforeach()
+  math(EXPR before "${VERSION} - 1")
+  string(APPEND text "${before}\n")
+  string(SHA1 hash "${text}")
+  set(${result} ${hash} PARENT_SCOPE)
+endfunction()
+
+function(dump folder)
+  file(REMOVE_RECURSE ${folder}/${PACKAGE_PATH})
+  run_aidl(--dumpapi --structured --stability=vintf -I ${ROOT} --out ${folder} ${files})
+endfunction()
+
+function(read_hash result)
+  if(NOT EXISTS ${hash_file})
+    message(FATAL_ERROR "Version ${VERSION} of the API is not frozen: there is no ${hash_file}.\n"
+            "Freeze it with:\n${how_to_freeze}")
+  endif()
+  file(STRINGS ${hash_file} lines)
+  if(NOT "${lines}" MATCHES "^[0-9a-f]+$")
+    message(FATAL_ERROR "${hash_file} must hold one line, the hash in hexadecimal digits.")
+  endif()
+  set(${result} "${lines}" PARENT_SCOPE)
+endfunction()
+
+function(check_equal folder command)
+  execute_process(COMMAND ${AIDL} --checkapi=equal ${folder} ${present} RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "The .aidl files below ${ROOT} and the API dump ${folder} differ, see above. "
+            "If the change is meant, update the dump with:\n${command}")
+  endif()
+endfunction()
+
+if(TASK STREQUAL "generate")
+  read_hash(hash)
+  run_aidl(--lang=ndk --structured --stability=vintf --version ${VERSION} --hash ${hash} -I ${ROOT}
+           -o ${OUTPUT}/src -h ${OUTPUT}/include ${files})
+elseif(TASK STREQUAL "check")
+  dump(${present})
+  read_hash(hash)
+  check_equal(${current} ${how_to_update})
+  check_equal(${frozen} "${how_to_freeze}\nIf version ${VERSION} is released already, raise \
+VERSION instead.")
+  api_hash(${frozen} expected)
+  if(NOT "${hash}" STREQUAL "${expected}")
+    message(FATAL_ERROR "${hash_file} holds ${hash}, but the files beside it have ${expected}: one of "
+            "them was changed by hand. Restore them, or write both anew with:\n${how_to_freeze}")
+  endif()
+  file(TOUCH ${OUTPUT}/api-checked)
+elseif(TASK STREQUAL "update")
+  dump(${current})
+elseif(TASK STREQUAL "freeze")
+  dump(${current})
+  dump(${frozen})
+  api_hash(${frozen} hash)
+  file(WRITE ${hash_file} "${hash}\n")
+  message(STATUS "Version ${VERSION} is frozen with hash ${hash}")
+else()
+  message(FATAL_ERROR "unknown TASK '${TASK}'")
+endif()
