@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android-base/logging.h>
+#include <android-base/properties.h>
+#include <gmock/gmock.h>
+#include <host/property_list.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "temporary_runtime.h"
+
+namespace {
+
+using namespace android::base;
+using android::host::listProperties;
+using android::host::setProperty;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Pair;
+
+class PropertiesTest : public TemporaryRuntime {
+  protected:
+    static bool set(const std::string& name, const std::string& value) {
+        std::string error;
+        const bool done = setProperty(name, value, &error);
+        EXPECT_EQ(done, error.empty()) << error;
+        return done;
+    }
+};
+
+TEST_F(PropertiesTest, ValueIsTheWholeFileAndReplacesTheFormer) {
+    ASSERT_TRUE(SetProperty("vendor.wlcservice.start", "1"));
+    std::ifstream file(mDir + "/properties/vendor.wlcservice.start");
+    EXPECT_EQ("1", std::string(std::istreambuf_iterator<char>(file), {}));
+    ASSERT_TRUE(SetProperty("vendor.wlcservice.start", ""));
+    EXPECT_EQ("default", GetProperty("vendor.wlcservice.start", "default"));
+    EXPECT_EQ("default", GetProperty("vendor.other", "default"));
+}
+
+TEST_F(PropertiesTest, NamesAreCheckedBeforeAnyFileIsTouched) {
+    const std::string longest(247, 'n');
+    for (const std::string& name : {std::string("a"), std::string("A-b@c:d_e.9"), longest}) {
+        EXPECT_TRUE(set(name, "v")) << name;
+        EXPECT_EQ("v", GetProperty(name, ""));
+    }
+    for (const std::string& name :
+         {std::string(), std::string("."), std::string(".a"), std::string("a."),
+          std::string("a..b"), std::string("../../etc/x"), std::string("a/b"), std::string("a b"),
+          std::string("a\n"), std::string("a\0b", 3), std::string("\xc3\xa9"), longest + "n"}) {
+        EXPECT_FALSE(set(name, "v")) << name;
+        EXPECT_EQ("fallback", GetProperty(name, "fallback"));
+    }
+}
+
+TEST_F(PropertiesTest, ValuesAreLimitedInLengthAndContent) {
+    const struct {
+        const char* name;
+        std::string value;
+        bool fits;
+    } kCases[] = {
+        {"p", std::string(91, 'v'), true},
+        {"p", std::string(92, 'v'), false},
+        {"ro.fits", std::string(65535, 'v'), true},
+        {"ro.not", std::string(65536, 'v'), false},
+        {"p", "é € 😀", true},
+        {"p", std::string("a\0b", 3), false},
+        {"p", "\xff", false},
+        {"p", "cut \xe2\x82", false},
+        {"p", "overlong \xc0\xaf", false},
+        {"p", "surrogate \xed\xa0\x80", false},
+        {"p", "beyond \xf4\x90\x80\x80", false},
+    };
+    for (const auto& item : kCases) {
+        const std::string former = GetProperty(item.name, "");
+        EXPECT_EQ(item.fits, set(item.name, item.value)) << item.value.substr(0, 20);
+        EXPECT_EQ(item.fits ? item.value : former, GetProperty(item.name, ""));
+    }
+}
+
+TEST_F(PropertiesTest, ReadOnlyPropertyIsSetOnce) {
+    EXPECT_TRUE(set("ro.once", "first"));
+    EXPECT_FALSE(set("ro.once", "second"));
+    EXPECT_EQ("first", GetProperty("ro.once", ""));
+}
+
+TEST_F(PropertiesTest, ReaderSeesOneWholeValueOrTheOther) {
+    const std::string shorter(10, 'a');
+    const std::string longer(91, 'b');
+    ASSERT_TRUE(SetProperty("p", shorter));
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 0; i < 500; ++i) EXPECT_TRUE(SetProperty("p", i % 2 == 0 ? longer : shorter));
+        done = true;
+    });
+    while (!done) {
+        const std::string value = GetProperty("p", "none");
+        EXPECT_TRUE(value == shorter || value == longer) << value;
+    }
+    writer.join();
+    std::vector<std::pair<std::string, std::string>> all;
+    std::string error;
+    ASSERT_TRUE(listProperties(&all, &error)) << error;
+    EXPECT_THAT(all, ElementsAre(Pair("p", shorter)));
+}
+
+TEST_F(PropertiesTest, NumbersAndBooleansOutsideTheRulesGiveTheDefault) {
+    const struct {
+        const char* text;
+        int expected;  // -1: the default
+    } kNumbers[] = {{"5", 5},     {"+5", 5},
+                    {"0x1F", 31}, {"010", 10},
+                    {"100", 100}, {"101", -1},
+                    {"5 ", -1},   {" 5", -1},
+                    {"-", -1},    {"0x", -1},
+                    {"x", -1},    {"--5", -1},
+                    {"1e1", -1},  {"99999999999999999999", -1},
+                    {"a", -1}};
+    for (const auto& item : kNumbers) {
+        ASSERT_TRUE(SetProperty("n", item.text));
+        EXPECT_EQ(item.expected, GetIntProperty<int>("n", -1, 0, 100)) << item.text;
+    }
+    ASSERT_TRUE(SetProperty("n", "-128"));
+    EXPECT_EQ(-128, GetIntProperty<int8_t>("n", 0));
+    EXPECT_EQ(7u, GetUintProperty<uint64_t>("n", 7));
+    ASSERT_TRUE(SetProperty("n", "18446744073709551615"));
+    EXPECT_EQ(UINT64_MAX, GetUintProperty<uint64_t>("n", 7));
+    EXPECT_EQ(7, GetIntProperty<int64_t>("n", 7));
+
+    for (const char* yes : {"1", "y", "yes", "on", "true"}) {
+        ASSERT_TRUE(SetProperty("b", yes));
+        EXPECT_TRUE(GetBoolProperty("b", false)) << yes;
+    }
+    for (const char* no : {"0", "n", "no", "off", "false"}) {
+        ASSERT_TRUE(SetProperty("b", no));
+        EXPECT_FALSE(GetBoolProperty("b", true)) << no;
+    }
+    ASSERT_TRUE(SetProperty("b", "TRUE"));
+    EXPECT_FALSE(GetBoolProperty("b", false));
+}
+
+TEST_F(PropertiesTest, WaitEndsWithTheValueOrTheTime) {
+    EXPECT_FALSE(WaitForProperty("p", "go", std::chrono::milliseconds(0)));
+    std::thread setter([] {
+        EXPECT_TRUE(SetProperty("p", "not yet"));
+        EXPECT_TRUE(SetProperty("p", "go"));
+    });
+    EXPECT_TRUE(WaitForPropertyCreation("p", std::chrono::seconds(20)));
+    EXPECT_TRUE(WaitForProperty("p", "go", std::chrono::seconds(20)));
+    setter.join();
+    EXPECT_FALSE(WaitForProperty("p", "other", std::chrono::milliseconds(5)));
+}
+
+TEST_F(PropertiesTest, WhatIsNoFileIsNoProperty) {
+    ASSERT_TRUE(SetProperty("good", "1"));
+    const std::string folder = mDir + "/properties/";
+    ASSERT_EQ(0, mkfifo((folder + "fifo").c_str(), 0600));
+    ASSERT_EQ(0, symlink("/etc/passwd", (folder + "link").c_str()));
+    ASSERT_EQ(0, mkdir((folder + "folder").c_str(), 0700));
+    std::ofstream(folder + "huge") << std::string(70000, 'x');
+    for (const char* name : {"fifo", "link", "folder", "huge"}) {
+        EXPECT_EQ("none", GetProperty(name, "none")) << name;
+    }
+    std::vector<std::pair<std::string, std::string>> all;
+    std::string error;
+    ASSERT_TRUE(listProperties(&all, &error)) << error;
+    EXPECT_THAT(all, ElementsAre(Pair("good", "1")));
+}
+
+TEST_F(PropertiesTest, OpenRuntimeFolderIsRefusedWithTheReason) {
+    ASSERT_TRUE(SetProperty("p", "1"));
+    ASSERT_EQ(0, chmod(mDir.c_str(), 0777));
+    std::string error;
+    EXPECT_FALSE(setProperty("p", "2", &error));
+    EXPECT_THAT(error, HasSubstr("0777"));
+    EXPECT_EQ("none", GetProperty("p", "none"));
+}
+
+}  // namespace

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <host/runtime_dir.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "temporary_runtime.h"
+
+namespace {
+
+using android::host::hostRuntimeDir;
+using android::host::hostRuntimeSubdir;
+using testing::AllOf;
+using testing::HasSubstr;
+
+mode_t modeOf(const std::string& path) {
+    struct stat info = {};
+    EXPECT_EQ(0, lstat(path.c_str(), &info)) << path;
+    return info.st_mode & 07777;
+}
+
+class RuntimeDirTest : public TemporaryRuntime {
+  protected:
+    // The message of a refusal; empty when the folder was accepted.
+    static std::string refusal() {
+        std::string path = "untouched";
+        std::string error;
+        if (hostRuntimeDir(&path, &error)) return {};
+        EXPECT_EQ("untouched", path);
+        return error;
+    }
+    static std::string accepted() {
+        std::string path;
+        std::string error;
+        EXPECT_TRUE(hostRuntimeDir(&path, &error)) << error;
+        return path;
+    }
+};
+
+TEST_F(RuntimeDirTest, MissingFolderIsMadePrivateAndFoundAgain) {
+    const mode_t former = umask(0);
+    EXPECT_EQ(mDir, accepted());
+    umask(former);
+    EXPECT_EQ(mode_t{0700}, modeOf(mDir));
+    EXPECT_EQ(mDir, accepted());
+}
+
+TEST_F(RuntimeDirTest, SlashesAtTheEndMakeNoDifference) {
+    setenv("ANDROID_HOST_DIR", (mDir + "//").c_str(), 1);
+    EXPECT_EQ(mDir, accepted());
+}
+
+TEST_F(RuntimeDirTest, AnyPermissionForOthersIsRefused) {
+    accepted();
+    for (const mode_t open : {0710, 0701, 0740, 0704, 0720, 0702, 0777}) {
+        ASSERT_EQ(0, chmod(mDir.c_str(), open));
+        char mode[8];
+        snprintf(mode, sizeof(mode), "%04o", open);
+        EXPECT_THAT(refusal(), AllOf(HasSubstr(mDir), HasSubstr("uid " + std::to_string(geteuid())),
+                                     HasSubstr(mode), HasSubstr("0700")));
+        EXPECT_EQ(open, modeOf(mDir)) << "it must not be corrected silently";
+    }
+    ASSERT_EQ(0, chmod(mDir.c_str(), 0500));
+    EXPECT_EQ("", refusal());
+}
+
+TEST_F(RuntimeDirTest, FolderOfAnotherUserIsRefused) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root, to give a folder to another user";
+    accepted();
+    ASSERT_EQ(0, chown(mDir.c_str(), 12345, 12345));
+    EXPECT_THAT(refusal(), AllOf(HasSubstr(mDir), HasSubstr("uid 12345"), HasSubstr("uid 0")));
+}
+
+TEST_F(RuntimeDirTest, WhatIsNoFolderIsRefused) {
+    close(open(mDir.c_str(), O_CREAT | O_WRONLY, 0600));
+    EXPECT_THAT(refusal(), AllOf(HasSubstr(mDir), HasSubstr("not a folder")));
+}
+
+TEST_F(RuntimeDirTest, LinkIsJudgedByItsMakerAndItsTarget) {
+    const std::string target = mBase + "/target";
+    ASSERT_EQ(0, mkdir(target.c_str(), 0700));
+    ASSERT_EQ(0, symlink(target.c_str(), mDir.c_str()));
+    EXPECT_EQ(mDir, accepted());
+    ASSERT_EQ(0, chmod(target.c_str(), 0755));
+    EXPECT_THAT(refusal(), HasSubstr("0755"));
+    ASSERT_EQ(0, rmdir(target.c_str()));
+    EXPECT_THAT(refusal(), HasSubstr(mDir));
+    if (geteuid() != 0) GTEST_SKIP() << "the rest needs root, to give a link to another user";
+    ASSERT_EQ(0, mkdir(target.c_str(), 0700));
+    ASSERT_EQ(0, lchown(mDir.c_str(), 12345, 12345));
+    EXPECT_THAT(refusal(), AllOf(HasSubstr("symbolic link"), HasSubstr("uid 12345")));
+}
+
+TEST_F(RuntimeDirTest, UnusableSettingsAreExplained) {
+    setenv("ANDROID_HOST_DIR", "relative/dir", 1);
+    EXPECT_THAT(refusal(), AllOf(HasSubstr("relative/dir"), HasSubstr("absolute")));
+    setenv("ANDROID_HOST_DIR", (mBase + "/no/parent").c_str(), 1);
+    EXPECT_THAT(refusal(), AllOf(HasSubstr("/no/parent"), HasSubstr("parent")));
+}
+
+TEST_F(RuntimeDirTest, DefaultsFollowTheSessionFolder) {
+    const char* former = getenv("XDG_RUNTIME_DIR");
+    const std::string saved = former != nullptr ? former : "";
+    for (const char* unset : {"", static_cast<const char*>(nullptr)}) {
+        if (unset != nullptr) setenv("ANDROID_HOST_DIR", unset, 1);
+        if (unset == nullptr) unsetenv("ANDROID_HOST_DIR");
+        setenv("XDG_RUNTIME_DIR", mBase.c_str(), 1);
+        EXPECT_EQ(mBase + "/android-host", accepted());
+    }
+    if (former != nullptr) {
+        setenv("XDG_RUNTIME_DIR", saved.c_str(), 1);
+    } else {
+        unsetenv("XDG_RUNTIME_DIR");
+    }
+}
+
+TEST_F(RuntimeDirTest, SubfoldersAreMadePrivateAtEachLevel) {
+    std::string path;
+    std::string error;
+    ASSERT_TRUE(hostRuntimeSubdir("a/b", &path, &error)) << error;
+    EXPECT_EQ(mDir + "/a/b", path);
+    EXPECT_EQ(mode_t{0700}, modeOf(mDir + "/a"));
+    ASSERT_EQ(0, chmod((mDir + "/a").c_str(), 0755));
+    EXPECT_FALSE(hostRuntimeSubdir("a/b", &path, &error));
+    EXPECT_THAT(error, HasSubstr(mDir + "/a "));
+}
+
+TEST_F(RuntimeDirTest, SubfolderNamesCannotLeaveTheFolder) {
+    for (const std::string name : {"", "/", "..", ".", "a/../b", "/a", "a/", "a//b"}) {
+        std::string path;
+        std::string error;
+        EXPECT_FALSE(hostRuntimeSubdir(name, &path, &error)) << name;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cutils/uevent.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/netlink.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+constexpr int kBufferSize = 65536;
+constexpr int kLimitMs = 10000;
+
+// A receive buffer full of a mark, so that what is written and what is cleared shows.
+struct Received {
+    explicit Received(int socket, size_t length = 2048) : buffer(length, '#') {
+        errno = 0;
+        size = uevent_kernel_multicast_uid_recv(socket, buffer.data(), buffer.size(), &uid);
+        error = errno;
+    }
+    std::string text() const {
+        return buffer.substr(0, static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    }
+    bool isCleared() const { return buffer == std::string(buffer.size(), '\0'); }
+
+    std::string buffer;
+    ssize_t size;
+    int error;
+    uid_t uid = 0;
+};
+
+bool becomesReadable(int socket) {
+    pollfd ready = {socket, POLLIN, 0};
+    return poll(&ready, 1, kLimitMs) == 1;
+}
+
+class NetlinkUeventTest : public testing::Test {
+  protected:
+    NetlinkUeventTest() {
+        unsetenv("ANDROID_HOST_UEVENT_SOCKET");
+        mSocket = uevent_open_socket(kBufferSize, true);
+        if (mSocket >= 0) fcntl(mSocket, F_SETFL, O_NONBLOCK);
+    }
+    ~NetlinkUeventTest() override { close(mSocket); }
+
+    // Sends a message to our socket, directly (groups 0) or to multicast groups, as root's
+    // processes can.
+    bool forge(const std::string& text, unsigned groups) const {
+        sockaddr_nl own = {};
+        socklen_t size = sizeof(own);
+        EXPECT_EQ(0, getsockname(mSocket, reinterpret_cast<sockaddr*>(&own), &size));
+        const int sender = socket(PF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT);
+        sockaddr_nl to = {};
+        to.nl_family = AF_NETLINK;
+        to.nl_groups = groups;
+        to.nl_pid = groups == 0 ? own.nl_pid : 0;
+        const ssize_t sent = sendto(sender, text.data(), text.size(), 0,
+                                    reinterpret_cast<const sockaddr*>(&to), sizeof(to));
+        const int error = errno;
+        close(sender);
+        errno = error;
+        return sent == static_cast<ssize_t>(text.size());
+    }
+
+    int mSocket = -1;
+};
+
+TEST_F(NetlinkUeventTest, SocketIsReadyForUse) {
+    ASSERT_GE(mSocket, 0) << strerror(errno);
+    EXPECT_NE(0, fcntl(mSocket, F_GETFD) & FD_CLOEXEC);
+    int on = 0;
+    socklen_t size = sizeof(on);
+    ASSERT_EQ(0, getsockopt(mSocket, SOL_SOCKET, SO_PASSCRED, &on, &size));
+    EXPECT_EQ(1, on);
+    int bytes = 0;
+    ASSERT_EQ(0, getsockopt(mSocket, SOL_SOCKET, SO_RCVBUF, &bytes, &size));
+    EXPECT_GE(bytes, kBufferSize);
+}
+
+TEST_F(NetlinkUeventTest, NothingThereIsEagain) {
+    ASSERT_GE(mSocket, 0);
+    // Other uevents of the machine may be waiting.
+    for (;;) {
+        const Received message(mSocket);
+        if (message.size > 0) continue;
+        EXPECT_EQ(EAGAIN, message.error);
+        EXPECT_EQ(static_cast<uid_t>(-1), message.uid);
+        break;
+    }
+}
+
+TEST_F(NetlinkUeventTest, KernelMessageIsDelivered) {
+    ASSERT_GE(mSocket, 0);
+    std::ofstream trigger("/sys/class/mem/null/uevent");
+    const std::string uuid = "01234567-89ab-cdef-0123-456789abcdef";
+    trigger << "change " << uuid << " SOURCE=WLC DRIVER=p9221" << std::flush;
+    if (!trigger) {
+        GTEST_SKIP() << "needs root and a writable /sys, to have the kernel send a uevent";
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLimitMs);
+    std::string text;
+    while (text.find(uuid) == std::string::npos && std::chrono::steady_clock::now() < end) {
+        if (!becomesReadable(mSocket)) break;
+        const Received message(mSocket);
+        text = message.text();
+        if (message.size > 0) {
+            EXPECT_EQ(0u, message.uid);
+        }
+    }
+    EXPECT_EQ(0u, text.find("change@")) << text;
+    EXPECT_NE(std::string::npos, text.find("SOURCE=WLC"));
+    EXPECT_NE(std::string::npos, text.find("DRIVER=p9221"));
+}
+
+TEST_F(NetlinkUeventTest, MessageOfAProcessIsRefusedAndCleared) {
+    ASSERT_GE(mSocket, 0);
+    const std::string text = std::string("change@/forged\0SOURCE=WLC\0", 26);
+    for (const unsigned groups : {0u, 1u, 2u}) {
+        if (!forge(text, groups)) {
+            ASSERT_EQ(EPERM, errno);
+            GTEST_SKIP() << "needs root: the kernel lets nobody else send to this kind of socket";
+        }
+        bool refused = false;
+        while (!refused && becomesReadable(mSocket)) {
+            const Received message(mSocket);
+            if (message.size > 0) {
+                EXPECT_EQ(std::string::npos, message.text().find("forged"));
+                continue;
+            }
+            EXPECT_EQ(EIO, message.error);
+            EXPECT_TRUE(message.isCleared());
+            EXPECT_EQ(geteuid(), message.uid);
+            refused = true;
+        }
+        EXPECT_TRUE(refused) << "groups " << groups;
+    }
+}
+
+class DatagramUeventTest : public testing::Test {
+  protected:
+    DatagramUeventTest() {
+        std::string name = testing::TempDir() + "uevent-XXXXXX";
+        EXPECT_NE(nullptr, mkdtemp(name.data()));
+        mDir = name;
+        mPath = mDir + "/uevent";
+        setenv("ANDROID_HOST_UEVENT_SOCKET", mPath.c_str(), 1);
+    }
+    ~DatagramUeventTest() override {
+        unsetenv("ANDROID_HOST_UEVENT_SOCKET");
+        std::error_code ignored;
+        std::filesystem::remove_all(mDir, ignored);
+    }
+
+    bool send(const std::string& text) const {
+        const int sender = socket(PF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_un to = {};
+        to.sun_family = AF_UNIX;
+        mPath.copy(to.sun_path, sizeof(to.sun_path) - 1);
+        const ssize_t sent = sendto(sender, text.data(), text.size(), 0,
+                                    reinterpret_cast<const sockaddr*>(&to), sizeof(to));
+        close(sender);
+        return sent == static_cast<ssize_t>(text.size());
+    }
+
+    std::string mDir;
+    std::string mPath;
+};
+
+TEST_F(DatagramUeventTest, MessageOfTheSameUserCountsAsTheKernels) {
+    const int socket = uevent_open_socket(kBufferSize, true);
+    ASSERT_GE(socket, 0) << strerror(errno);
+    struct stat info = {};
+    ASSERT_EQ(0, stat(mPath.c_str(), &info));
+    EXPECT_EQ(mode_t{0600}, info.st_mode & 07777);
+    const std::string text("change@/x\0SOURCE=FAN\0", 21);
+    ASSERT_TRUE(send(text));
+    const Received message(socket);
+    EXPECT_EQ(text, message.text());
+    EXPECT_EQ(geteuid(), message.uid);
+    close(socket);
+}
+
+TEST_F(DatagramUeventTest, SizesAroundTheBufferAreTold) {
+    const int socket = uevent_open_socket(kBufferSize, true);
+    ASSERT_GE(socket, 0);
+    const struct {
+        size_t sent;
+        ssize_t received;
+    } kCases[] = {{1, 1}, {2047, 2047}, {2048, 2048}, {2049, 2048}, {8000, 2048}};
+    for (const auto& item : kCases) {
+        ASSERT_TRUE(send(std::string(item.sent, 'u')));
+        EXPECT_EQ(item.received, Received(socket).size);
+    }
+    ASSERT_TRUE(send(""));
+    EXPECT_EQ(0, Received(socket).size);
+    close(socket);
+}
+
+TEST_F(DatagramUeventTest, MessageOfAnotherUserIsRefusedAndCleared) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root, to send as another user";
+    const int socket = uevent_open_socket(kBufferSize, true);
+    ASSERT_GE(socket, 0);
+    // Wide open, as a careless user would leave it.
+    ASSERT_EQ(0, chmod(mDir.c_str(), 0755));
+    ASSERT_EQ(0, chmod(mPath.c_str(), 0666));
+    const pid_t child = fork();
+    if (child == 0) {
+        if (setresuid(12345, 12345, 12345) != 0) _exit(2);
+        _exit(send("change@/forged") ? 0 : 3);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    ASSERT_EQ(0, WEXITSTATUS(status));
+    const Received message(socket);
+    EXPECT_EQ(-1, message.size);
+    EXPECT_EQ(EIO, message.error);
+    EXPECT_TRUE(message.isCleared());
+    EXPECT_EQ(12345u, message.uid);
+    close(socket);
+}
+
+TEST_F(DatagramUeventTest, WithoutCredentialsEverythingIsRefused) {
+    const int socket = uevent_open_socket(kBufferSize, false);
+    ASSERT_GE(socket, 0);
+    ASSERT_TRUE(send("change@/x"));
+    const Received message(socket);
+    EXPECT_EQ(EIO, message.error);
+    EXPECT_TRUE(message.isCleared());
+    EXPECT_EQ(static_cast<uid_t>(-1), message.uid);
+    close(socket);
+}
+
+TEST_F(DatagramUeventTest, AttachedDescriptorsAreDropped) {
+    const int receiver = uevent_open_socket(kBufferSize, true);
+    ASSERT_GE(receiver, 0);
+    int watched[2];
+    ASSERT_EQ(0, pipe(watched));
+    const int sender = socket(PF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un to = {};
+    to.sun_family = AF_UNIX;
+    mPath.copy(to.sun_path, sizeof(to.sun_path) - 1);
+    char text[] = "change@/x";
+    iovec area = {text, sizeof(text)};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_name = &to;
+    message.msg_namelen = sizeof(to);
+    message.msg_iov = &area;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof(control);
+    cmsghdr* item = CMSG_FIRSTHDR(&message);
+    item->cmsg_level = SOL_SOCKET;
+    item->cmsg_type = SCM_RIGHTS;
+    item->cmsg_len = CMSG_LEN(sizeof(int));
+    memcpy(CMSG_DATA(item), &watched[1], sizeof(int));
+    ASSERT_GT(sendmsg(sender, &message, 0), 0);
+    close(watched[1]);
+    close(sender);
+    EXPECT_EQ(static_cast<ssize_t>(sizeof(text)), Received(receiver).size);
+    // The writing end is gone everywhere: reading finds the end instead of waiting.
+    EXPECT_TRUE(becomesReadable(watched[0]));
+    close(watched[0]);
+    close(receiver);
+}
+
+TEST_F(DatagramUeventTest, DeadPredecessorIsReplacedAndALiveOneIsNot) {
+    const int first = uevent_open_socket(kBufferSize, true);
+    ASSERT_GE(first, 0);
+    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
+    EXPECT_EQ(EADDRINUSE, errno);
+    ASSERT_TRUE(send("still there"));
+    EXPECT_EQ("still there", Received(first).text());
+    close(first);
+    const int second = uevent_open_socket(kBufferSize, true);
+    ASSERT_GE(second, 0) << strerror(errno);
+    ASSERT_TRUE(send("new"));
+    EXPECT_EQ("new", Received(second).text());
+    close(second);
+}
+
+TEST_F(DatagramUeventTest, WhatIsNoSocketStays) {
+    std::ofstream(mPath) << "precious";
+    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
+    EXPECT_EQ(EEXIST, errno);
+    std::ifstream file(mPath);
+    EXPECT_EQ("precious", std::string(std::istreambuf_iterator<char>(file), {}));
+}
+
+TEST_F(DatagramUeventTest, UnusablePathsAreRefused) {
+    setenv("ANDROID_HOST_UEVENT_SOCKET", ("/" + std::string(107, 'x')).c_str(), 1);
+    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
+    EXPECT_EQ(ENAMETOOLONG, errno);
+    setenv("ANDROID_HOST_UEVENT_SOCKET", (mDir + "/missing/uevent").c_str(), 1);
+    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
+    EXPECT_EQ(ENOENT, errno);
+}
+
+TEST(UeventTest, FailureOfTheSocketIsReported) {
+    char buffer[16];
+    EXPECT_EQ(-1, uevent_kernel_multicast_recv(-1, buffer, sizeof(buffer)));
+    EXPECT_EQ(EBADF, errno);
+}
+
+}  // namespace

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <errno.h>
+#include <string.h>
+
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+// Stream logging and checks, as in Android's libbase, on top of android/log.h:
+//
+//     LOG(ERROR) << "error initializing " << name;
+//     PLOG(WARNING) << "cannot open " << path;      // adds ": " and the text of errno
+//     CHECK_EQ(status, EX_NONE) << "while registering";
+//
+// Below its threshold a statement costs one comparison and evaluates nothing after the first
+// parenthesis. The tag is LOG_TAG where that is defined before this header, else the default tag.
+// errno stays as it was.
+//
+// FATAL logs "file:line] text", calls the aborter, and ends the process even if that returns. The
+// text of a failed check is "Check failed: a == b (a=1, b=2) " and what the statement adds.
+//
+// Everything may be used from any thread.
+
+namespace android::base {
+
+enum LogSeverity {
+    VERBOSE,
+    DEBUG,
+    INFO,
+    WARNING,
+    ERROR,
+    FATAL_WITHOUT_ABORT,
+    FATAL,
+};
+
+enum LogId {
+    DEFAULT,
+    MAIN,
+    SYSTEM,
+    RADIO,
+    CRASH,
+};
+
+// `file` is null when unknown. The strings are valid during the call only. May be called from
+// several threads at once, and must not log at FATAL itself.
+using LogFunction = std::function<void(LogId id, LogSeverity severity, const char* tag,
+                                       const char* file, unsigned int line, const char* message)>;
+using AbortFunction = std::function<void(const char* message)>;
+
+// Logs to standard error through liblog. `file` and `line` are shown for FATAL entries.
+class LogdLogger {
+  public:
+    explicit LogdLogger(LogId default_log_id = MAIN) : mDefaultLogId(default_log_id) {}
+    void operator()(LogId id, LogSeverity severity, const char* tag, const char* file,
+                    unsigned int line, const char* message);
+
+  private:
+    LogId mDefaultLogId;
+};
+
+void StderrLogger(LogId id, LogSeverity severity, const char* tag, const char* file,
+                  unsigned int line, const char* message);
+
+// Calls abort().
+void DefaultAborter(const char* abort_message);
+
+// Sets the default tag to the last component of argv[0], then logger and aborter. Call it first in
+// main. ANDROID_LOG_TAGS is heeded with and without it.
+void InitLogging(char* argv[], LogFunction&& logger = LogdLogger(),
+                 AbortFunction&& aborter = DefaultAborter);
+
+// Replace logger or aborter and return the former one. Replaced ones stay in memory, since another
+// thread may be in them. A logger set here also gets what is logged through android/log.h.
+LogFunction SetLogger(LogFunction&& logger);
+AbortFunction SetAborter(AbortFunction&& aborter);
+
+std::string GetDefaultTag();
+void SetDefaultTag(const std::string& tag);
+
+// What is logged at least (see android/log.h for how ANDROID_LOG_TAGS combines); INFO when none was
+// set.
+LogSeverity GetMinimumLogSeverity();
+LogSeverity SetMinimumLogSeverity(LogSeverity new_severity);
+
+bool ShouldLog(LogSeverity severity, const char* tag);
+
+// Another minimum for the life of the object.
+class ScopedLogSeverity {
+  public:
+    explicit ScopedLogSeverity(LogSeverity level) : mFormer(SetMinimumLogSeverity(level)) {}
+    ~ScopedLogSeverity() { SetMinimumLogSeverity(mFormer); }
+    ScopedLogSeverity(const ScopedLogSeverity&) = delete;
+    void operator=(const ScopedLogSeverity&) = delete;
+
+  private:
+    LogSeverity mFormer;
+};
+
+// One entry in the making, logged when destroyed. For the macros below.
+class LogMessage {
+  public:
+    // `error` is an errno value whose text is added, or -1.
+    LogMessage(const char* file, unsigned int line, LogSeverity severity, const char* tag,
+               int error);
+    ~LogMessage();
+    LogMessage(const LogMessage&) = delete;
+    void operator=(const LogMessage&) = delete;
+
+    std::ostream& stream();
+
+    static void LogLine(const char* file, unsigned int line, LogSeverity severity, const char* tag,
+                        const char* message);
+
+  private:
+    struct Data;
+    const std::unique_ptr<Data> mData;
+};
+
+// The two sides of a comparison, each evaluated once. For the macros below.
+template <typename L, typename R>
+struct EagerEvaluator {
+    L lhs;
+    R rhs;
+};
+
+template <typename L, typename R>
+EagerEvaluator<std::decay_t<L>, std::decay_t<R>> MakeEagerEvaluator(L&& lhs, R&& rhs) {
+    return {std::forward<L>(lhs), std::forward<R>(rhs)};
+}
+
+// Shows a null C string instead of reading it.
+template <typename T>
+const T& LogValue(const T& value) {
+    return value;
+}
+inline const char* LogValue(const char* value) {
+    return value != nullptr ? value : "(null)";
+}
+inline const char* LogValue(char* value) {
+    return value != nullptr ? value : "(null)";
+}
+inline const char* LogValue(std::nullptr_t) {
+    return "(null)";
+}
+
+inline bool SameText(const char* lhs, const char* rhs) {
+    return lhs == rhs || (lhs != nullptr && rhs != nullptr && strcmp(lhs, rhs) == 0);
+}
+
+#ifdef NDEBUG
+inline constexpr bool kEnableDChecks = false;
+#else
+inline constexpr bool kEnableDChecks = true;
+#endif
+
+}  // namespace android::base
+
+#ifdef LOG_TAG
+#define _LOG_TAG_INTERNAL LOG_TAG
+#else
+#define _LOG_TAG_INTERNAL nullptr
+#endif
+
+// Makes the bare names of severities known, and takes any other expression of their type too.
+#define SEVERITY_LAMBDA(severity)                   \
+    ([&]() -> ::android::base::LogSeverity {        \
+        using ::android::base::VERBOSE;             \
+        using ::android::base::DEBUG;               \
+        using ::android::base::INFO;                \
+        using ::android::base::WARNING;             \
+        using ::android::base::ERROR;               \
+        using ::android::base::FATAL_WITHOUT_ABORT; \
+        using ::android::base::FATAL;               \
+        return (severity);                          \
+    }())
+
+#define WOULD_LOG(severity)                                                                     \
+    (__builtin_expect(::android::base::ShouldLog(SEVERITY_LAMBDA(severity), _LOG_TAG_INTERNAL), \
+                      false) ||                                                                 \
+     SEVERITY_LAMBDA(severity) == ::android::base::FATAL)
+
+#define LOG_STREAM_WITH_ERROR(severity, error)                                                    \
+    ::android::base::LogMessage(__FILE__, __LINE__, SEVERITY_LAMBDA(severity), _LOG_TAG_INTERNAL, \
+                                error)                                                            \
+        .stream()
+#define LOG_STREAM(severity) LOG_STREAM_WITH_ERROR(severity, -1)
+
+#define LOG(severity) WOULD_LOG(severity) && LOG_STREAM(severity)
+#define PLOG(severity) WOULD_LOG(severity) && LOG_STREAM_WITH_ERROR(severity, errno)
+
+#define CHECK(x) \
+    __builtin_expect(static_cast<bool>(x), true) || LOG_STREAM(FATAL) << "Check failed: " #x << " "
+#define PCHECK(x)                                                                       \
+    __builtin_expect(static_cast<bool>(x), true) || LOG_STREAM_WITH_ERROR(FATAL, errno) \
+                                                        << "Check failed: " #x << " "
+
+#define CHECK_OP(LHS, RHS, OP)                                                   \
+    for (auto _values = ::android::base::MakeEagerEvaluator(LHS, RHS);           \
+         __builtin_expect(!(_values.lhs OP _values.rhs), false);)                \
+    LOG_STREAM(FATAL) << "Check failed: " #LHS " " #OP " " #RHS " (" #LHS "="    \
+                      << ::android::base::LogValue(_values.lhs) << ", " #RHS "=" \
+                      << ::android::base::LogValue(_values.rhs) << ") "
+
+#define CHECK_EQ(x, y) CHECK_OP(x, y, ==)
+#define CHECK_NE(x, y) CHECK_OP(x, y, !=)
+#define CHECK_LE(x, y) CHECK_OP(x, y, <=)
+#define CHECK_LT(x, y) CHECK_OP(x, y, <)
+#define CHECK_GE(x, y) CHECK_OP(x, y, >=)
+#define CHECK_GT(x, y) CHECK_OP(x, y, >)
+
+// The texts may belong to temporaries, so they are used inside one expression; the sides are
+// evaluated once more when the check fails.
+#define CHECK_STROP(s1, s2, sense)                                                            \
+    while (__builtin_expect(::android::base::SameText(s1, s2) != (sense), false))             \
+    LOG_STREAM(FATAL) << "Check failed: \"" << ::android::base::LogValue(s1)                  \
+                      << ((sense) ? "\" == \"" : "\" != \"") << ::android::base::LogValue(s2) \
+                      << "\" "
+
+#define CHECK_STREQ(s1, s2) CHECK_STROP(s1, s2, true)
+#define CHECK_STRNE(s1, s2) CHECK_STROP(s1, s2, false)
+
+// Checks that release builds compile but do not evaluate.
+#define DCHECK(x) !::android::base::kEnableDChecks || CHECK(x)
+#ifdef NDEBUG
+#define DCHECK_IF_ENABLED while (false)
+#else
+#define DCHECK_IF_ENABLED
+#endif
+#define DCHECK_EQ(x, y) DCHECK_IF_ENABLED CHECK_EQ(x, y)
+#define DCHECK_NE(x, y) DCHECK_IF_ENABLED CHECK_NE(x, y)
+#define DCHECK_LE(x, y) DCHECK_IF_ENABLED CHECK_LE(x, y)
+#define DCHECK_LT(x, y) DCHECK_IF_ENABLED CHECK_LT(x, y)
+#define DCHECK_GE(x, y) DCHECK_IF_ENABLED CHECK_GE(x, y)
+#define DCHECK_GT(x, y) DCHECK_IF_ENABLED CHECK_GT(x, y)
+#define DCHECK_STREQ(s1, s2) DCHECK_IF_ENABLED CHECK_STREQ(s1, s2)

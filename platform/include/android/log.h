@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The log of the Android NDK (liblog), standing in for it on Linux.
+//
+// An entry has a priority, a tag and a text. Entries go to the logger function; the one in place at
+// start writes them to standard error, one line each, in logcat's threadtime form:
+//
+//     MM-DD HH:MM:SS.mmm  PID  TID P TAG: text
+//
+// A text of several lines becomes several such lines in one write(2); one line feed at its end is
+// dropped. Bytes that could forge a line or steer a terminal (control characters, invalid UTF-8,
+// direction overrides) are written as \xNN. A line ends after at most 4,096 bytes and goes on in a
+// further line with its own prefix. A FATAL entry that knows its place in the source begins with
+// "file:line] "; only such an entry allocates memory.
+//
+// Entries below the threshold of their tag are dropped before their text is made. It comes from
+//   - the environment variable ANDROID_LOG_TAGS, read when the first entry is logged: a list,
+//     separated by spaces or commas, of tags and V, D, I, W, E, F or S (nothing), for instance
+//     "binder:V *:W"; "*" stands for every tag that is not listed;
+//   - the minimum priority, once one has been set; of both, the one that lets more through;
+//   - I (info) when neither says anything.
+//
+// Differs from Android: there is no log daemon, so all log buffers are one stream; a standard error
+// that is closed, or that nobody reads, loses entries (their number is logged when it takes some
+// again) and delays a caller by at most 20 ms once.
+//
+// All functions may be called from any thread, keep errno, and take a null tag for the default tag.
+// The only ones that may end the process are __android_log_assert, __android_log_call_aborter and
+// __android_log_default_aborter.
+
+#include <stdarg.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum android_LogPriority {
+    ANDROID_LOG_UNKNOWN = 0,
+    ANDROID_LOG_DEFAULT,  // for thresholds: as if none were set
+    ANDROID_LOG_VERBOSE,
+    ANDROID_LOG_DEBUG,
+    ANDROID_LOG_INFO,
+    ANDROID_LOG_WARN,
+    ANDROID_LOG_ERROR,
+    ANDROID_LOG_FATAL,
+    ANDROID_LOG_SILENT,  // for thresholds only: above every entry
+} android_LogPriority;
+
+typedef enum log_id {
+    LOG_ID_MIN = 0,
+    LOG_ID_MAIN = 0,
+    LOG_ID_RADIO = 1,
+    LOG_ID_EVENTS = 2,
+    LOG_ID_SYSTEM = 3,
+    LOG_ID_CRASH = 4,
+    LOG_ID_STATS = 5,
+    LOG_ID_SECURITY = 6,
+    LOG_ID_KERNEL = 7,
+    LOG_ID_MAX,
+    LOG_ID_DEFAULT = 0x7FFFFFFF,
+} log_id_t;
+
+// One entry, as loggers receive it. The strings belong to the caller and are valid during the call
+// only.
+struct __android_log_message {
+    size_t struct_size;   // sizeof(struct __android_log_message)
+    int32_t buffer_id;    // a log_id_t
+    int32_t priority;     // an android_LogPriority
+    const char* tag;      // may be null on the way in; never null in a logger
+    const char* file;     // null when unknown
+    uint32_t line;        // 0 when `file` is null
+    const char* message;  // never null
+};
+
+typedef void (*__android_logger_function)(const struct __android_log_message* log_message);
+typedef void (*__android_aborter_function)(const char* abort_message);
+
+// Logs `text` (write), or a text made as by printf and cut to 1,023 bytes (print, vprint). Return
+// 1, or -EPERM when the entry was below its threshold.
+int __android_log_write(int prio, const char* tag, const char* text);
+int __android_log_print(int prio, const char* tag, const char* fmt, ...)
+    __attribute__((__format__(printf, 3, 4)));
+int __android_log_vprint(int prio, const char* tag, const char* fmt, va_list ap)
+    __attribute__((__format__(printf, 3, 0)));
+
+// The same for a given log buffer (a log_id_t).
+int __android_log_buf_write(int bufID, int prio, const char* tag, const char* text);
+int __android_log_buf_print(int bufID, int prio, const char* tag, const char* fmt, ...)
+    __attribute__((__format__(printf, 4, 5)));
+
+// Hands an entry to the logger. Does not look at thresholds: callers ask __android_log_is_loggable
+// first.
+void __android_log_write_log_message(struct __android_log_message* log_message);
+
+// Logs at FATAL the formatted text, or "Assertion failed: <cond>", or "Unspecified assertion
+// failed", then calls the aborter; ends the process even if that returns.
+void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...)
+    __attribute__((__noreturn__)) __attribute__((__format__(printf, 3, 4)));
+
+// Replaces the logger of the process. Entries on other threads may reach the former one a moment
+// longer.
+void __android_log_set_logger(__android_logger_function logger);
+
+// The two loggers of the platform. Here both write to standard error in the form above.
+void __android_log_logd_logger(const struct __android_log_message* log_message);
+void __android_log_stderr_logger(const struct __android_log_message* log_message);
+
+// What happens after a FATAL entry. The default aborter calls abort().
+void __android_log_set_aborter(__android_aborter_function aborter);
+void __android_log_call_aborter(const char* abort_message);
+void __android_log_default_aborter(const char* abort_message) __attribute__((__noreturn__));
+
+// Whether an entry of this priority and tag would be logged: 1 or 0. `default_prio` is the
+// threshold when none is set; the stand-in uses I when it is lower than that. The `_len` form takes
+// a tag without terminator.
+int __android_log_is_loggable(int prio, const char* tag, int default_prio);
+int __android_log_is_loggable_len(int prio, const char* tag, size_t len, int default_prio);
+
+// Sets the minimum priority (ANDROID_LOG_DEFAULT takes the setting back) and returns the former
+// one.
+int32_t __android_log_set_minimum_priority(int32_t priority);
+int32_t __android_log_get_minimum_priority(void);
+
+// Sets the tag for entries without one; at start it is the program's name. Copied; each different
+// value costs memory for the life of the process.
+void __android_log_set_default_tag(const char* tag);
+
+#ifdef __cplusplus
+}
+#endif

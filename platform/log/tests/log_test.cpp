@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android/log.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "child.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+
+// The length of a line's time, process and thread with the space behind, or 0 when that is not
+// their form.
+int prefixLength(const std::string& line, int* process, int* thread) {
+    int end = 0;
+    if (line.find_first_not_of("0123456789-:. ") < 30) return 0;
+    const int found =
+        sscanf(line.c_str(), "%*2d-%*2d %*2d:%*2d:%*2d.%*3d %d %d %n", process, thread, &end);
+    return found == 2 ? end : 0;
+}
+
+// The lines of a child's output without time, process and thread.
+std::vector<std::string> bareLines(const std::string& text) {
+    std::vector<std::string> lines;
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = text.find('\n', at);
+        EXPECT_NE(std::string::npos, end) << "an unfinished line: " << text.substr(at);
+        if (end == std::string::npos) break;
+        const std::string line = text.substr(at, end - at);
+        int process;
+        int thread;
+        const int length = prefixLength(line, &process, &thread);
+        EXPECT_GT(length, 0) << line;
+        lines.push_back(line.substr(static_cast<size_t>(length)));
+        at = end + 1;
+    }
+    return lines;
+}
+
+TEST(LogTest, EntryIsOneThreadtimeLineInOneWrite) {
+    const ChildResult child = runChild(nullptr, [] {
+        __android_log_print(ANDROID_LOG_INFO, "dock", "level %d\n", 3);
+        __android_log_write(ANDROID_LOG_FATAL, "dock", "");
+    });
+    ASSERT_EQ(2u, child.writes.size());
+    EXPECT_THAT(child.writes[0],
+                testing::MatchesRegex("[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} +"
+                                      "[0-9]+ +[0-9]+ I dock: level 3\n"));
+    EXPECT_THAT(child.writes[1], EndsWith(" F dock: \n"));
+}
+
+TEST(LogTest, ProcessAndThreadAreNamedByNumber) {
+    const ChildResult child = runChild(nullptr, [] {
+        const std::string expected = std::to_string(getpid()) + " " + std::to_string(gettid());
+        __android_log_write(ANDROID_LOG_INFO, "t", expected.c_str());
+    });
+    const std::string text = child.text();
+    int process = 0;
+    int thread = 0;
+    const int length = prefixLength(text, &process, &thread);
+    EXPECT_EQ("I t: " + std::to_string(process) + " " + std::to_string(thread) + "\n",
+              text.substr(static_cast<size_t>(length)));
+}
+
+TEST(LogTest, LinesOfTextAreAllPrefixedInOneWrite) {
+    const ChildResult child =
+        runChild(nullptr, [] { __android_log_write(ANDROID_LOG_WARN, "t", "one\n\ntwo\n"); });
+    EXPECT_EQ(1u, child.writes.size());
+    EXPECT_THAT(bareLines(child.text()), ElementsAre("W t: one", "W t: ", "W t: two"));
+}
+
+TEST(LogTest, HostileBytesAreEscaped) {
+    const struct {
+        const char* text;
+        const char* shown;
+    } kCases[] = {
+        {"tab\tstays, é € 😀 \\ too", "tab\tstays, é € 😀 \\ too"},
+        {"back\rforged", "back\\x0dforged"},
+        {"\x1b[2J", "\\x1b[2J"},
+        {"\x7f\x01", "\\x7f\\x01"},
+        {"c1 \xc2\x9b 31m", "c1 \\xc2\\x9b 31m"},
+        {"no utf-8 \xff\xc3", "no utf-8 \\xff\\xc3"},
+        {"overlong \xc0\xaf \xe0\x80\xaf", "overlong \\xc0\\xaf \\xe0\\x80\\xaf"},
+        {"surrogate \xed\xa0\x80", "surrogate \\xed\\xa0\\x80"},
+        {"beyond \xf4\x90\x80\x80", "beyond \\xf4\\x90\\x80\\x80"},
+        {"cut \xf0\x9f\x98", "cut \\xf0\\x9f\\x98"},
+        {"turned \xe2\x80\xae round", "turned \\xe2\\x80\\xae round"},
+        {"line separator \xe2\x80\xa8.", "line separator \\xe2\\x80\\xa8."},
+    };
+    for (const auto& item : kCases) {
+        const ChildResult child =
+            runChild(nullptr, [&] { __android_log_write(ANDROID_LOG_INFO, "t", item.text); });
+        EXPECT_THAT(bareLines(child.text()), ElementsAre(std::string("I t: ") + item.shown));
+    }
+}
+
+TEST(LogTest, HostileTagCannotForgeALineAndIsCut) {
+    const ChildResult child = runChild(nullptr, [] {
+        __android_log_write(ANDROID_LOG_INFO, "a\nb", "text");
+        __android_log_write(ANDROID_LOG_INFO, std::string(5000, '\n').c_str(), "text");
+    });
+    const auto lines = bareLines(child.text());
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("I a\\x0ab: text", lines[0]);
+    EXPECT_LT(lines[1].size(), 200u);
+    EXPECT_THAT(lines[1], EndsWith(": text"));
+}
+
+TEST(LogTest, LongTextGoesOnInFurtherPrefixedLines) {
+    // Around the size of one write, with a character that must not be torn.
+    for (size_t size = 4040; size < 4110; ++size) {
+        const std::string text = std::string(size, 'x') + "€";
+        const ChildResult child =
+            runChild(nullptr, [&] { __android_log_write(ANDROID_LOG_INFO, "t", text.c_str()); });
+        std::string joined;
+        for (const std::string& line : bareLines(child.text())) joined += line.substr(5);
+        EXPECT_EQ(text, joined);
+        for (const std::string& part : child.writes) EXPECT_LE(part.size(), 4096u);
+    }
+}
+
+TEST(LogTest, ManyLinesArriveWhole) {
+    const ChildResult child = runChild(nullptr, [] {
+        std::string text;
+        for (int i = 0; i < 1000; ++i) text += "line " + std::to_string(i) + "\n";
+        __android_log_write(ANDROID_LOG_INFO, "t", text.c_str());
+    });
+    const auto lines = bareLines(child.text());
+    ASSERT_EQ(1000u, lines.size());
+    EXPECT_EQ("I t: line 999", lines.back());
+    for (const std::string& part : child.writes) EXPECT_EQ('\n', part.back());
+}
+
+TEST(LogTest, ThresholdComesFromEnvironmentAndMinimum) {
+    constexpr int kNone = ANDROID_LOG_DEFAULT;
+    const struct {
+        const char* logTags;
+        int minimum;
+        const char* dock;   // letters that appear under the tag "dock"
+        const char* other;  // and under any other
+    } kCases[] = {
+        {nullptr, kNone, "IWEF", "IWEF"},
+        {"", kNone, "IWEF", "IWEF"},
+        {"*:V", kNone, "VDIWEF", "VDIWEF"},
+        {"*:D", kNone, "DIWEF", "DIWEF"},
+        {"*:d", kNone, "DIWEF", "DIWEF"},
+        {"V", kNone, "VDIWEF", "VDIWEF"},
+        {"dock:V", kNone, "VDIWEF", "IWEF"},
+        {"dock:E *:D", kNone, "EF", "DIWEF"},
+        {"*:S,dock:W", kNone, "WEF", ""},
+        {"doc:V docks:V dock", kNone, "IWEF", "IWEF"},
+        {"dock:Q :V *:VV ,, ", kNone, "IWEF", "IWEF"},
+        {"dock:V dock:E", kNone, "EF", "IWEF"},
+        {nullptr, ANDROID_LOG_ERROR, "EF", "EF"},
+        {nullptr, ANDROID_LOG_VERBOSE, "VDIWEF", "VDIWEF"},
+        {"dock:V", ANDROID_LOG_ERROR, "VDIWEF", "EF"},
+        {"*:E", ANDROID_LOG_DEBUG, "DIWEF", "DIWEF"},
+    };
+    for (const auto& item : kCases) {
+        const ChildResult child = runChild(item.logTags, [&] {
+            __android_log_set_minimum_priority(item.minimum);
+            for (int priority = ANDROID_LOG_VERBOSE; priority <= ANDROID_LOG_FATAL; ++priority) {
+                const int result = __android_log_print(priority, "dock", "x");
+                if (result != 1 && result != -EPERM) _exit(9);
+                if ((result == 1) != (__android_log_is_loggable(priority, "dock", 0) == 1)) {
+                    _exit(8);
+                }
+                __android_log_write(priority, "other", "x");
+            }
+        });
+        EXPECT_EQ(0, child.exitStatus);
+        std::string dock;
+        std::string other;
+        for (const std::string& line : bareLines(child.text())) {
+            (line.substr(2) == "dock: x" ? dock : other) += line[0];
+        }
+        const std::string what =
+            std::string("ANDROID_LOG_TAGS=") + (item.logTags != nullptr ? item.logTags : "(unset)");
+        EXPECT_EQ(item.dock, dock) << what;
+        EXPECT_EQ(item.other, other) << what;
+    }
+}
+
+TEST(LogTest, EntryWithoutTagBearsProgramNameOrTheOneSet) {
+    const ChildResult child = runChild("chosen:D", [] {
+        __android_log_write(ANDROID_LOG_INFO, nullptr, "a");
+        __android_log_set_default_tag("chosen");
+        __android_log_write(ANDROID_LOG_DEBUG, nullptr, "b");
+    });
+    EXPECT_THAT(
+        bareLines(child.text()),
+        ElementsAre(std::string("I ") + program_invocation_short_name + ": a", "D chosen: b"));
+}
+
+TEST(LogTest, LoggerInPlaceReceivesTheFields) {
+    const ChildResult child = runChild(nullptr, [] {
+        __android_log_set_logger([](const __android_log_message* entry) {
+            dprintf(STDERR_FILENO, "%d|%d|%s|%s", entry->buffer_id, entry->priority, entry->tag,
+                    entry->message);
+        });
+        __android_log_buf_print(LOG_ID_SYSTEM, ANDROID_LOG_ERROR, "t", "n=%d\n", 7);
+        __android_log_write(ANDROID_LOG_DEBUG, "t", "dropped before it");
+    });
+    EXPECT_THAT(child.writes, ElementsAre("3|6|t|n=7\n"));
+}
+
+TEST(LogTest, AssertLogsAndAborts) {
+    const struct {
+        const char* condition;
+        const char* format;
+        const char* shown;
+    } kCases[] = {
+        {"a > b", "reason", "F t: reason\n"},
+        {"a > b", nullptr, "F t: Assertion failed: a > b\n"},
+        {nullptr, nullptr, "F t: Unspecified assertion failed\n"},
+    };
+    for (const auto& item : kCases) {
+        const ChildResult child = runChild(nullptr, [&] {
+            if (item.format != nullptr)
+                __android_log_assert(item.condition, "t", "%s", item.format);
+            __android_log_assert(item.condition, "t", nullptr);
+        });
+        EXPECT_EQ(SIGABRT, child.signal);
+        EXPECT_THAT(child.text(), EndsWith(item.shown));
+    }
+}
+
+TEST(LogTest, ErrnoSurvives) {
+    const ChildResult child = runChild(nullptr, [] {
+        close(STDERR_FILENO);
+        errno = 77;
+        __android_log_print(ANDROID_LOG_ERROR, "t", "%s", "x");
+        _exit(errno == 77 ? 0 : 1);
+    });
+    EXPECT_EQ(0, child.exitStatus);
+}
+
+TEST(LogTest, ReaderThatLeftDoesNotKillTheProcess) {
+    const ChildResult child = runChild(nullptr, [] {
+        int ends[2];
+        if (pipe(ends) != 0) _exit(2);
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        __android_log_write(ANDROID_LOG_ERROR, "t", "nobody reads this");
+    });
+    EXPECT_EQ(0, child.signal);
+    EXPECT_EQ(0, child.exitStatus);
+}
+
+TEST(LogTest, FullPipeLosesEntriesAndSaysSoLater) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    const ChildResult child = runChild(nullptr, [&] {
+        dup2(ends[1], STDERR_FILENO);
+        const std::string text(1000, 'x');
+        // More than a pipe holds, with nobody reading it. Hanging here is the failure.
+        for (int i = 0; i < 200; ++i) __android_log_write(ANDROID_LOG_INFO, "t", text.c_str());
+        std::string drained(1 << 20, '\0');
+        if (read(ends[0], drained.data(), drained.size()) <= 0) _exit(2);
+        __android_log_write(ANDROID_LOG_INFO, "t", "again");
+    });
+    EXPECT_EQ(0, child.exitStatus);
+    close(ends[1]);
+    std::string text(1 << 16, '\0');
+    text.resize(static_cast<size_t>(read(ends[0], text.data(), text.size())));
+    const auto lines = bareLines(text);
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_THAT(lines[0], testing::MatchesRegex("W log: [0-9]+ log entries were lost: .*"));
+    EXPECT_EQ("I t: again", lines[1]);
+    close(ends[0]);
+}
+
+}  // namespace
