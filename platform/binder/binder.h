@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The inside of an AIBinder: objects of this process, and proxies for objects of others.
+#pragma once
+
+#include <android-base/thread_annotations.h>
+#include <android/binder_ibinder.h>
+#include <android/binder_shell.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "rpc_wire.h"
+
+struct AIBinder_Class {
+    AIBinder_Class(const char* descriptor, AIBinder_Class_onCreate create,
+                   AIBinder_Class_onDestroy destroy, AIBinder_Class_onTransact transact);
+
+    const std::string descriptor;
+    const std::vector<uint8_t>
+        token;  // the descriptor as a parcel has it in front of the arguments
+    const AIBinder_Class_onCreate onCreate;
+    const AIBinder_Class_onDestroy onDestroy;
+    const AIBinder_Class_onTransact onTransact;
+    // Set right after definition, before the first object.
+    AIBinder_onDump onDump = nullptr;
+    AIBinder_handleShellCommand onShellCommand = nullptr;
+    const char** functionNames = nullptr;
+    size_t functionCount = 0;
+    bool hasToken = true;
+};
+
+// Counted by hand because C code holds references: the object is usable while somebody holds it
+// strongly, its memory stays while somebody holds it weakly. Born with one strong reference.
+struct AIBinder {
+  public:
+    AIBinder(const AIBinder&) = delete;
+    AIBinder& operator=(const AIBinder&) = delete;
+
+    void incStrong() { mStrong.fetch_add(1, std::memory_order_relaxed); }
+    void decStrong();
+    bool tryIncStrong();
+    void incWeak() { mWeak.fetch_add(1, std::memory_order_relaxed); }
+    void decWeak();
+    int32_t strongCount() const { return mStrong; }
+
+    bool isRemote() const { return mIsRemote; }
+    const AIBinder_Class* clazz() const { return mClass; }
+    virtual int32_t stability() const = 0;
+
+    // Calls the object. Consumes nothing; `out` is empty on entry and, for calls that succeed, at
+    // position 0 on return.
+    virtual binder_status_t transact(transaction_code_t code, AParcel& in, AParcel& out,
+                                     binder_flags_t flags) = 0;
+
+  protected:
+    AIBinder(bool isRemote, const AIBinder_Class* clazz) : mIsRemote(isRemote), mClass(clazz) {}
+    virtual ~AIBinder() = default;
+    virtual void onLastStrong() = 0;
+
+    const bool mIsRemote;
+    std::atomic<const AIBinder_Class*> mClass;
+
+  private:
+    std::atomic<int32_t> mStrong{1};
+    std::atomic<int32_t> mWeak{1};  // all strong references together hold one
+};
+
+struct AIBinder_DeathRecipient {
+    struct Shared {
+        AIBinder_DeathRecipient_onBinderDied onDied;
+        std::atomic<AIBinder_DeathRecipient_onBinderUnlinked> onUnlinked{nullptr};
+        std::atomic<bool> deleted{false};
+    };
+    std::shared_ptr<Shared> shared;
+};
+
+namespace host::binder {
+
+class Session;
+
+class LocalBinder final : public AIBinder {
+  public:
+    LocalBinder(const AIBinder_Class* clazz, void* args);
+
+    void* userData() const { return mUserData; }
+    int32_t stability() const override { return static_cast<int32_t>(mStability.load()); }
+    void markVintf() { mStability = Stability::kVintf; }
+    void setExtension(AIBinder* extension) EXCLUDES(mLock);
+
+    // Runs a method, or one of the codes that every object answers, in the calling thread.
+    binder_status_t transact(transaction_code_t code, AParcel& in, AParcel& out,
+                             binder_flags_t flags) override;
+
+  private:
+    ~LocalBinder() override = default;
+    void onLastStrong() override;
+
+    binder_status_t runDump(const AParcel& in);
+    binder_status_t runShellCommand(const AParcel& in);
+    binder_status_t runMethod(transaction_code_t code, const AParcel& in, AParcel& out);
+
+    void* const mUserData;
+    std::atomic<Stability> mStability{Stability::kSystem};
+    std::mutex mLock;
+    AIBinder* mExtension GUARDED_BY(mLock) = nullptr;
+};
+
+class ProxyBinder final : public AIBinder {
+  public:
+    ProxyBinder(std::shared_ptr<Session> session, WireAddress address, int32_t stability);
+
+    Session& session() const { return *mSession; }
+    WireAddress address() const { return mAddress; }
+    int32_t stability() const override { return mStability; }
+
+    binder_status_t transact(transaction_code_t code, AParcel& in, AParcel& out,
+                             binder_flags_t flags) override;
+
+    // Asks the object for its descriptor on first use. False when it does not answer or when it is
+    // of another interface.
+    bool associate(const AIBinder_Class* clazz) EXCLUDES(mLock);
+
+    binder_status_t link(const std::shared_ptr<AIBinder_DeathRecipient::Shared>& recipient,
+                         void* cookie) EXCLUDES(mLock);
+    binder_status_t unlink(const std::shared_ptr<AIBinder_DeathRecipient::Shared>& recipient,
+                           void* cookie) EXCLUDES(mLock);
+    bool hasDeathLinks() EXCLUDES(mLock);
+
+    // Tells every recipient, once. Called by a pool thread without locks.
+    void tellDeath() EXCLUDES(mLock);
+
+  private:
+    struct DeathLink {
+        std::shared_ptr<AIBinder_DeathRecipient::Shared> recipient;
+        void* cookie;
+    };
+
+    ~ProxyBinder() override = default;
+    void onLastStrong() override;
+
+    const std::shared_ptr<Session> mSession;
+    const WireAddress mAddress;
+    const int32_t mStability;
+    std::mutex mLock;
+    std::string mDescriptor GUARDED_BY(mLock);  // empty until asked for
+    bool mDeathTold GUARDED_BY(mLock) = false;
+    std::vector<DeathLink> mDeathLinks GUARDED_BY(mLock);
+};
+
+// Who makes the call that the current thread is serving.
+struct Caller {
+    uid_t uid;
+    pid_t pid;
+};
+
+// For the time of its life the current thread serves a call of `caller`.
+class CallerScope {
+  public:
+    explicit CallerScope(const Caller& caller);
+    ~CallerScope();
+    CallerScope(const CallerScope&) = delete;
+    CallerScope& operator=(const CallerScope&) = delete;
+
+    // Null when the thread serves nobody.
+    static const Caller* current();
+
+  private:
+    const Caller* const mPrevious;
+};
+
+}  // namespace host::binder

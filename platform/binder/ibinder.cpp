@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The C functions of android/binder_ibinder.h, binder_shell.h and binder_stability.h.
+#include <android-base/logging.h>
+#include <android/binder_ibinder.h>
+#include <android/binder_shell.h>
+#include <android/binder_stability.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <utility>
+
+#include "binder.h"
+#include "host/binder_host.h"
+#include "parcel.h"
+#include "session.h"
+
+using namespace host::binder;
+using android::base::unique_fd;
+
+struct AIBinder_Weak {
+    AIBinder* binder;  // a weak reference
+};
+
+namespace {
+
+LocalBinder* asLocal(AIBinder* binder) {
+    return binder == nullptr || binder->isRemote() ? nullptr : static_cast<LocalBinder*>(binder);
+}
+
+ProxyBinder* asProxy(AIBinder* binder) {
+    return binder == nullptr || !binder->isRemote() ? nullptr : static_cast<ProxyBinder*>(binder);
+}
+
+binder_status_t writeFdCopy(AParcel* parcel, int fd) {
+    unique_fd copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+    if (!copy.ok()) return -errno;
+    parcel->writeFd(std::move(copy));
+    return STATUS_OK;
+}
+
+void writeArguments(AParcel* parcel, const char** args, uint32_t count) {
+    parcel->writeValue(static_cast<int32_t>(count));
+    for (uint32_t i = 0; i < count; ++i) parcel->writeString(args[i]);
+}
+
+}  // namespace
+
+AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
+                                      AIBinder_Class_onCreate onCreate,
+                                      AIBinder_Class_onDestroy onDestroy,
+                                      AIBinder_Class_onTransact onTransact) {
+    return new AIBinder_Class(interfaceDescriptor, onCreate, onDestroy, onTransact);
+}
+
+void AIBinder_Class_setOnDump(AIBinder_Class* clazz, AIBinder_onDump onDump) {
+    clazz->onDump = onDump;
+}
+
+void AIBinder_Class_setHandleShellCommand(AIBinder_Class* clazz,
+                                          AIBinder_handleShellCommand handleShellCommand) {
+    clazz->onShellCommand = handleShellCommand;
+}
+
+void AIBinder_Class_disableInterfaceTokenHeader(AIBinder_Class* clazz) {
+    clazz->hasToken = false;
+}
+
+void AIBinder_Class_setTransactionCodeToFunctionNameMap(AIBinder_Class* clazz,
+                                                        const char** transactionCodeToFunctionMap,
+                                                        size_t length) {
+    clazz->functionNames = transactionCodeToFunctionMap;
+    clazz->functionCount = length;
+}
+
+const char* AIBinder_Class_getFunctionName(AIBinder_Class* clazz, transaction_code_t code) {
+    if (code < FIRST_CALL_TRANSACTION) return nullptr;
+    size_t index = code - FIRST_CALL_TRANSACTION;
+    return index < clazz->functionCount ? clazz->functionNames[index] : nullptr;
+}
+
+const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) {
+    return clazz->descriptor.c_str();
+}
+
+AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args) {
+    return new LocalBinder(clazz, args);
+}
+
+void AIBinder_markVintfStability(AIBinder* binder) {
+    LocalBinder* local = asLocal(binder);
+    CHECK(local != nullptr) << "only an object of this process can be marked";
+    local->markVintf();
+}
+
+bool AIBinder_isRemote(const AIBinder* binder) {
+    return binder != nullptr && binder->isRemote();
+}
+
+bool AIBinder_isAlive(const AIBinder* binder) {
+    if (binder == nullptr) return false;
+    ProxyBinder* proxy = asProxy(const_cast<AIBinder*>(binder));
+    return proxy == nullptr || proxy->session().isAlive();
+}
+
+binder_status_t AIBinder_ping(AIBinder* binder) {
+    if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
+    AParcel in;
+    AParcel out;
+    return binder->transact(kPingCode, in, out, 0);
+}
+
+binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint32_t numArgs) {
+    if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
+    AParcel in;
+    AParcel out;
+    if (binder_status_t status = writeFdCopy(&in, fd); status != STATUS_OK) return status;
+    writeArguments(&in, args, numArgs);
+    return binder->transact(kDumpCode, in, out, 0);
+}
+
+uid_t AIBinder_getCallingUid() {
+    const Caller* caller = CallerScope::current();
+    return caller != nullptr ? caller->uid : getuid();
+}
+
+pid_t AIBinder_getCallingPid() {
+    const Caller* caller = CallerScope::current();
+    return caller != nullptr ? caller->pid : getpid();
+}
+
+bool AIBinder_isHandlingTransaction() {
+    return CallerScope::current() != nullptr;
+}
+
+void AIBinder_incStrong(AIBinder* binder) {
+    if (binder != nullptr) binder->incStrong();
+}
+
+void AIBinder_decStrong(AIBinder* binder) {
+    if (binder != nullptr) binder->decStrong();
+}
+
+int32_t AIBinder_debugGetRefCount(AIBinder* binder) {
+    return binder == nullptr ? -1 : binder->strongCount();
+}
+
+bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
+    if (binder == nullptr) return false;
+    if (ProxyBinder* proxy = asProxy(binder)) return proxy->associate(clazz);
+    return binder->clazz() == clazz;
+}
+
+const AIBinder_Class* AIBinder_getClass(AIBinder* binder) {
+    return binder->clazz();
+}
+
+void* AIBinder_getUserData(AIBinder* binder) {
+    LocalBinder* local = asLocal(binder);
+    return local == nullptr ? nullptr : local->userData();
+}
+
+bool AIBinder_lt(const AIBinder* lhs, const AIBinder* rhs) {
+    return std::less<const AIBinder*>()(lhs, rhs);
+}
+
+binder_status_t AIBinder_getExtension(AIBinder* binder, AIBinder** outExt) {
+    *outExt = nullptr;
+    if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
+    AParcel in;
+    AParcel out;
+    binder_status_t status = binder->transact(kExtensionCode, in, out, 0);
+    return status == STATUS_OK ? out.readBinder(outExt) : status;
+}
+
+binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) {
+    LocalBinder* local = asLocal(binder);
+    if (local == nullptr) return STATUS_INVALID_OPERATION;
+    local->setExtension(ext);
+    return STATUS_OK;
+}
+
+binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
+    *in = nullptr;
+    if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
+    const AIBinder_Class* clazz = binder->clazz();
+    if (clazz == nullptr) {
+        LOG(ERROR) << "A binder object needs AIBinder_associateClass before its first call";
+        return STATUS_INVALID_OPERATION;
+    }
+    AParcel* parcel = AParcel::obtain();
+    parcel->target = binder;
+    if (clazz->hasToken) parcel->write(clazz->token.data(), clazz->token.size());
+    *in = parcel;
+    return STATUS_OK;
+}
+
+binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, AParcel** in,
+                                  AParcel** out, binder_flags_t flags) {
+    AParcel* sent = in == nullptr ? nullptr : std::exchange(*in, nullptr);
+    if (out == nullptr || sent == nullptr || binder == nullptr) {
+        AParcel::recycle(sent);
+        return STATUS_UNEXPECTED_NULL;
+    }
+    *out = nullptr;
+    constexpr binder_flags_t kKnownFlags = binder_flags_t{FLAG_ONEWAY} | FLAG_PRIVATE_VENDOR;
+    binder_status_t status = STATUS_BAD_VALUE;
+    AParcel* received = AParcel::obtain();
+    if (code >= FIRST_CALL_TRANSACTION && code <= LAST_CALL_TRANSACTION && sent->target == binder &&
+        (flags & ~kKnownFlags) == 0) {
+        status = binder->transact(code, *sent, *received, flags);
+    }
+    AParcel::recycle(sent);
+    if (status == STATUS_OK) {
+        *out = received;
+    } else {
+        AParcel::recycle(received);
+    }
+    return status;
+}
+
+AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder) {
+    if (binder == nullptr) return nullptr;
+    binder->incWeak();
+    return new AIBinder_Weak{binder};
+}
+
+void AIBinder_Weak_delete(AIBinder_Weak* weakBinder) {
+    if (weakBinder == nullptr) return;
+    weakBinder->binder->decWeak();
+    delete weakBinder;
+}
+
+AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder) {
+    if (weakBinder == nullptr || !weakBinder->binder->tryIncStrong()) return nullptr;
+    return weakBinder->binder;
+}
+
+AIBinder_Weak* AIBinder_Weak_clone(const AIBinder_Weak* weakBinder) {
+    return AIBinder_Weak_new(weakBinder->binder);
+}
+
+bool AIBinder_Weak_lt(const AIBinder_Weak* lhs, const AIBinder_Weak* rhs) {
+    return AIBinder_lt(lhs->binder, rhs->binder);
+}
+
+AIBinder_DeathRecipient* AIBinder_DeathRecipient_new(
+    AIBinder_DeathRecipient_onBinderDied onBinderDied) {
+    auto* recipient = new AIBinder_DeathRecipient;
+    recipient->shared = std::make_shared<AIBinder_DeathRecipient::Shared>();
+    recipient->shared->onDied = onBinderDied;
+    return recipient;
+}
+
+void AIBinder_DeathRecipient_setOnUnlinked(AIBinder_DeathRecipient* recipient,
+                                           AIBinder_DeathRecipient_onBinderUnlinked onUnlinked) {
+    recipient->shared->onUnlinked = onUnlinked;
+}
+
+void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* recipient) {
+    if (recipient == nullptr) return;
+    recipient->shared->deleted = true;
+    delete recipient;
+}
+
+binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
+                                     void* cookie) {
+    if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
+    ProxyBinder* proxy = asProxy(binder);
+    // An object of this process dies with everybody who could be told.
+    return proxy == nullptr ? STATUS_INVALID_OPERATION : proxy->link(recipient->shared, cookie);
+}
+
+binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
+                                       void* cookie) {
+    if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
+    ProxyBinder* proxy = asProxy(binder);
+    return proxy == nullptr ? STATUS_NAME_NOT_FOUND : proxy->unlink(recipient->shared, cookie);
+}
+
+size_t host::binder::addressCount(AIBinder* remote) {
+    ProxyBinder* proxy = asProxy(remote);
+    return proxy == nullptr ? 0 : proxy->session().addressCount();
+}

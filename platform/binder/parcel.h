@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The inside of an AParcel: the bytes as they go over the wire, and beside them the objects that
+// bytes cannot carry. Binders get their wire address only when the parcel is sent, so that a parcel
+// that is dropped unsent owes nothing to anybody.
+#pragma once
+
+#include <android-base/unique_fd.h>
+#include <android/binder_ibinder.h>
+#include <android/binder_parcel.h>
+
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace host::binder {
+class Session;
+}
+
+struct AParcel {
+  public:
+    struct BinderItem {
+        size_t offset;
+        AIBinder* binder;  // a strong reference
+    };
+
+    AParcel() = default;
+    ~AParcel() { clear(); }
+    AParcel(const AParcel&) = delete;
+    AParcel& operator=(const AParcel&) = delete;
+
+    // From and back to a small cache of the calling thread, so that calls allocate nothing once
+    // warm.
+    static AParcel* obtain();
+    static void recycle(AParcel* parcel);
+
+    void clear();
+
+    // Makes it what arrived in a frame. `fdOffsets` are the object table; STATUS_BAD_VALUE when it
+    // does not fit bytes or descriptors.
+    binder_status_t setReceived(std::shared_ptr<host::binder::Session> session,
+                                std::span<const uint8_t> bytes,
+                                std::span<const uint8_t> objectTable,
+                                std::vector<android::base::unique_fd> fds);
+
+    std::span<const uint8_t> bytes() const { return mData; }
+    std::span<uint8_t> bytes() { return mData; }
+    std::span<const uint32_t> fdOffsets() const { return mFdOffsets; }
+    std::span<const android::base::unique_fd> fds() const { return mFds; }
+    std::span<const BinderItem> binders() const { return mBinders; }
+
+    size_t position() const { return mPosition; }
+    binder_status_t setPosition(size_t position) const;
+    size_t remaining() const { return mData.size() - mPosition; }
+
+    // Appends (or, behind setPosition, overwrites) `size` bytes and zeros up to a multiple of 4.
+    void write(const void* data, size_t size);
+    template <typename T>
+    void writeValue(T value) {
+        static_assert(sizeof(T) % 4 == 0);
+        write(&value, sizeof(value));
+    }
+    // As write, but gives the place where the caller puts the bytes.
+    uint8_t* writeInPlace(size_t size);
+    void writeString(std::string_view text);
+    void writeBinder(AIBinder* binder);
+    void writeFd(android::base::unique_fd fd);
+
+    // The next `size` bytes (padded to a multiple of 4), or null when there are not so many.
+    const uint8_t* read(size_t size) const;
+    template <typename T>
+    binder_status_t readValue(T* value) const {
+        const uint8_t* bytes = read(sizeof(T));
+        if (bytes == nullptr) return STATUS_NOT_ENOUGH_DATA;
+        __builtin_memcpy(value, bytes, sizeof(T));
+        return STATUS_OK;
+    }
+    // Element count of an array of items of at least `itemSize` bytes each; -1 is null. Never more
+    // than the bytes that are left can hold.
+    binder_status_t readCount(size_t itemSize, int32_t* count) const;
+    // UTF-16 units of a string, or null pointer and count -1 for a null string.
+    binder_status_t readUnits(const uint8_t** units, int32_t* count) const;
+    binder_status_t readString(std::string* text) const;
+    binder_status_t readBinder(AIBinder** binder) const;
+    binder_status_t readFd(android::base::unique_fd* fd) const;
+
+    // For whom AIBinder_prepareTransaction made it; compared only, never used.
+    const AIBinder* target = nullptr;
+
+    binder_status_t append(const AParcel& from, size_t start, size_t size);
+
+  private:
+    std::vector<uint8_t> mData;
+    mutable size_t mPosition = 0;
+    std::vector<BinderItem> mBinders;
+    std::vector<android::base::unique_fd> mFds;
+    std::vector<uint32_t> mFdOffsets;
+    std::shared_ptr<host::binder::Session> mSession;  // set when it came over the wire
+    mutable size_t mBindersSeen = 0;  // each arrival of an address counts once, however often read
+};

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The calling side of shell commands, which the NDK does not offer.
+#include <android/binder_auto_utils.h>
+#include <errno.h>
+#include <fcntl.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "binder.h"
+#include "host/binder_host.h"
+#include "parcel.h"
+#include "session.h"
+
+namespace host::binder {
+namespace {
+
+using android::base::unique_fd;
+
+// What the platform calls a result receiver: told once, by a oneway call, how the command ended.
+struct Result {
+    std::mutex lock;
+    std::condition_variable arrived;
+    bool known GUARDED_BY(lock) = false;
+    binder_status_t status GUARDED_BY(lock) = STATUS_OK;
+};
+
+binder_status_t onResult(AIBinder* binder, transaction_code_t code, const AParcel* in, AParcel*) {
+    if (code != FIRST_CALL_TRANSACTION) return STATUS_UNKNOWN_TRANSACTION;
+    binder_status_t status;
+    if (binder_status_t s = in->readValue(&status); s != STATUS_OK) return s;
+    auto* result = static_cast<Result*>(AIBinder_getUserData(binder));
+    std::lock_guard lock(result->lock);
+    result->known = true;
+    result->status = status;
+    result->arrived.notify_all();
+    return STATUS_OK;
+}
+
+const AIBinder_Class* resultReceiverClass() {
+    static const AIBinder_Class* const clazz = AIBinder_Class_define(
+        "com.android.internal.os.IResultReceiver", [](void* args) { return args; },
+        [](void* userData) { delete static_cast<Result*>(userData); }, onResult);
+    return clazz;
+}
+
+// The result is sent before the command's own answer, on another connection.
+constexpr std::chrono::seconds kResultTimeout(5);
+
+binder_status_t awaitResult(Result& result, binder_status_t* status)
+    NO_THREAD_SAFETY_ANALYSIS {  // std::unique_lock is not annotated
+    std::unique_lock lock(result.lock);
+    auto end = std::chrono::steady_clock::now() + kResultTimeout;
+    while (!result.known) {
+        if (result.arrived.wait_until(lock, end) == std::cv_status::timeout)
+            return STATUS_TIMED_OUT;
+    }
+    *status = result.status;
+    return STATUS_OK;
+}
+
+}  // namespace
+
+binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
+                             const std::vector<std::string>& args, binder_status_t* result) {
+    if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
+    Reactor::get().startPool();
+    AParcel request;
+    AParcel answer;
+    for (int fd : {in, out, err}) {
+        unique_fd copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+        if (!copy.ok()) return -errno;
+        request.writeFd(std::move(copy));
+    }
+    request.writeValue(static_cast<int32_t>(args.size()));
+    for (const std::string& arg : args) request.writeString(arg);
+    request.writeBinder(nullptr);  // no shell callback: nobody opens files in our name
+    auto* state = new Result;
+    ndk::SpAIBinder receiver(AIBinder_new(resultReceiverClass(), state));
+    request.writeBinder(receiver.get());
+    binder_status_t status = binder->transact(kShellCommandCode, request, answer, 0);
+    return status == STATUS_OK ? awaitResult(*state, result) : status;
+}
+
+}  // namespace host::binder

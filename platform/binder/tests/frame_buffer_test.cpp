@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "frame_buffer.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "raw_peer.h"
+
+namespace host::binder::test {
+namespace {
+
+using android::base::unique_fd;
+using Result = FrameBuffer::Result;
+
+void feed(FrameBuffer* buffer, const Bytes& bytes, std::vector<unique_fd> fds = {}) {
+    size_t done = 0;
+    while (done < bytes.size()) {
+        std::span<uint8_t> space = buffer->space();
+        size_t count = std::min(space.size(), bytes.size() - done);
+        memcpy(space.data(), bytes.data() + done, count);
+        buffer->commit(count, std::move(fds));
+        fds.clear();
+        done += count;
+    }
+}
+
+std::vector<unique_fd> someFds(size_t count) {
+    std::vector<unique_fd> fds;
+    for (size_t i = 0; i < count; ++i) fds.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    return fds;
+}
+
+Bytes framed(size_t bodySize) {
+    return frameOf(WireCommand::kReply, Bytes(bodySize, 0x5a));
+}
+
+TEST(FrameBufferTest, FramesComeOutWhereverTheStreamIsCut) {
+    Bytes stream = framed(0);
+    append(&stream, framed(7));
+    append(&stream, framed(5000));
+    for (size_t cut = 0; cut <= stream.size(); ++cut) {
+        FrameBuffer buffer;
+        Frame frame;
+        std::vector<size_t> sizes;
+        for (const Bytes& part : {Bytes(stream.begin(), stream.begin() + static_cast<long>(cut)),
+                                  Bytes(stream.begin() + static_cast<long>(cut), stream.end())}) {
+            feed(&buffer, part);
+            while (buffer.next(&frame) == Result::kFrame) sizes.push_back(frame.body.size());
+        }
+        ASSERT_EQ((std::vector<size_t>{0, 7, 5000}), sizes) << "cut at " << cut;
+        ASSERT_TRUE(buffer.empty());
+    }
+}
+
+TEST(FrameBufferTest, BodyMayBeAsLargeAsTheLimitAndNoLarger) {
+    for (uint32_t size : {kMaxBodySize, kMaxBodySize + 1, 0x80000000u, 0xffffffffu}) {
+        FrameBuffer buffer;
+        Bytes header;
+        append(&header, WireHeader{0, size, {}});
+        feed(&buffer, header);
+        Frame frame;
+        EXPECT_EQ(size <= kMaxBodySize ? Result::kIncomplete : Result::kTooLarge,
+                  buffer.next(&frame));
+        // A promise costs no memory.
+        EXPECT_LE(buffer.space().size(), 4096u);
+    }
+    FrameBuffer buffer;
+    feed(&buffer, framed(kMaxBodySize));
+    Frame frame;
+    EXPECT_EQ(Result::kFrame, buffer.next(&frame));
+    EXPECT_EQ(kMaxBodySize, frame.body.size());
+}
+
+TEST(FrameBufferTest, DescriptorsGoToTheLastFrameThatBeginsInTheirRead) {
+    FrameBuffer buffer;
+    Bytes two = framed(4);
+    append(&two, framed(8));
+    feed(&buffer, two, someFds(2));
+    Frame frame;
+    ASSERT_EQ(Result::kFrame, buffer.next(&frame));
+    EXPECT_EQ(0u, frame.fds.size());
+    ASSERT_EQ(Result::kFrame, buffer.next(&frame));
+    EXPECT_EQ(2u, frame.fds.size());
+    EXPECT_FALSE(frame.fdsMisplaced);
+}
+
+TEST(FrameBufferTest, DescriptorsThatBeginNoFrameAreMarked) {
+    FrameBuffer buffer;
+    Bytes bytes = framed(8);
+    feed(&buffer, Bytes(bytes.begin(), bytes.begin() + 16));
+    feed(&buffer, Bytes(bytes.begin() + 16, bytes.end()), someFds(1));
+    Frame frame;
+    ASSERT_EQ(Result::kFrame, buffer.next(&frame));
+    EXPECT_TRUE(frame.fdsMisplaced);
+}
+
+TEST(FrameBufferTest, DescriptorsOfAnUnfinishedFrameAreBounded) {
+    FrameBuffer buffer;
+    Bytes bytes = framed(100);
+    Frame frame;
+    feed(&buffer, Bytes(bytes.begin(), bytes.begin() + 20), someFds(kMaxFdsPerMessage));
+    EXPECT_EQ(Result::kIncomplete, buffer.next(&frame));
+    feed(&buffer, Bytes(bytes.begin() + 20, bytes.begin() + 21), someFds(1));
+    EXPECT_EQ(Result::kTooManyFds, buffer.next(&frame));
+}
+
+}  // namespace
+}  // namespace host::binder::test

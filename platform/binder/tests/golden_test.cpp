@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Whole exchanges of the platform's own libbinder, byte by byte: our server must answer the
+// platform's client as the platform's server did, and our client must say what the platform's
+// client said. Where the platform gives references back (DEC_STRONG) is its own affair, so those
+// frames are left out.
+#include <android/binder_parcel.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "session.h"
+#include "transport_fixture.h"
+
+namespace host::binder::test {
+namespace {
+
+// The interface token "test.IEcho" as it stands in a parcel.
+#define ECHO_TOKEN "0a000000 740065007300740 02e004900450063 0068006f00 00000000"
+
+struct Exchange {
+    const char* what;
+    const char* call;   // what the client sends: one frame
+    const char* reply;  // what the server answers: one frame, or none
+};
+
+// Frames of a capture; the root object's address is 3/0.
+const Exchange kExchanges[] = {
+    {"GET_MAX_THREADS",
+     "00000000 28000000 0000000000000000"
+     "00000000 00000000 01000000 00000000 0000000000000000 00000000 000000000000000000000000",
+     "01000000 18000000 0000000000000000 00000000 04000000 000000000000000000000000 03000000"},
+    {"GET_ROOT",
+     "00000000 28000000 0000000000000000"
+     "00000000 00000000 00000000 00000000 0000000000000000 00000000 000000000000000000000000",
+     "01000000 24000000 0000000000000000 00000000 10000000 000000000000000000000000"
+     "01000000 03000000 00000000 3f000000"},
+    {"_NTF",
+     "00000000 28000000 0000000000000000"
+     "03000000 00000000 46544e5f 00000000 0000000000000000 00000000 000000000000000000000000",
+     "01000000 30000000 0000000000000000 00000000 1c000000 000000000000000000000000" ECHO_TOKEN},
+    {"ping(7)",
+     "00000000 48000000 0000000000000000"
+     "03000000 00000000 02000000 00000000 0000000000000000 20000000"
+     "000000000000000000000000" ECHO_TOKEN "07000000",
+     "01000000 1c000000 0000000000000000 00000000 08000000 000000000000000000000000"
+     "00000000 08000000"},
+    {"echo({11 22 33 44 55})",
+     "00000000 50000000 0000000000000000"
+     "03000000 00000000 01000000 00000000 0000000000000000 28000000"
+     "000000000000000000000000" ECHO_TOKEN "05000000 1122334455000000",
+     "01000000 24000000 0000000000000000 00000000 10000000 000000000000000000000000"
+     "00000000 05000000 1122334455000000"},
+    {"fire(-1): service-specific exception 42 \"no\"",
+     "00000000 48000000 0000000000000000"
+     "03000000 00000000 04000000 00000000 0000000000000000 20000000"
+     "000000000000000000000000" ECHO_TOKEN "ffffffff",
+     "01000000 2c000000 0000000000000000 00000000 18000000 000000000000000000000000"
+     "f8ffffff 02000000 6e006f0000000000 00000000 2a000000"},
+    {"fire(-2): EX_UNSUPPORTED_OPERATION without a message",
+     "00000000 48000000 0000000000000000"
+     "03000000 00000000 04000000 00000000 0000000000000000 20000000"
+     "000000000000000000000000" ECHO_TOKEN "feffffff",
+     "01000000 24000000 0000000000000000 00000000 10000000 000000000000000000000000"
+     "f9ffffff 00000000 00000000 00000000"},
+    {"ping of the object",
+     "00000000 28000000 0000000000000000"
+     "03000000 00000000 474e505f 00000000 0000000000000000 00000000 000000000000000000000000",
+     "01000000 14000000 0000000000000000 00000000 00000000 000000000000000000000000"},
+    {"_EXT, none set",
+     "00000000 28000000 0000000000000000"
+     "03000000 00000000 5458455f 00000000 0000000000000000 00000000 000000000000000000000000",
+     "01000000 1c000000 0000000000000000 00000000 08000000 000000000000000000000000"
+     "00000000 00000000"},
+    {"an unknown code",
+     "00000000 44000000 0000000000000000"
+     "03000000 00000000 63000000 00000000 0000000000000000 1c000000"
+     "000000000000000000000000" ECHO_TOKEN,
+     "01000000 14000000 0000000000000000 b6ffffff 00000000 000000000000000000000000"},
+    {"ping with the token test.IWrong",
+     "00000000 48000000 0000000000000000"
+     "03000000 00000000 02000000 00000000 0000000000000000 20000000 000000000000000000000000"
+     "0b000000 740065007300740 02e004900570072 006f006e0067000000 07000000",
+     "01000000 14000000 0000000000000000 01000080 00000000 000000000000000000000000"},
+};
+
+using GoldenTest = TransportTest;
+
+TEST_F(GoldenTest, ServerAnswersThePlatformsClientByteForByte) {
+    RawPeer peer(mPath);
+    peer.send(hex("01000000 00 01 0000000000000000 0000  63636900 00000000"));
+    ASSERT_EQ("0100000000000000", toHex(peer.receive(8)));
+    for (const Exchange& exchange : kExchanges) {
+        peer.send(hex(exchange.call));
+        std::optional<RawFrame> reply = peer.frame();
+        ASSERT_TRUE(reply) << exchange.what;
+        EXPECT_EQ(toHex(hex(exchange.reply)), toHex(frameOf(reply->command, reply->body)))
+            << exchange.what;
+    }
+}
+
+// The callback's registration brings a nested question for its descriptor; then it is called on the
+// connection that is for the server's calls, each call with its number.
+TEST_F(GoldenTest, ServerCallsThePlatformsCallbackByteForByte) {
+    RawPeer caller(mPath);
+    caller.open();
+    RawPeer incoming(mPath);
+    incoming.open(caller.sessionId(), kConnectionIncoming);
+    caller.fetchRoot();
+
+    caller.send(
+        hex("00000000 54000000 0000000000000000"
+            "03000000 00000000 03000000 00000000 0000000000000000 2c000000"
+            "000000000000000000000000" ECHO_TOKEN "01000000 01000000 00000000 3f000000"));
+    std::optional<RawFrame> question = caller.frame();
+    ASSERT_TRUE(question);
+    EXPECT_EQ(toHex(hex("00000000 28000000 0000000000000000"
+                        "01000000 00000000 46544e5f 00000000 0000000000000000 00000000"
+                        "000000000000000000000000")),
+              toHex(frameOf(question->command, question->body)));
+    // DEC_STRONG and REPLY of the platform's client, in one write.
+    caller.send(
+        hex("02000000 10000000 0000000000000000 01000000 00000000 01000000 00000000"
+            "01000000 2c000000 0000000000000000 00000000 18000000"
+            "000000000000000000000000"
+            "08000000 740065007300740 02e004900430062 0000000000"));
+    std::optional<RawFrame> registered = caller.frame();
+    ASSERT_TRUE(registered);
+    EXPECT_EQ(0, registered->replyStatus());
+
+    caller.send(
+        hex("00000000 48000000 0000000000000000"
+            "03000000 00000000 04000000 00000000 0000000000000000 20000000"
+            "000000000000000000000000" ECHO_TOKEN "03000000"));
+    for (int i = 0; i < 3; ++i) {
+        std::optional<RawFrame> call = incoming.frame();
+        ASSERT_TRUE(call);
+        Bytes expected =
+            hex("00000000 44000000 0000000000000000"
+                "01000000 00000000 01000000 01000000 0000000000000000 1c000000"
+                "000000000000000000000000"
+                "08000000 740065007300740 02e004900430062 0000000000 00000000");
+        expected[32] = expected[80] = static_cast<uint8_t>(i);  // async number and argument
+        EXPECT_EQ(toHex(expected), toHex(frameOf(call->command, call->body)));
+    }
+    ASSERT_TRUE(caller.frame());
+}
+
+// Plays the server of a capture to our client.
+class ScriptedServer {
+  public:
+    explicit ScriptedServer(const std::string& path) : mListening(listenUnix(path)) {}
+
+    android::base::unique_fd accept() {
+        android::base::unique_fd socket;
+        (void)eventually([&] {
+            socket.reset(accept4(mListening.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            return socket.ok();
+        });
+        return socket;
+    }
+
+  private:
+    android::base::unique_fd mListening;
+};
+
+TEST_F(GoldenTest, ClientSaysWhatThePlatformsClientSaid) {
+    const std::string path = mFolder + "/scripted";
+    ScriptedServer server(path);
+    const Bytes id(kSessionIdSize, 0x4a);
+    std::thread script([&] {
+        RawPeer peer(server.accept());
+        EXPECT_EQ(
+            "01000000000100000000000000000000"
+            "6363690000000000",
+            toHex(peer.receive(24)));
+        peer.send(hex("0100000000000000"));
+        for (size_t i = 0; i < std::size(kExchanges); ++i) {
+            const Exchange& exchange = kExchanges[i];
+            if (i == 1) {  // between the first two our client asks for the session's id
+                EXPECT_EQ(toHex(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId})),
+                          toHex(peer.receive(56)));
+                Bytes body = hex("00000000 24000000 000000000000000000000000 20000000");
+                append(&body, id);
+                peer.send(frameOf(WireCommand::kReply, body));
+            }
+            std::string_view what = exchange.what;
+            if (what.starts_with("_EXT") || what.starts_with("an unknown") ||
+                what.starts_with("ping with")) {
+                continue;
+            }
+            Bytes expected = hex(exchange.call);
+            EXPECT_EQ(toHex(expected), toHex(peer.receive(expected.size()))) << exchange.what;
+            peer.send(hex(exchange.reply));
+        }
+        // A dump: the descriptor travels with the first byte of its frame.
+        Bytes dump =
+            hex("00000000 44000000 0000000000000000"
+                "03000000 00000000 504d445f 00000000 0000000000000000 18000000"
+                "000000000000000000000000"
+                "02000000 00000000 01000000 02000000 2d00760000000000 00000000");
+        EXPECT_EQ(toHex(dump), toHex(peer.receive(dump.size())));
+        peer.send(
+            hex("01000000 14000000 0000000000000000 00000000 00000000"
+                "000000000000000000000000"));
+        // Registering a callback: a connection for our calls first, then the object.
+        RawPeer incoming(server.accept());
+        EXPECT_EQ("01000000010100000000000000002000" + toHex(id), toHex(incoming.receive(48)));
+        incoming.send(hex("63636900 00000000"));
+        Bytes call =
+            hex("00000000 54000000 0000000000000000"
+                "03000000 00000000 03000000 00000000 0000000000000000 2c000000"
+                "000000000000000000000000" ECHO_TOKEN "01000000 01000000 00000000 3f000000");
+        EXPECT_EQ(toHex(call), toHex(peer.receive(call.size())));
+        peer.send(
+            hex("00000000 28000000 0000000000000000"
+                "01000000 00000000 46544e5f 00000000 0000000000000000 00000000"
+                "000000000000000000000000"));
+        EXPECT_EQ(toHex(hex("02000000 10000000 0000000000000000 01000000 00000000 01000000 00000000"
+                            "01000000 2c000000 0000000000000000 00000000 18000000"
+                            "000000000000000000000000"
+                            "08000000 740065007300740 02e004900430062 0000000000")),
+                  toHex(peer.receive(92)));
+        // The callback and the eight calls that named the root object are given back at once.
+        peer.send(decStrong({1, 0}, 1));
+        peer.send(decStrong({3, 0}, 8));
+        peer.send(
+            hex("01000000 18000000 0000000000000000 00000000 04000000"
+                "000000000000000000000000 00000000"));
+        // With its last proxy the client gives the root object back.
+        EXPECT_EQ(toHex(decStrong({3, 0}, 1)), toHex(peer.receive(32)));
+        EXPECT_TRUE(peer.hasEnded());
+    });
+
+    ndk::SpAIBinder root(connectService(path));
+    ASSERT_NE(nullptr, root.get());
+    EXPECT_TRUE(AIBinder_associateClass(root.get(), echo::serverClass()));
+    int answer = 0;
+    EXPECT_EQ(STATUS_OK, echo::ping(root.get(), 7, &answer));
+    EXPECT_EQ(8, answer);
+    std::vector<int8_t> bytes;
+    EXPECT_EQ(STATUS_OK, echo::echo(root.get(), {0x11, 0x22, 0x33, 0x44, 0x55}, &bytes));
+    EXPECT_EQ((std::vector<int8_t>{0x11, 0x22, 0x33, 0x44, 0x55}), bytes);
+    ndk::ScopedAStatus status;
+    EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kFire, -1, nullptr, &status));
+    EXPECT_EQ(42, status.getServiceSpecificError());
+    EXPECT_STREQ("no", status.getMessage());
+    EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kFire, -2, nullptr, &status));
+    EXPECT_EQ(EX_UNSUPPORTED_OPERATION, status.getExceptionCode());
+    EXPECT_EQ(STATUS_OK, AIBinder_ping(root.get()));
+    const char* args[] = {"-v"};
+    EXPECT_EQ(STATUS_OK, AIBinder_dump(root.get(), STDERR_FILENO, args, 1));
+    ndk::SpAIBinder callback = echo::makeCallback([](int) { return 0; });
+    EXPECT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+    root = {};
+    script.join();
+}
+
+}  // namespace
+}  // namespace host::binder::test

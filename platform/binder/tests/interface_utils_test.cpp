@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android/binder_enums.h>
+#include <android/binder_interface_utils.h>
+#include <android/binder_parcel_utils.h>
+#include <android/binder_to_string.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace sample {
+
+enum class Mode : int32_t { kAuto = 0, kManual = 1 };
+std::string toString(Mode mode) {
+    return mode == Mode::kAuto ? "AUTO" : "MANUAL";
+}
+enum class Nameless : int8_t { kOne = 1 };
+
+struct Record {
+    std::string toString() const { return "Record{}"; }
+};
+struct Mute {};
+
+}  // namespace sample
+
+namespace ndk::internal {
+template <>
+constexpr inline std::array<sample::Mode, 2> enum_values<sample::Mode> = {sample::Mode::kAuto,
+                                                                          sample::Mode::kManual};
+}  // namespace ndk::internal
+
+namespace {
+
+class IPlug : public ndk::ICInterface {
+  public:
+    static binder_status_t writeToParcel(AParcel* parcel, const std::shared_ptr<IPlug>& plug) {
+        return AParcel_writeStrongBinder(parcel, plug ? plug->asBinder().get() : nullptr);
+    }
+    static binder_status_t readFromParcel(const AParcel* parcel, std::shared_ptr<IPlug>* plug) {
+        ndk::SpAIBinder binder;
+        const binder_status_t status = AParcel_readStrongBinder(parcel, binder.getR());
+        if (status == STATUS_OK) {
+            *plug = std::static_pointer_cast<IPlug>(ICInterface::asInterface(binder.get()));
+        }
+        return status;
+    }
+};
+
+binder_status_t onTransact(AIBinder*, transaction_code_t, const AParcel*, AParcel*) {
+    return STATUS_UNKNOWN_TRANSACTION;
+}
+
+AIBinder_Class* plugClass() {
+    static AIBinder_Class* const clazz = ndk::ICInterface::defineClass("sample.IPlug", onTransact);
+    return clazz;
+}
+
+class Plug : public ndk::BnCInterface<IPlug> {
+  public:
+    explicit Plug(std::atomic<int>* living = nullptr) : mLiving(living) {
+        if (mLiving != nullptr) ++*mLiving;
+    }
+    ~Plug() override {
+        if (mLiving != nullptr) --*mLiving;
+    }
+    binder_status_t dump(int fd, const char** args, uint32_t numArgs) override {
+        for (uint32_t i = 0; i < numArgs; ++i) dprintf(fd, "<%s>", args[i]);
+        return STATUS_WOULD_BLOCK;
+    }
+
+    std::atomic<int> created = 0;
+
+  protected:
+    ndk::SpAIBinder createBinder() override {
+        ++created;
+        return ndk::SpAIBinder(AIBinder_new(plugClass(), static_cast<void*>(this)));
+    }
+
+  private:
+    std::atomic<int>* mLiving;
+};
+
+TEST(InterfaceUtilsTest, BinderIsTheSameWhileHeldAndMadeAnewAfterwards) {
+    const auto plug = ndk::SharedRefBase::make<Plug>();
+    EXPECT_FALSE(plug->isRemote());
+    {
+        const ndk::SpAIBinder first = plug->asBinder();
+        EXPECT_EQ(plug->asBinder(), first);
+        EXPECT_EQ(plug->created, 1);
+        EXPECT_EQ(ndk::ICInterface::asInterface(first.get()), plug);
+        EXPECT_EQ(AIBinder_getClass(first.get()), plugClass());
+    }
+    EXPECT_NE(plug->asBinder().get(), nullptr);
+    EXPECT_EQ(plug->created, 2);
+}
+
+TEST(InterfaceUtilsTest, EitherReferenceKeepsTheImplementationAlive) {
+    std::atomic<int> living = 0;
+    auto plug = ndk::SharedRefBase::make<Plug>(&living);
+    ndk::SpAIBinder binder = plug->asBinder();
+    plug.reset();
+    EXPECT_EQ(living, 1);
+    plug = std::static_pointer_cast<Plug>(ndk::ICInterface::asInterface(binder.get()));
+    binder.set(nullptr);
+    EXPECT_EQ(living, 1);
+    plug.reset();
+    EXPECT_EQ(living, 0);
+}
+
+TEST(InterfaceUtilsTest, ThreadsThatAskAtOnceGetOneBinder) {
+    const auto plug = ndk::SharedRefBase::make<Plug>();
+    std::vector<ndk::SpAIBinder> binders(4);
+    std::vector<std::thread> threads;
+    threads.reserve(binders.size());
+    for (ndk::SpAIBinder& binder : binders) {
+        threads.emplace_back([&plug, &binder] { binder = plug->asBinder(); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const ndk::SpAIBinder& binder : binders) EXPECT_EQ(binder, binders.front());
+    EXPECT_EQ(plug->created, 1);
+}
+
+TEST(InterfaceUtilsTest, DumpOfTheBinderReachesTheImplementation) {
+    const auto plug = ndk::SharedRefBase::make<Plug>();
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+    const ndk::ScopedFileDescriptor reader(ends[0]);
+    const ndk::ScopedFileDescriptor writer(ends[1]);
+    const char* args[] = {"-a", "b"};
+    EXPECT_EQ(AIBinder_dump(plug->asBinder().get(), writer.get(), args, 2), STATUS_WOULD_BLOCK);
+    std::array<char, 64> text{};
+    EXPECT_EQ(read(reader.get(), text.data(), text.size()), 7);
+    EXPECT_STREQ(text.data(), "<-a><b>");
+}
+
+TEST(InterfaceUtilsTest, LocalObjectsComeBackFromAParcelAsThemselves) {
+    const std::shared_ptr<IPlug> plug = ndk::SharedRefBase::make<Plug>();
+    ndk::ScopedAParcel parcel(AParcel_create());
+    ASSERT_EQ(ndk::AParcel_writeData(parcel.get(), plug), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_writeNullableData(parcel.get(), std::shared_ptr<IPlug>()), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_writeNullableData(parcel.get(), std::shared_ptr<IPlug>()), STATUS_OK);
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    std::shared_ptr<IPlug> read;
+    EXPECT_EQ(ndk::AParcel_readData(parcel.get(), &read), STATUS_OK);
+    EXPECT_EQ(read, plug);
+    EXPECT_EQ(ndk::AParcel_readNullableData(parcel.get(), &read), STATUS_OK);
+    EXPECT_EQ(read, nullptr);
+    EXPECT_EQ(ndk::AParcel_readData(parcel.get(), &read), STATUS_UNEXPECTED_NULL);
+}
+
+TEST(InterfaceUtilsDeathTest, ObjectWithoutASharedOwnerAborts) {
+    EXPECT_DEATH({ Plug plug; }, "never held");
+}
+
+TEST(ToStringTest, EveryKindHasItsText) {
+    using android::internal::ToString;
+    EXPECT_EQ(ToString(true), "true");
+    EXPECT_EQ(ToString(int8_t{-5}), "-5");
+    EXPECT_EQ(ToString(uint64_t{18446744073709551615u}), "18446744073709551615");
+    EXPECT_EQ(ToString(u'A'), "A");
+    EXPECT_EQ(ToString(u'\u00e9'), "\u00e9");
+    EXPECT_EQ(ToString(u'\u20ac'), "\u20ac");
+    EXPECT_EQ(ToString(static_cast<char16_t>(0xd800)), "\uFFFD");
+    EXPECT_EQ(ToString(std::string("a b")), "a b");
+    EXPECT_EQ(ToString(sample::Mode::kManual), "MANUAL");
+    EXPECT_EQ(ToString(sample::Nameless::kOne), "1");
+    EXPECT_EQ(ToString(sample::Record()), "Record{}");
+    EXPECT_EQ(ToString(sample::Mute()), "{no toString() implemented}");
+    EXPECT_EQ(ToString(std::vector<bool>{true, false}), "[true, false]");
+    EXPECT_EQ(ToString(std::vector<int32_t>()), "[]");
+    EXPECT_EQ(ToString(std::array<std::vector<uint8_t>, 2>{{{1, 2}, {}}}), "[[1, 2], []]");
+    EXPECT_EQ(ToString(std::optional<std::string>()), "(null)");
+    EXPECT_EQ(ToString(std::optional<std::string>("x")), "x");
+    EXPECT_EQ(ToString(std::make_unique<sample::Record>()), "Record{}");
+    EXPECT_EQ(ToString(std::shared_ptr<IPlug>()), "(null)");
+    EXPECT_EQ(ToString(ndk::SpAIBinder()), "(null)");
+    EXPECT_EQ(ToString(ndk::ScopedFileDescriptor()), "-1");
+}
+
+TEST(EnumRangeTest, GoesThroughTheValuesInOrder) {
+    std::string names;
+    for (const sample::Mode mode : ndk::enum_range<sample::Mode>()) names += toString(mode) + " ";
+    EXPECT_EQ(names, "AUTO MANUAL ");
+}
+
+}  // namespace

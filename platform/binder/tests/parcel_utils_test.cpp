@@ -1,0 +1,351 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android/binder_parcel_utils.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using ndk::AParcel_readData;
+using ndk::AParcel_readNullableData;
+using ndk::AParcel_writeData;
+using ndk::AParcel_writeNullableData;
+using ndk::ScopedAParcel;
+using testing::ElementsAre;
+
+enum class Small : int8_t { kMinus = -1, kTwo = 2 };
+enum class Wide : int64_t { kBig = 0x123456789abcdef0 };
+
+struct Point {
+    int32_t x = 0;
+    bool operator==(const Point& other) const { return x == other.x; }
+    binder_status_t readFromParcel(const AParcel* parcel) { return AParcel_readData(parcel, &x); }
+    binder_status_t writeToParcel(AParcel* parcel) const { return AParcel_writeData(parcel, x); }
+};
+
+std::vector<uint8_t> bytesOf(const AParcel* parcel) {
+    std::vector<uint8_t> bytes(static_cast<size_t>(AParcel_getDataSize(parcel)));
+    EXPECT_EQ(AParcel_marshal(parcel, bytes.data(), 0, bytes.size()), STATUS_OK);
+    return bytes;
+}
+
+ScopedAParcel parcelOf(const std::vector<uint8_t>& bytes) {
+    ScopedAParcel parcel(AParcel_create());
+    EXPECT_EQ(AParcel_unmarshal(parcel.get(), bytes.data(), bytes.size()), STATUS_OK);
+    return parcel;
+}
+
+ScopedAParcel parcelOfInts(std::initializer_list<int32_t> values) {
+    ScopedAParcel parcel(AParcel_create());
+    for (const int32_t value : values) {
+        EXPECT_EQ(AParcel_writeInt32(parcel.get(), value), STATUS_OK);
+    }
+    EXPECT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    return parcel;
+}
+
+// The bytes as 32-bit words, which is how every item is laid out.
+std::vector<uint32_t> wordsOf(const AParcel* parcel) {
+    const std::vector<uint8_t> bytes = bytesOf(parcel);
+    EXPECT_EQ(bytes.size() % 4, 0u);
+    std::vector<uint32_t> words(bytes.size() / 4);
+    if (!words.empty()) std::memcpy(words.data(), bytes.data(), bytes.size());
+    return words;
+}
+
+template <typename T>
+std::vector<uint32_t> written(const T& value) {
+    ScopedAParcel parcel(AParcel_create());
+    EXPECT_EQ(AParcel_writeNullableData(parcel.get(), value), STATUS_OK);
+    return wordsOf(parcel.get());
+}
+
+// Writes and reads each value in a row, and expects the same values and an end of the parcel.
+template <typename T>
+void expectRoundTrip(std::initializer_list<T> values) {
+    ScopedAParcel parcel(AParcel_create());
+    for (const T& value : values) {
+        ASSERT_EQ(AParcel_writeNullableData(parcel.get(), value), STATUS_OK);
+    }
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    for (const T& value : values) {
+        T read{};
+        ASSERT_EQ(AParcel_readNullableData(parcel.get(), &read), STATUS_OK);
+        EXPECT_EQ(read, value);
+    }
+    EXPECT_EQ(AParcel_getDataPosition(parcel.get()), AParcel_getDataSize(parcel.get()));
+}
+
+template <typename T>
+binder_status_t readFrom(const ScopedAParcel& parcel, T* value) {
+    EXPECT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    return AParcel_readData(parcel.get(), value);
+}
+
+template <typename T>
+class ScalarTest : public testing::Test {};
+using Scalars =
+    testing::Types<bool, int8_t, char16_t, int32_t, uint32_t, int64_t, uint64_t, float, double>;
+TYPED_TEST_SUITE(ScalarTest, Scalars);
+
+TYPED_TEST(ScalarTest, ExtremesComeBackAloneAndInEveryList) {
+    using T = TypeParam;
+    const T low = std::numeric_limits<T>::lowest();
+    const T high = std::numeric_limits<T>::max();
+    expectRoundTrip<T>({low, high, T{0}, T{1}});
+    expectRoundTrip<std::vector<T>>({{}, {low}, {low, high, T{1}}});
+    expectRoundTrip<std::array<T, 3>>({{low, high, T{1}}});
+    expectRoundTrip<std::optional<std::vector<T>>>(
+        {std::nullopt, std::vector<T>{}, std::vector<T>{low, high}});
+    expectRoundTrip<std::optional<std::array<T, 2>>>({std::nullopt, std::array<T, 2>{high, low}});
+    expectRoundTrip<std::array<std::array<T, 2>, 2>>({{{{low, high}, {high, low}}}});
+}
+
+// Enough bytes for an element of every kind but never for the counts they announce.
+TYPED_TEST(ScalarTest, CountsWithoutBytesBehindThemAllocateNothing) {
+    using T = TypeParam;
+    for (const int32_t count : {65, 1 << 20, std::numeric_limits<int32_t>::max()}) {
+        const ScopedAParcel parcel = parcelOfInts({count, 0, 0, 0, 0, 0, 0, 0, 0});
+        std::vector<T> vector;
+        EXPECT_NE(readFrom(parcel, &vector), STATUS_OK) << count;
+        EXPECT_EQ(vector.capacity(), 0u) << count;
+        std::optional<std::vector<T>> optional;
+        EXPECT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+        EXPECT_NE(AParcel_readNullableData(parcel.get(), &optional), STATUS_OK) << count;
+    }
+}
+
+TYPED_TEST(ScalarTest, FixedArrayTakesExactlyItsLength) {
+    using T = TypeParam;
+    std::array<T, 3> array{};
+    for (const size_t length : {0u, 2u, 4u}) {
+        ScopedAParcel parcel(AParcel_create());
+        ASSERT_EQ(AParcel_writeData(parcel.get(), std::vector<T>(length)), STATUS_OK);
+        EXPECT_EQ(readFrom(parcel, &array), STATUS_BAD_VALUE) << length;
+    }
+    EXPECT_EQ(readFrom(parcelOfInts({-1}), &array), STATUS_UNEXPECTED_NULL);
+}
+
+TEST(ParcelUtilsTest, ItemsHaveTheDocumentedBytes) {
+    EXPECT_THAT(written(true), ElementsAre(1u));
+    EXPECT_THAT(written(int8_t{-2}), ElementsAre(0xfffffffeu));
+    EXPECT_THAT(written(char16_t{0xfffe}), ElementsAre(0xfffeu));
+    EXPECT_THAT(written(Small::kMinus), ElementsAre(0xffffffffu));
+    EXPECT_THAT(written(Wide::kBig), ElementsAre(0x9abcdef0u, 0x12345678u));
+    EXPECT_THAT(written(std::string("ab")), ElementsAre(2u, 0x00620061u, 0u));
+    EXPECT_THAT(written(std::string()), ElementsAre(0u, 0u));
+    EXPECT_THAT(written(std::vector<uint8_t>{1, 2, 3, 4, 5}), ElementsAre(5u, 0x04030201u, 5u));
+    EXPECT_THAT(written(std::vector<int8_t>{-1}), ElementsAre(1u, 0xffu));
+    EXPECT_THAT(written(std::array<uint8_t, 2>{7, 8}), ElementsAre(2u, 0x0807u));
+    EXPECT_THAT(written(std::vector<Small>{Small::kTwo, Small::kMinus}), ElementsAre(2u, 0xff02u));
+    EXPECT_THAT(written(std::vector<bool>{true, false}), ElementsAre(2u, 1u, 0u));
+    EXPECT_THAT(written(std::vector<char16_t>{0xffff}), ElementsAre(1u, 0xffffu));
+    EXPECT_THAT(written(Point{9}), ElementsAre(1u, 9u));
+    EXPECT_THAT(written(std::vector<Point>{{9}, {8}}), ElementsAre(2u, 1u, 9u, 1u, 8u));
+    EXPECT_THAT(written(std::optional<Point>()), ElementsAre(0u));
+    EXPECT_THAT(written(std::optional<std::string>()), ElementsAre(0xffffffffu));
+    EXPECT_THAT(written(std::optional<std::vector<Point>>()), ElementsAre(0xffffffffu));
+    EXPECT_THAT(written(std::vector<std::optional<Point>>{std::nullopt, Point{4}}),
+                ElementsAre(2u, 0u, 1u, 4u));
+}
+
+TEST(ParcelUtilsTest, CompoundValuesComeBack) {
+    using namespace std::string_literals;
+    expectRoundTrip<std::string>({"", "a", "ab", "abc", "a\0b"s, "\u00e9\u20ac\U0001f50b"});
+    expectRoundTrip<std::optional<std::string>>({std::nullopt, "", "x"});
+    expectRoundTrip<std::vector<std::string>>({{}, {"one", "", "three"}});
+    expectRoundTrip<std::optional<std::vector<std::optional<std::string>>>>(
+        {std::nullopt, {{std::nullopt, "", "x"}}});
+    expectRoundTrip<std::array<std::string, 2>>({{"one", "two"}});
+    expectRoundTrip<Point>({{1}, {-1}});
+    expectRoundTrip<std::optional<Point>>({std::nullopt, Point{3}});
+    expectRoundTrip<std::vector<Point>>({{}, std::vector<Point>(200, Point{5})});
+    expectRoundTrip<std::vector<uint8_t>>({{}, {1}, {1, 2, 3, 4}, {1, 2, 3, 4, 5}});
+    expectRoundTrip<std::vector<Small>>({{}, {Small::kMinus, Small::kTwo}});
+    expectRoundTrip<std::vector<Wide>>({{}, {Wide::kBig}});
+
+    ScopedAParcel parcel(AParcel_create());
+    auto point = std::make_unique<Point>(Point{6});
+    ASSERT_EQ(AParcel_writeNullableData(parcel.get(), point), STATUS_OK);
+    point.reset();
+    ASSERT_EQ(AParcel_writeNullableData(parcel.get(), point), STATUS_OK);
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    ASSERT_EQ(AParcel_readNullableData(parcel.get(), &point), STATUS_OK);
+    ASSERT_NE(point, nullptr);
+    EXPECT_EQ(point->x, 6);
+    ASSERT_EQ(AParcel_readNullableData(parcel.get(), &point), STATUS_OK);
+    EXPECT_EQ(point, nullptr);
+}
+
+TEST(ParcelUtilsTest, TextThatIsNoUtf8ArrivesWithReplacements) {
+    ScopedAParcel parcel(AParcel_create());
+    ASSERT_EQ(AParcel_writeData(parcel.get(), std::string("a\xff"
+                                                          "b")),
+              STATUS_OK);
+    std::string text;
+    ASSERT_EQ(readFrom(parcel, &text), STATUS_OK);
+    EXPECT_EQ(text, "a\uFFFDb");
+}
+
+TEST(ParcelUtilsTest, NullWhereNoneIsAllowedIsRefusedByReaderAndWriter) {
+    const ScopedAParcel absent = parcelOfInts({0, 0});
+    const ScopedAParcel minusOne = parcelOfInts({-1});
+    const auto refuses = [](const ScopedAParcel& parcel, auto value) {
+        return readFrom(parcel, &value) == STATUS_UNEXPECTED_NULL;
+    };
+    EXPECT_TRUE(refuses(absent, Point()));
+    EXPECT_TRUE(refuses(absent, std::optional<Point>()));
+    EXPECT_TRUE(refuses(absent, ndk::SpAIBinder()));
+    EXPECT_TRUE(refuses(minusOne, std::string()));
+    EXPECT_TRUE(refuses(minusOne, std::vector<uint8_t>()));
+    EXPECT_TRUE(refuses(minusOne, std::vector<bool>()));
+    EXPECT_TRUE(refuses(minusOne, std::vector<std::string>()));
+    EXPECT_TRUE(refuses(minusOne, std::vector<Point>()));
+    EXPECT_TRUE(refuses(minusOne, std::array<Point, 1>()));
+    EXPECT_TRUE(refuses(parcelOfInts({1, -1}), std::vector<std::string>()));
+    EXPECT_TRUE(refuses(parcelOfInts({1, 0}), std::vector<Point>()));
+
+    ScopedAParcel parcel(AParcel_create());
+    const auto keeps = [&](const auto& value) {
+        return AParcel_writeData(parcel.get(), value) == STATUS_UNEXPECTED_NULL;
+    };
+    EXPECT_TRUE(keeps(std::optional<Point>()));
+    EXPECT_TRUE(keeps(std::optional<std::string>()));
+    EXPECT_TRUE(keeps(ndk::SpAIBinder()));
+    EXPECT_TRUE(keeps(ndk::ScopedFileDescriptor()));
+    EXPECT_EQ(AParcel_getDataSize(parcel.get()), 0);
+}
+
+TEST(ParcelUtilsTest, ListsOfRecordsWithLyingCountsFailWithoutAllocating) {
+    struct Case {
+        int32_t count;
+        binder_status_t expected;
+    };
+    for (const Case& c :
+         {Case{-2, STATUS_BAD_VALUE}, Case{std::numeric_limits<int32_t>::min(), STATUS_BAD_VALUE},
+          Case{3, STATUS_NO_MEMORY}, Case{std::numeric_limits<int32_t>::max(), STATUS_NO_MEMORY}}) {
+        const ScopedAParcel parcel = parcelOfInts({c.count, 1, 7});
+        std::vector<Point> points;
+        EXPECT_EQ(readFrom(parcel, &points), c.expected) << c.count;
+        EXPECT_EQ(points.capacity(), 0u) << c.count;
+        std::vector<std::string> texts;
+        EXPECT_EQ(readFrom(parcel, &texts), c.expected) << c.count;
+        std::array<Point, 3> array;
+        EXPECT_EQ(readFrom(parcel, &array), c.expected) << c.count;
+    }
+    // Four bytes each are there, but the second record is cut.
+    std::vector<Point> points;
+    EXPECT_EQ(readFrom(parcelOfInts({2, 1, 7, 1}), &points), STATUS_NOT_ENOUGH_DATA);
+}
+
+TEST(ParcelUtilsTest, EveryKindCutAtEveryLengthFails) {
+    std::vector<Point> points{{1}, {2}};
+    std::optional<std::vector<std::optional<std::string>>> texts{{std::nullopt, "text"}};
+    std::optional<Point> point{Point{3}};
+    std::array<std::array<uint8_t, 3>, 2> grid{{{1, 2, 3}, {4, 5, 6}}};
+    std::vector<bool> flags{true, false};
+    std::vector<uint8_t> blob{1, 2, 3, 4, 5};
+    std::vector<int64_t> longs{1, 2};
+    double last = 1.5;
+    const auto all = [&](auto&& each) {
+        binder_status_t status = each(points);
+        if (status == STATUS_OK) status = each(texts);
+        if (status == STATUS_OK) status = each(point);
+        if (status == STATUS_OK) status = each(grid);
+        if (status == STATUS_OK) status = each(flags);
+        if (status == STATUS_OK) status = each(blob);
+        if (status == STATUS_OK) status = each(longs);
+        return status == STATUS_OK ? each(last) : status;
+    };
+    ScopedAParcel whole(AParcel_create());
+    ASSERT_EQ(all([&](auto& v) { return AParcel_writeNullableData(whole.get(), v); }), STATUS_OK);
+    std::vector<uint8_t> bytes = bytesOf(whole.get());
+    const size_t size = bytes.size();
+    for (size_t length = 0; length <= size; ++length) {
+        const ScopedAParcel parcel = parcelOf({bytes.begin(), bytes.begin() + length});
+        const binder_status_t status =
+            all([&](auto& v) { return AParcel_readNullableData(parcel.get(), &v); });
+        EXPECT_EQ(status == STATUS_OK, length == size) << length << " of " << size;
+    }
+}
+
+TEST(ParcelUtilsTest, ReadingIntoAUsedValueLeavesNothingOfTheOld) {
+    std::vector<Point> points(5, Point{9});
+    EXPECT_EQ(readFrom(parcelOfInts({1, 1, 3}), &points), STATUS_OK);
+    EXPECT_EQ(points, (std::vector<Point>{{3}}));
+    std::vector<uint8_t> blob(100, 7);
+    EXPECT_EQ(readFrom(parcelOfInts({0}), &blob), STATUS_OK);
+    EXPECT_TRUE(blob.empty());
+    std::optional<std::string> text = "old";
+    EXPECT_EQ(AParcel_readNullableData(parcelOfInts({-1}).get(), &text), STATUS_OK);
+    EXPECT_FALSE(text.has_value());
+}
+
+TEST(ParcelUtilsTest, AnyNumberIsTakenForBoolsAndEnums) {
+    bool flag = false;
+    EXPECT_EQ(readFrom(parcelOfInts({-7}), &flag), STATUS_OK);
+    EXPECT_TRUE(flag);
+    Small small = Small::kTwo;
+    EXPECT_EQ(readFrom(parcelOfInts({100}), &small), STATUS_OK);
+    EXPECT_EQ(static_cast<int8_t>(small), 100);
+}
+
+TEST(ParcelUtilsTest, OutVectorsGetTheCallersLengthWithinBounds) {
+    ScopedAParcel parcel(AParcel_create());
+    ASSERT_EQ(ndk::AParcel_writeVectorSize(parcel.get(), std::vector<Point>(3)), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_writeVectorSize(parcel.get(), std::optional<std::vector<Point>>()),
+              STATUS_OK);
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    std::vector<Point> points;
+    EXPECT_EQ(ndk::AParcel_resizeVector(parcel.get(), &points), STATUS_OK);
+    EXPECT_EQ(points.size(), 3u);
+    std::optional<std::vector<Point>> maybe(std::in_place);
+    EXPECT_EQ(ndk::AParcel_resizeVector(parcel.get(), &maybe), STATUS_OK);
+    EXPECT_FALSE(maybe.has_value());
+
+    std::vector<uint8_t> blob;
+    const auto resize = [](int32_t length, auto* vector) {
+        return ndk::AParcel_resizeVector(parcelOfInts({length}).get(), vector);
+    };
+    EXPECT_EQ(resize(100000, &blob), STATUS_OK);
+    EXPECT_EQ(resize(100001, &blob), STATUS_NO_MEMORY);
+    EXPECT_EQ(resize(25000, &points), STATUS_OK);
+    EXPECT_EQ(resize(25001, &points), STATUS_NO_MEMORY);
+    EXPECT_EQ(resize(-1, &blob), STATUS_UNEXPECTED_NULL);
+    EXPECT_EQ(resize(-2, &blob), STATUS_BAD_VALUE);
+}
+
+TEST(ParcelUtilsTest, DescriptorsAreDuplicatedBothWays) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const ndk::ScopedFileDescriptor reader(ends[0]);
+    ndk::ScopedFileDescriptor writer(ends[1]);
+    ScopedAParcel parcel(AParcel_create());
+    ASSERT_EQ(AParcel_writeData(parcel.get(), writer), STATUS_OK);
+    writer.set(-1);
+    ndk::ScopedFileDescriptor copy;
+    ASSERT_EQ(readFrom(parcel, &copy), STATUS_OK);
+    EXPECT_EQ(fcntl(copy.get(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    ASSERT_EQ(write(copy.get(), "x", 1), 1);
+    char byte = 0;
+    EXPECT_EQ(read(reader.get(), &byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
+
+    // With the last writing end the pipe ends: nobody keeps a forgotten duplicate.
+    copy.set(-1);
+    parcel.set(nullptr);
+    EXPECT_EQ(read(reader.get(), &byte, 1), 0);
+}
+
+}  // namespace

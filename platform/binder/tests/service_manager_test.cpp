@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android/binder_manager.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "echo.h"
+#include "host/binder_host.h"
+#include "other_process.h"
+#include "unix_socket.h"
+
+namespace host::binder::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ServiceManagerTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::string folder = ::testing::TempDir() + "manager.XXXXXX";
+        mFolder = mkdtemp(folder.data());
+        setenv("ANDROID_HOST_DIR", mFolder.c_str(), 1);
+    }
+    void TearDown() override { fs::remove_all(mFolder); }
+
+    std::string mFolder;
+};
+
+TEST_F(ServiceManagerTest, NamesAreServedOnceWhileTheirProcessLives) {
+    constexpr char kName[] = "test.IEcho/default";
+    EXPECT_EQ(nullptr, AServiceManager_checkService(kName));
+    auto first =
+        std::make_unique<OtherProcess>(std::vector<std::string>{ECHO_PEER, "serve", kName});
+    ASSERT_EQ("serving", first->line());
+    EXPECT_EQ(std::vector<std::string>{kName}, listServices());
+    OtherProcess second({ECHO_PEER, "serve", kName});
+    EXPECT_EQ(1, WEXITSTATUS(second.wait()));
+    ndk::SpAIBinder binder(AServiceManager_checkService(kName));
+    EXPECT_EQ(STATUS_OK, AIBinder_ping(binder.get()));
+    ndk::SpAIBinder again(AServiceManager_getService(kName));
+    EXPECT_EQ(binder.get(), again.get());
+
+    first.reset();
+    EXPECT_TRUE(fs::exists(mFolder + "/binder/test.IEcho/default")) << "a crash leaves its socket";
+    EXPECT_TRUE(listServices().empty());
+    OtherProcess successor({ECHO_PEER, "serve", kName});
+    EXPECT_EQ("serving", successor.line());
+    ndk::SpAIBinder next(AServiceManager_waitForService(kName));
+    EXPECT_EQ(STATUS_OK, AIBinder_ping(next.get()));
+}
+
+TEST_F(ServiceManagerTest, NamesThatLeaveTheFolderAreRefused) {
+    echo::Server server;
+    ndk::SpAIBinder binder = echo::makeServer(&server);
+    for (const char* name : {"", "/x", "x/", "a//b", "../x", "a/../../x", "a/.b", "a b", "a\n",
+                             "x.lock", "caf\xc3\xa9"}) {
+        EXPECT_EQ(EX_ILLEGAL_ARGUMENT, AServiceManager_addService(binder.get(), name)) << name;
+        EXPECT_EQ(nullptr, AServiceManager_checkService(name)) << name;
+    }
+    EXPECT_EQ(EX_ILLEGAL_ARGUMENT,
+              AServiceManager_addService(binder.get(), std::string(81, 'a').c_str()));
+    const std::string folder = std::string(46, 'f') + "/";
+    EXPECT_EQ(
+        EX_ILLEGAL_ARGUMENT,
+        AServiceManager_addService(binder.get(), ("f" + folder + std::string(80, 'a')).c_str()));
+    EXPECT_EQ(EX_NONE,
+              AServiceManager_addService(binder.get(), (folder + std::string(80, 'b')).c_str()));
+    AIBinder* none = nullptr;
+    EXPECT_EQ(EX_ILLEGAL_ARGUMENT, AServiceManager_addService(none, "x"));
+}
+
+TEST_F(ServiceManagerTest, WhatIsNoSocketIsNeverRemoved) {
+    fs::create_directories(mFolder + "/binder");
+    fs::permissions(mFolder + "/binder", fs::perms::owner_all);
+    std::ofstream(mFolder + "/binder/precious") << "data";
+    echo::Server server;
+    ndk::SpAIBinder binder = echo::makeServer(&server);
+    EXPECT_NE(EX_NONE, AServiceManager_addService(binder.get(), "precious"));
+    EXPECT_EQ(4u, fs::file_size(mFolder + "/binder/precious"));
+}
+
+TEST_F(ServiceManagerTest, LongFoldersWorkAndOpenFoldersDoNot) {
+    std::string deep = mFolder + "/" + std::string(120, 'd');
+    setenv("ANDROID_HOST_DIR", deep.c_str(), 1);
+    OtherProcess server({ECHO_PEER, "serve", "deep/name"});
+    ASSERT_EQ("serving", server.line());
+    ndk::SpAIBinder binder(AServiceManager_checkService("deep/name"));
+    EXPECT_EQ(STATUS_OK, AIBinder_ping(binder.get()));
+
+    fs::permissions(deep, fs::perms::others_read, fs::perm_options::add);
+    OtherProcess refused({ECHO_PEER, "serve", "deep/other"});
+    EXPECT_EQ(1, WEXITSTATUS(refused.wait()));
+}
+
+TEST_F(ServiceManagerTest, DeclaredInstancesComeFromTheFragments) {
+    EXPECT_FALSE(AServiceManager_isDeclared("vendor.a.IThing/default"));
+    fs::create_directories(mFolder + "/vintf");
+    fs::permissions(mFolder + "/vintf", fs::perms::owner_all);
+    std::ofstream(mFolder + "/vintf/a.xml")
+        << "<manifest><hal><name>vendor.a</name><fqname>IThing/default</fqname></hal></manifest>";
+    EXPECT_TRUE(AServiceManager_isDeclared("vendor.a.IThing/default"));
+}
+
+}  // namespace
+}  // namespace host::binder::test

@@ -1,0 +1,375 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Calls between two sides of a session: nested, oneway, at once; objects and their references; the
+// death of the other side.
+#include "session.h"
+
+#include <android/binder_manager.h>
+#include <android/binder_process.h>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <latch>
+#include <mutex>
+#include <thread>
+
+#include "other_process.h"
+#include "transport_fixture.h"
+
+namespace host::binder::test {
+namespace {
+
+using ndk::SpAIBinder;
+
+// Opened once, by the test.
+class Gate {
+  public:
+    void open() {
+        std::lock_guard lock(mLock);
+        mOpen = true;
+        mChanged.notify_all();
+    }
+    void pass() {
+        std::unique_lock lock(mLock);
+        ++mWaiting;
+        mChanged.notify_all();
+        mChanged.wait(lock, [&] { return mOpen; });
+    }
+    bool waitForWaiting(int count) {
+        std::unique_lock lock(mLock);
+        return mChanged.wait_for(lock, std::chrono::seconds(20), [&] { return mWaiting >= count; });
+    }
+
+  private:
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    bool mOpen = false;
+    int mWaiting = 0;
+};
+
+class SessionTest : public TransportTest {
+  protected:
+    OtherProcess startPeer(const std::string& mode) {
+        return OtherProcess({ECHO_PEER, mode, mPath});
+    }
+
+    // Addresses that the server's side of a client's session knows.
+    size_t addressesOnServer() {
+        return static_cast<ProxyBinder*>(mServer.callback().get())->session().addressCount();
+    }
+};
+
+TEST_F(SessionTest, CallInsideACallbackInsideACall) {
+    SpAIBinder root = connect();
+    SpAIBinder callback = echo::makeCallback([&](int x) {
+        int answer = 0;
+        EXPECT_EQ(STATUS_OK, echo::ping(root.get(), x, &answer));
+        return answer * 2;
+    });
+    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+    int answer = 0;
+    EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kAskBack, 20, &answer));
+    EXPECT_EQ(42, answer);
+}
+
+TEST_F(SessionTest, EveryCallerIsAnsweredWhileFourThreadsAreHeld) {
+    // The two that started with the pool and the two more that it may start.
+    static std::thread* const fourth = new std::thread([] { ABinderProcess_joinThreadPool(); });
+    (void)fourth;
+    Gate gate;
+    mServer.onBlock([&] { gate.pass(); });
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 4; ++i) {
+        callers.emplace_back([&] {
+            SpAIBinder root = connect();
+            EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kBlock, 0));
+        });
+    }
+    ASSERT_TRUE(gate.waitForWaiting(4));
+    std::latch started(60);
+    for (int i = 0; i < 60; ++i) {
+        callers.emplace_back([&, i] {
+            started.count_down();
+            SpAIBinder root = connect();
+            int answer = 0;
+            EXPECT_EQ(STATUS_OK, echo::ping(root.get(), i, &answer));
+            EXPECT_EQ(i + 1, answer);
+        });
+    }
+    started.wait();
+    gate.open();
+    for (std::thread& caller : callers) caller.join();
+    mServer.onBlock([] {});
+}
+
+TEST_F(SessionTest, ThreadsOfOneClientCallAtOnce) {
+    SpAIBinder root = connect();
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 16; ++i) {
+        callers.emplace_back([&, i] {
+            for (int k = 0; k < 200; ++k) {
+                int answer = 0;
+                ASSERT_EQ(STATUS_OK, echo::ping(root.get(), 1000 * i + k, &answer));
+                ASSERT_EQ(1000 * i + k + 1, answer);
+            }
+        });
+    }
+    for (std::thread& caller : callers) caller.join();
+    EXPECT_EQ(1u, addressCount(root.get()));
+}
+
+TEST_F(SessionTest, LargestTransactionsArriveAndLargerOnesAreRefusedHere) {
+    SpAIBinder root = connect();
+    // 40 bytes of transaction, 28 of token, 4 of length.
+    const size_t largest = kMaxBodySize - 40 - 28 - 4;
+    for (size_t size : {size_t{4000}, size_t{50'000}, largest}) {
+        std::vector<int8_t> sent(size, 0x5a);
+        std::vector<int8_t> received;
+        ASSERT_EQ(STATUS_OK, echo::echo(root.get(), sent, &received)) << size;
+        EXPECT_EQ(sent, received);
+    }
+    std::vector<int8_t> none;
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION,
+              echo::echo(root.get(), std::vector<int8_t>(largest + 1), &none));
+    int answer = 0;
+    EXPECT_EQ(STATUS_OK, echo::ping(root.get(), 1, &answer));
+}
+
+TEST_F(SessionTest, AThousandObjectsSentAndDroppedLeaveNothingBehind) {
+    SpAIBinder root = connect();
+    SpAIBinder keeper = echo::makeCallback([](int x) { return x; });
+    for (int i = 0; i < 1000; ++i) {
+        SpAIBinder callback = echo::makeCallback([](int x) { return x; });
+        ASSERT_EQ(STATUS_OK,
+                  echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+        SpAIBinder same;
+        ASSERT_EQ(STATUS_OK,
+                  echo::callWithBinder(root.get(), echo::kReturnObject, callback.get(), &same));
+        ASSERT_EQ(callback.get(), same.get()) << "an object comes home as itself";
+    }
+    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, keeper.get()));
+    // The root object and the last callback.
+    EXPECT_EQ(2u, addressCount(root.get()));
+    EXPECT_EQ(2u, addressesOnServer());
+    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, nullptr));
+    EXPECT_EQ(1u, addressCount(root.get()));
+    EXPECT_EQ(1, AIBinder_debugGetRefCount(keeper.get()));
+}
+
+TEST_F(SessionTest, TheSameRemoteObjectIsTheSameProxy) {
+    SpAIBinder root = connect();
+    SpAIBinder again;
+    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kReturnObject, root.get(), &again));
+    EXPECT_EQ(root.get(), again.get());
+    EXPECT_EQ(STATUS_INVALID_OPERATION,
+              echo::callWithBinder(root.get(), echo::kReturnObject, connect().get(), &again))
+        << "an object of another session has no name in this one";
+}
+
+TEST_F(SessionTest, OnewayReferencesAreGivenBackWithoutACall) {
+    SpAIBinder root = connect();
+    std::atomic<int> calls = 0;
+    SpAIBinder callback = echo::makeCallback([&](int) { return ++calls; });
+    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+    // Called by nobody's call, so that no answer can carry the references back.
+    for (int i = 0; i < 100; ++i) {
+        ndk::ScopedAParcel in;
+        ndk::ScopedAParcel out;
+        ASSERT_EQ(STATUS_OK, AIBinder_prepareTransaction(mServer.callback().get(), in.getR()));
+        AParcel_writeInt32(in.get(), i);
+        ASSERT_EQ(STATUS_OK, AIBinder_transact(mServer.callback().get(), 1, in.getR(), out.getR(),
+                                               FLAG_ONEWAY));
+    }
+    EXPECT_TRUE(eventually([&] { return calls == 100; }));
+    mServer.setCallback({});
+    int answer = 0;
+    EXPECT_EQ(STATUS_OK, echo::ping(root.get(), 1, &answer));
+    EXPECT_TRUE(eventually([&] { return addressCount(root.get()) == 1; }));
+}
+
+TEST_F(SessionTest, ACallbackWithoutAConnectionForItFailsAtOnce) {
+    RawPeer peer = openRaw();
+    Bytes binder = int32(kObjectBinder);
+    append(&binder, WireAddress{kAddressCreated, 0});
+    append(&binder, int32(0x3f));
+    peer.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
+    ASSERT_TRUE(peer.frame());  // asks for the descriptor
+    AParcel descriptor;
+    descriptor.writeString("test.ICb");
+    Bytes body;
+    append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
+    append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
+    peer.send(frameOf(WireCommand::kReply, body));
+    ASSERT_TRUE(peer.frame());
+    int answer = 0;
+    EXPECT_EQ(STATUS_WOULD_BLOCK,
+              echo::callWithInt(mServer.callback().get(), echo::Code{1}, 1, &answer));
+}
+
+TEST_F(SessionTest, ASubscriberThatDoesNotReadFillsItsQueueAndNobodyElses) {
+    RawPeer caller = openRaw();
+    RawPeer incoming(mPath);
+    incoming.open(caller.sessionId(), kConnectionIncoming);
+    Bytes binder = int32(kObjectBinder);
+    append(&binder, WireAddress{kAddressCreated, 0});
+    append(&binder, int32(0x3f));
+    caller.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
+    ASSERT_TRUE(caller.frame());
+    AParcel descriptor;
+    descriptor.writeString("test.ICb");
+    Bytes body;
+    append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
+    append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
+    caller.send(frameOf(WireCommand::kReply, body));
+    ASSERT_TRUE(caller.frame());
+
+    caller.send(frameOf(Call{.code = echo::kFire, .parcel = echoParcel(int32(1'000'000))}));
+    std::optional<RawFrame> reply = caller.frame();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(STATUS_WOULD_BLOCK, reply->replyStatus());
+    expectServed();
+    // What was sent arrives whole and in order, and the next call takes the next number.
+    uint64_t next = 0;
+    caller.send(frameOf(Call{.code = echo::kPing, .parcel = echoParcel(int32(1))}));
+    ASSERT_TRUE(caller.frame());
+    for (uint8_t peek; recv(incoming.fd(), &peek, 1, MSG_PEEK | MSG_DONTWAIT) == 1; ++next) {
+        std::optional<RawFrame> call = incoming.frame();
+        ASSERT_TRUE(call);
+        WireTransaction transaction;
+        memcpy(&transaction, call->body.data(), sizeof(transaction));
+        ASSERT_EQ(next, transaction.asyncNumber);
+    }
+    EXPECT_GT(next, 10u);
+}
+
+TEST_F(SessionTest, AClientKilledInACallFreesItsThreadDescriptorsAndAddresses) {
+    expectServed();
+    size_t before = openDescriptors();
+    Gate gate;
+    mServer.onBlock([&] { gate.pass(); });
+    std::atomic<int> deaths = 0;
+    ndk::ScopedAIBinder_DeathRecipient recipient(
+        AIBinder_DeathRecipient_new([](void* d) { ++*static_cast<std::atomic<int>*>(d); }));
+    {
+        OtherProcess client = startPeer("call");
+        ASSERT_EQ("connected", client.line());
+        ASSERT_TRUE(gate.waitForWaiting(1));
+        ASSERT_EQ(STATUS_OK,
+                  AIBinder_linkToDeath(mServer.callback().get(), recipient.get(), &deaths));
+        client.kill();
+    }
+    EXPECT_TRUE(eventually([&] { return deaths == 1; }));
+    EXPECT_FALSE(AIBinder_isAlive(mServer.callback().get()));
+    EXPECT_EQ(0u, addressCount(mServer.callback().get()));
+    EXPECT_EQ(STATUS_DEAD_OBJECT,
+              AIBinder_linkToDeath(mServer.callback().get(), recipient.get(), &deaths));
+    gate.open();
+    expectServed();
+    mServer.setCallback({});
+    EXPECT_TRUE(eventually([&] { return openDescriptors() <= before + 1; }));
+    EXPECT_EQ(1, deaths) << "told once";
+    mServer.onBlock([] {});
+}
+
+TEST_F(SessionTest, CallsToADeadServerFailAndItsClientsAreTold) {
+    setenv("ANDROID_HOST_DIR", mFolder.c_str(), 1);
+    auto server = std::make_unique<OtherProcess>(
+        std::vector<std::string>{ECHO_PEER, "serve", "test.IEcho/mortal"});
+    ASSERT_EQ("serving", server->line());
+    OtherProcess watcher({ECHO_PEER, "watch", "test.IEcho/mortal"});
+    ASSERT_EQ("linked", watcher.line());
+    SpAIBinder root(AServiceManager_checkService("test.IEcho/mortal"));
+    ASSERT_TRUE(AIBinder_associateClass(root.get(), echo::serverClass()));
+    server.reset();
+    EXPECT_EQ("died", watcher.line());
+    int answer = 0;
+    EXPECT_EQ(STATUS_DEAD_OBJECT, echo::ping(root.get(), 1, &answer));
+    EXPECT_FALSE(AIBinder_isAlive(root.get()));
+    EXPECT_EQ(nullptr, AServiceManager_checkService("test.IEcho/mortal"));
+}
+
+TEST_F(SessionTest, UnlinkedAndDeletedRecipientsAreNotTold) {
+    OtherProcess client = startPeer("subscribe");
+    ASSERT_EQ("connected", client.line());
+    static std::atomic<int> told;
+    static std::atomic<int> unlinked;
+    told = unlinked = 0;
+    auto onDied = [](void*) { ++told; };
+    ndk::ScopedAIBinder_DeathRecipient first(AIBinder_DeathRecipient_new(onDied));
+    ndk::ScopedAIBinder_DeathRecipient second(AIBinder_DeathRecipient_new(onDied));
+    ndk::ScopedAIBinder_DeathRecipient third(AIBinder_DeathRecipient_new(onDied));
+    AIBinder_DeathRecipient_setOnUnlinked(first.get(), [](void*) { ++unlinked; });
+    AIBinder* callback = mServer.callback().get();
+    for (auto* recipient : {&first, &second, &third}) {
+        ASSERT_EQ(STATUS_OK, AIBinder_linkToDeath(callback, recipient->get(), nullptr));
+    }
+    EXPECT_EQ(STATUS_OK, AIBinder_unlinkToDeath(callback, first.get(), nullptr));
+    EXPECT_EQ(STATUS_NAME_NOT_FOUND, AIBinder_unlinkToDeath(callback, first.get(), nullptr));
+    EXPECT_EQ(1, unlinked);
+    second = ndk::ScopedAIBinder_DeathRecipient();
+    client.kill();
+    EXPECT_TRUE(eventually([] { return told == 1; }));
+    EXPECT_EQ(1, told);
+}
+
+TEST_F(SessionTest, SessionsOfALivingClientCloseWhenItHasDroppedEverything) {
+    expectServed();
+    size_t before = openDescriptors();
+    for (int i = 0; i < 50; ++i) {
+        SpAIBinder root = connect();
+        binder_status_t result = STATUS_OK;
+        ASSERT_EQ(STATUS_OK, shellCommand(root.get(), STDERR_FILENO, STDERR_FILENO, STDERR_FILENO,
+                                          {"word"}, &result));
+        EXPECT_EQ(STATUS_INVALID_OPERATION, result) << "the object takes no shell commands";
+    }
+    EXPECT_TRUE(eventually([&] { return openDescriptors() <= before + 1; }));
+
+    // Its last call has no answer.
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_EQ(STATUS_OK, echo::ping(connect().get(), i, nullptr, FLAG_ONEWAY));
+    }
+    EXPECT_TRUE(eventually([&] { return openDescriptors() <= before + 1; }));
+
+    // It is called once more after it has dropped all that it could call.
+    std::atomic<int> calls = 0;
+    SpAIBinder callback = echo::makeCallback([&](int) { return ++calls; });
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_EQ(STATUS_OK,
+                  echo::callWithBinder(connect().get(), echo::kRegisterCallback, callback.get()));
+        ASSERT_EQ(STATUS_OK, echo::callWithInt(connect().get(), echo::kFire, 1));
+        mServer.setCallback({});
+    }
+    EXPECT_TRUE(eventually([&] { return calls == 10; }));
+    EXPECT_TRUE(eventually([&] { return openDescriptors() <= before + 1; }));
+}
+
+TEST_F(SessionTest, ADumpIntoAPipeThatNobodyReadsHarmsNobody) {
+    SpAIBinder root = connect();
+    int ends[2];
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    close(ends[0]);
+    EXPECT_EQ(STATUS_OK, AIBinder_dump(root.get(), ends[1], nullptr, 0));
+    close(ends[1]);
+    expectServed();
+}
+
+TEST_F(SessionTest, CallersAreKnownByTheirSocket) {
+    std::atomic<pid_t> pid = 0;
+    std::atomic<uid_t> uid = 99999;
+    mServer.onBlock([&] {
+        uid = AIBinder_getCallingUid();
+        pid = AIBinder_getCallingPid();
+    });
+    OtherProcess client = startPeer("call");
+    ASSERT_EQ("connected", client.line());
+    EXPECT_TRUE(eventually([&] { return pid == client.pid(); }));
+    EXPECT_EQ(getuid(), uid);
+    EXPECT_EQ(getpid(), AIBinder_getCallingPid()) << "outside a call it is this process";
+    EXPECT_TRUE(eventually([&] { return pid == client.pid(); }));
+    mServer.onBlock([] {});
+}
+
+}  // namespace
+}  // namespace host::binder::test

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// An IEcho served in this process on a socket of its own, for clients in this process (each with a
+// session over the socket), raw peers and other processes.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "echo.h"
+#include "host/binder_host.h"
+#include "listener.h"
+#include "raw_peer.h"
+#include "unix_socket.h"
+
+namespace host::binder::test {
+
+class TransportTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        // As the service: a first thread, two more of the runtime's.
+        Reactor::get().setMaxThreads(2);
+        Reactor::get().startPool();
+        std::string folder = ::testing::TempDir() + "transport.XXXXXX";
+        mFolder = mkdtemp(folder.data());
+        mPath = mFolder + "/socket";
+        mRoot = echo::makeServer(&mServer);
+        mListener = std::make_shared<Listener>(listenUnix(mPath), mRoot.get());
+        ASSERT_TRUE(Reactor::get().add(mListener));
+    }
+
+    void TearDown() override {
+        mServer.setCallback({});
+        Reactor::get().remove(*mListener);
+        std::weak_ptr<Listener> gone = mListener;
+        mListener.reset();
+        // Sessions of clients that are gone let the root object go.
+        EXPECT_TRUE(eventually([&] { return gone.expired(); }));
+        EXPECT_TRUE(eventually([&] { return AIBinder_debugGetRefCount(mRoot.get()) == 1; }))
+            << AIBinder_debugGetRefCount(mRoot.get()) << " references to the root object are left";
+        std::filesystem::remove_all(mFolder);
+    }
+
+    // A session of its own, with the class known.
+    ndk::SpAIBinder connect() {
+        ndk::SpAIBinder binder(connectService(mPath));
+        EXPECT_TRUE(AIBinder_associateClass(binder.get(), echo::serverClass()));
+        return binder;
+    }
+
+    // Another client can still call.
+    void expectServed() {
+        ndk::SpAIBinder binder = connect();
+        int answer = 0;
+        EXPECT_EQ(STATUS_OK, echo::ping(binder.get(), 7, &answer));
+        EXPECT_EQ(8, answer);
+    }
+
+    RawPeer openRaw() {
+        RawPeer peer(mPath);
+        peer.open();
+        peer.fetchRoot();
+        return peer;
+    }
+
+    std::string mFolder;
+    std::string mPath;
+    echo::Server mServer;
+    ndk::SpAIBinder mRoot;
+    std::shared_ptr<Listener> mListener;
+};
+
+}  // namespace host::binder::test
