@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace aidlc {
+
+// A place in a source file. Lines and columns count from 1; line 0 means the file as a whole.
+struct Location {
+    // Owned by the Document the place is in; null for the command line.
+    const std::string* file = nullptr;
+    int line = 0;
+    int column = 0;
+};
+
+// Collects errors as `file:line:col: error: text`. After kMaxErrors it only notes that there were
+// more, so that a hostile input cannot make it grow without bound.
+class Diagnostics {
+  public:
+    static constexpr size_t kMaxErrors = 50;
+
+    void error(const Location& at, const std::string& message);
+    // An error without a place: the command line, a folder, a file that cannot be read.
+    void error(const std::string& message);
+
+    bool hasErrors() const { return !mErrors.empty(); }
+    // True once errors are no longer recorded; whoever works in a loop may stop then.
+    bool isFull() const { return mErrors.size() > kMaxErrors; }
+    // One complete line per error, in the order found, without line ends.
+    const std::vector<std::string>& errors() const { return mErrors; }
+
+  private:
+    void add(std::string line);
+
+    std::vector<std::string> mErrors;
+};
+
+}  // namespace aidlc

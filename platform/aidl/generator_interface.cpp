@@ -1,0 +1,309 @@
+// SPDX-License-Identifier: Apache-2.0
+// Interface headers and the source that holds the interface, its proxy and its native base.
+#include "cpp_types.h"
+#include "generator.h"
+
+namespace aidlc {
+namespace {
+
+void publicHead(CodeWriter* out) {
+    out->outer("public:");
+}
+
+void metaMethods(CodeWriter* out, const GeneratorOptions& options, const std::string& before,
+                 const std::string& after) {
+    if (options.version > 0) {
+        out->line(before + "::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return)" +
+                  after + ";");
+    }
+    if (!options.hash.empty()) {
+        out->line(before + "::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return)" +
+                  after + ";");
+    }
+}
+
+void interfaceStatics(CodeWriter* out, const TypeDecl& type) {
+    const std::string& name = type.name;
+    const std::string shared = "std::shared_ptr<" + name + ">";
+    out->open(shared + " " + name + "::fromBinder(const ::ndk::SpAIBinder& binder) {");
+    out->line("if (binder.get() == nullptr) return nullptr;");
+    out->open("if (!AIBinder_associateClass(binder.get(), " + classVariable(type) + ")) {");
+    out->line("const AIBinder_Class* originalClass = AIBinder_getClass(binder.get());");
+    out->line("if (originalClass == nullptr) return nullptr;");
+    out->line(
+        "// The same interface, defined by another copy of this library: only calls reach it.");
+    out->open("if (std::strcmp(AIBinder_Class_getDescriptor(originalClass), descriptor) == 0) {");
+    out->line("return ::ndk::SharedRefBase::make<Bp" + baseName(type) + ">(binder);");
+    out->close("}");
+    out->line("return nullptr;");
+    out->close("}");
+    out->line(
+        "std::shared_ptr<::ndk::ICInterface> interface = "
+        "::ndk::ICInterface::asInterface(binder.get());");
+    out->line("if (interface) return std::static_pointer_cast<" + name + ">(interface);");
+    out->line("return ::ndk::SharedRefBase::make<Bp" + baseName(type) + ">(binder);");
+    out->close("}");
+    out->line();
+    out->open("binder_status_t " + name + "::writeToParcel(AParcel* parcel, const " + shared +
+              "& instance) {");
+    out->line(
+        "return AParcel_writeStrongBinder(parcel, instance ? instance->asBinder().get() : "
+        "nullptr);");
+    out->close("}");
+    out->line();
+    out->open("binder_status_t " + name + "::readFromParcel(const AParcel* parcel, " + shared +
+              "* instance) {");
+    out->line("::ndk::SpAIBinder binder;");
+    out->line("const binder_status_t status = AParcel_readStrongBinder(parcel, binder.getR());");
+    out->line("if (status != STATUS_OK) return status;");
+    out->line("*instance = " + name + "::fromBinder(binder);");
+    out->line("// An object of another interface is not a null.");
+    out->line(
+        "return binder.get() != nullptr && *instance == nullptr ? STATUS_BAD_TYPE : "
+        "STATUS_OK;");
+    out->close("}");
+    out->line();
+    out->open("bool " + name + "::setDefaultImpl(const " + shared + "& impl) {");
+    out->line("if (!impl || " + name + "::default_impl) return false;");
+    out->line(name + "::default_impl = impl;");
+    out->line("return true;");
+    out->close("}");
+    out->line("const " + shared + "& " + name + "::getDefaultImpl() { return " + name +
+              "::default_impl; }");
+    out->line(shared + " " + name + "::default_impl = nullptr;");
+    out->line();
+}
+
+void defaultImplementation(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options) {
+    const std::string name = type.name + "Default";
+    for (const Method& method : type.methods) {
+        out->open(methodSignature(method, name, false) + " {");
+        out->line("return ::ndk::ScopedAStatus(AStatus_fromStatus(STATUS_UNKNOWN_TRANSACTION));");
+        out->close("}");
+    }
+    if (options.version > 0) {
+        out->open("::ndk::ScopedAStatus " + name +
+                  "::getInterfaceVersion(int32_t* _aidl_return) {");
+        out->line("*_aidl_return = 0;");
+        out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
+        out->close("}");
+    }
+    if (!options.hash.empty()) {
+        out->open("::ndk::ScopedAStatus " + name +
+                  "::getInterfaceHash(std::string* _aidl_return) {");
+        out->line("*_aidl_return = \"\";");
+        out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
+        out->close("}");
+    }
+    out->line("::ndk::SpAIBinder " + name + "::asBinder() { return ::ndk::SpAIBinder(); }");
+    out->line("bool " + name + "::isRemote() { return false; }");
+}
+
+void nativeBase(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options) {
+    const std::string name = "Bn" + baseName(type);
+    out->line(name + "::" + name + "() {}");
+    out->line(name + "::~" + name + "() {}");
+    out->open("::ndk::SpAIBinder " + name + "::createBinder() {");
+    out->line("AIBinder* binder = AIBinder_new(" + classVariable(type) +
+              ", static_cast<void*>(static_cast<::ndk::ICInterface*>(this)));");
+    if (isVintfStable(type)) {
+        out->line("AIBinder_markVintfStability(binder);");
+    }
+    out->line("return ::ndk::SpAIBinder(binder);");
+    out->close("}");
+    if (options.version > 0) {
+        out->open("::ndk::ScopedAStatus " + name +
+                  "::getInterfaceVersion(int32_t* _aidl_return) {");
+        out->line("*_aidl_return = " + type.name + "::version;");
+        out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
+        out->close("}");
+    }
+    if (!options.hash.empty()) {
+        out->open("::ndk::ScopedAStatus " + name +
+                  "::getInterfaceHash(std::string* _aidl_return) {");
+        out->line("*_aidl_return = " + type.name + "::hash;");
+        out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
+        out->close("}");
+    }
+}
+
+}  // namespace
+
+std::string Generator::interfaceHeader(const TypeDecl& type) {
+    const std::string& name = type.name;
+    const std::string shared = "std::shared_ptr<" + name + ">";
+    CodeWriter out;
+    writeBanner(&out);
+    out.line("#pragma once");
+    out.line();
+    out.line("#include <android/binder_auto_utils.h>");
+    out.line("#include <android/binder_interface_utils.h>");
+    out.line("#include <android/binder_parcel.h>");
+    out.line("#include <android/binder_status.h>");
+    out.line();
+    for (const char* header : {"array", "cstdint", "memory", "optional", "string", "vector"}) {
+        out.line(std::string("#include <") + header + ">");
+    }
+    out.line();
+    includeUsedTypes(&out, type);
+    forwardDeclareUsedTypes(&out, type);
+    openNamespace(&out, type.package);
+    writeComment(&out, type.comment);
+    out.open("class " + name + " : public ::ndk::ICInterface {");
+    publicHead(&out);
+    out.line("static const char* descriptor;");
+    out.line(name + "();");
+    out.line("virtual ~" + name + "();");
+    out.line();
+    constants(&out, type);
+    if (mOptions.version > 0) {
+        out.line("static constexpr int32_t version = " + std::to_string(mOptions.version) + ";");
+    }
+    if (!mOptions.hash.empty()) {
+        out.line("static inline const std::string hash = \"" + mOptions.hash + "\";");
+    }
+    for (const Method& method : type.methods) {
+        out.line("static constexpr uint32_t TRANSACTION_" + method.name +
+                 " = FIRST_CALL_TRANSACTION + " + std::to_string(method.id) + ";");
+    }
+    out.line();
+    out.line("static " + shared + " fromBinder(const ::ndk::SpAIBinder& binder);");
+    out.line("static binder_status_t writeToParcel(AParcel* parcel, const " + shared +
+             "& instance);");
+    out.line("static binder_status_t readFromParcel(const AParcel* parcel, " + shared +
+             "* instance);");
+    out.line("static bool setDefaultImpl(const " + shared + "& impl);");
+    out.line("static const " + shared + "& getDefaultImpl();");
+    out.line();
+    for (const Method& method : type.methods) {
+        writeComment(&out, method.comment);
+        out.line("virtual " + methodSignature(method, "", true) + " = 0;");
+    }
+    metaMethods(&out, mOptions, "virtual ", " = 0");
+    out.line();
+    out.outer("private:");
+    out.line("static " + shared + " default_impl;");
+    out.close("};");
+    out.line();
+    out.open("class " + name + "Default : public " + name + " {");
+    publicHead(&out);
+    for (const Method& method : type.methods) {
+        out.line(methodSignature(method, "", true) + " override;");
+    }
+    metaMethods(&out, mOptions, "", " override");
+    out.line("::ndk::SpAIBinder asBinder() override;");
+    out.line("bool isRemote() override;");
+    out.close("};");
+    closeNamespace(&out, type.package);
+    return out.text();
+}
+
+std::string Generator::nativeHeader(const TypeDecl& type) {
+    const std::string name = "Bn" + baseName(type);
+    CodeWriter out;
+    writeBanner(&out);
+    out.line("#pragma once");
+    out.line();
+    out.line("#include \"" + headerPath(type, type.name) + "\"");
+    out.line();
+    out.line("#include <android/binder_ibinder.h>");
+    out.line();
+    openNamespace(&out, type.package);
+    out.open("class " + name + " : public ::ndk::BnCInterface<" + type.name + "> {");
+    publicHead(&out);
+    out.line(name + "();");
+    out.line("virtual ~" + name + "();");
+    metaMethods(&out, mOptions, "", " final");
+    out.line();
+    out.outer("protected:");
+    out.line("::ndk::SpAIBinder createBinder() override;");
+    out.close("};");
+    closeNamespace(&out, type.package);
+    return out.text();
+}
+
+std::string Generator::proxyHeader(const TypeDecl& type) {
+    const std::string name = "Bp" + baseName(type);
+    CodeWriter out;
+    writeBanner(&out);
+    out.line("#pragma once");
+    out.line();
+    out.line("#include \"" + headerPath(type, type.name) + "\"");
+    out.line();
+    out.line("#include <android/binder_ibinder.h>");
+    out.line();
+    out.line("#include <atomic>");
+    out.line("#include <mutex>");
+    out.line("#include <string>");
+    out.line();
+    openNamespace(&out, type.package);
+    out.open("class " + name + " : public ::ndk::BpCInterface<" + type.name + "> {");
+    publicHead(&out);
+    out.line("explicit " + name + "(const ::ndk::SpAIBinder& binder);");
+    out.line("virtual ~" + name + "();");
+    out.line();
+    for (const Method& method : type.methods) {
+        out.line(methodSignature(method, "", true) + " override;");
+    }
+    metaMethods(&out, mOptions, "", " override");
+    if (mOptions.version > 0) {
+        out.line("std::atomic<int32_t> _aidl_cached_version{-1};");
+    }
+    if (!mOptions.hash.empty()) {
+        out.line("std::string _aidl_cached_hash = \"-1\";");
+        out.line("std::mutex _aidl_cached_hash_mutex;");
+    }
+    out.close("};");
+    closeNamespace(&out, type.package);
+    return out.text();
+}
+
+std::string Generator::interfaceSource(const TypeDecl& type) {
+    const std::string proxy = "Bp" + baseName(type);
+    CodeWriter out;
+    writeBanner(&out);
+    out.line("#include \"" + headerPath(type, type.name) + "\"");
+    out.line();
+    out.line("#include <android/binder_parcel_utils.h>");
+    out.line("#include <android/binder_stability.h>");
+    out.line();
+    out.line("#include <cstring>");
+    out.line();
+    out.line("#include \"" + headerPath(type, "Bn" + baseName(type)) + "\"");
+    out.line("#include \"" + headerPath(type, proxy) + "\"");
+    out.line();
+    openNamespace(&out, type.package);
+    writeDispatcher(&out, type, mOptions);
+    out.line("static AIBinder_Class* " + classVariable(type) +
+             " = ::ndk::ICInterface::defineClass(" + type.name + "::descriptor, " +
+             dispatcherName(type) + ");");
+    out.line();
+    out.line("// Proxy.");
+    out.line(proxy + "::" + proxy + "(const ::ndk::SpAIBinder& binder) : BpCInterface(binder) {}");
+    out.line(proxy + "::~" + proxy + "() {}");
+    out.line();
+    for (const Method& method : type.methods) {
+        writeProxyMethod(&out, type, method);
+    }
+    if (mOptions.version > 0) {
+        writeProxyVersion(&out, type);
+    }
+    if (!mOptions.hash.empty()) {
+        writeProxyHash(&out, type);
+    }
+    out.line("// Base of an implementation.");
+    nativeBase(&out, type, mOptions);
+    out.line();
+    out.line("// Interface.");
+    out.line("const char* " + type.name + "::descriptor = \"" + type.qualifiedName() + "\";");
+    out.line(type.name + "::" + type.name + "() {}");
+    out.line(type.name + "::~" + type.name + "() {}");
+    out.line();
+    interfaceStatics(&out, type);
+    out.line("// Answers of an implementation that knows none of the methods.");
+    defaultImplementation(&out, type, mOptions);
+    closeNamespace(&out, type.package);
+    return out.text();
+}
+
+}  // namespace aidlc

@@ -1,0 +1,398 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the generated code of the sample interface does: every type through a parcel and through a
+// call, and parcels that lie.
+#include <aidl/test/sample/BnLooker.h>
+#include <aidl/test/sample/BnSilent.h>
+#include <aidl/test/sample/BpLooker.h>
+#include <aidl/test/sample/Everything.h>
+#include <aidl/test/sample/OtherMode.h>
+#include <android/binder_parcel_utils.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace aidl::test::sample {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+ndk::ScopedAParcel newParcel() {
+    return ndk::ScopedAParcel(AParcel_create());
+}
+
+template <typename T>
+std::vector<uint8_t> bytesOf(const T& value) {
+    const ndk::ScopedAParcel parcel = newParcel();
+    EXPECT_EQ(value.writeToParcel(parcel.get()), STATUS_OK);
+    std::vector<uint8_t> bytes(static_cast<size_t>(AParcel_getDataSize(parcel.get())));
+    EXPECT_EQ(AParcel_marshal(parcel.get(), bytes.data(), 0, bytes.size()), STATUS_OK);
+    return bytes;
+}
+
+template <typename T>
+binder_status_t readBytes(const std::vector<uint8_t>& bytes, T* value) {
+    const ndk::ScopedAParcel parcel = newParcel();
+    EXPECT_EQ(AParcel_unmarshal(parcel.get(), bytes.data(), bytes.size()), STATUS_OK);
+    return value->readFromParcel(parcel.get());
+}
+
+void putInt(std::vector<uint8_t>* bytes, size_t at, int32_t value) {
+    std::memcpy(bytes->data() + at, &value, sizeof(value));
+}
+
+Everything filled() {
+    Everything e;
+    e.flag = false;
+    e.small = -1;
+    e.letter = u'\xffff';
+    e.number = std::numeric_limits<int32_t>::min();
+    e.large = std::numeric_limits<int64_t>::max();
+    e.mode = Mode::TOP;
+    e.otherMode = OtherMode::AUTO;
+    e.inner.text = "inner";
+    e.choice = Choice::make<Choice::Tag::small>(Small{7, "seven"});
+    e.bytes = {0, 255, 1, 2, 3};
+    e.larges = {-1, 1};
+    e.ratios = {0.5f};
+    e.precises = {1e300};
+    e.inners.resize(2);
+    e.list = {"", "b"};
+    e.records.resize(1);
+    e.key = {9, 8, 7, 6, 5, 4};
+    e.pair = {-1, 1};
+    e.twins[1].number = 77;
+    e.names = {"x", "y"};
+    e.maybeText = "t";
+    e.maybeInner = Small{1, ""};
+    e.maybeChoice = Choice::make<Choice::Tag::words>({std::string("w"), std::string("")});
+    e.maybeBytes = std::vector<uint8_t>{};
+    e.maybeTexts = {{"a", std::nullopt}};
+    e.maybeInners = {{std::nullopt, Small{}}};
+    e.maybePair = {{4, 5}};
+    return e;
+}
+
+TEST(GeneratedRecordTest, NewRecordHoldsItsDefaults) {
+    const Everything e;
+    EXPECT_TRUE(e.flag);
+    EXPECT_EQ(e.number, 42);
+    EXPECT_EQ(e.large, int64_t{1} << 40);
+    EXPECT_EQ(e.text,
+              "it's a text ?"
+              "?/");
+    EXPECT_EQ(e.mode, Mode::AUTO);
+    EXPECT_EQ(static_cast<int64_t>(e.otherMode), 7);
+    EXPECT_EQ(e.plainMode, Mode::AUTO);
+    EXPECT_EQ(e.inner.text, "five");
+    EXPECT_EQ(e.choice.get<Choice::Tag::number>(), 42);
+    EXPECT_THAT(e.bytes, ElementsAre(1, 255));
+    EXPECT_THAT(e.key, ElementsAre(1, 2, 3, 4, 5, 255));
+    EXPECT_THAT(e.pair, ElementsAre(0, 0));
+    EXPECT_FALSE(e.maybeText || e.maybeInner || e.maybePair || e.looker);
+    EXPECT_EQ(std::string(Everything::NAME), "everything");
+    EXPECT_EQ(static_cast<int>(Everything::LIMIT), 6);
+}
+
+TEST(GeneratedRecordTest, EveryFieldSurvivesAParcel) {
+    for (const bool full : {false, true}) {
+        const Everything sent = full ? filled() : Everything();
+        Everything received = full ? Everything() : filled();
+        ASSERT_EQ(readBytes(bytesOf(sent), &received), STATUS_OK);
+        EXPECT_EQ(received, sent);
+        EXPECT_FALSE(received != sent || received < sent || received > sent);
+    }
+    EXPECT_NE(filled(), Everything());
+}
+
+TEST(GeneratedRecordTest, TextNamesEachField) {
+    EXPECT_EQ(Small().toString(), "Small{number: 5, text: five}");
+    EXPECT_EQ(Empty().toString(), "Empty{}");
+    EXPECT_EQ(Choice().toString(), "Choice{number: 42}");
+    EXPECT_THAT(filled().toString(), HasSubstr("mode: TOP, otherMode: AUTO, plainMode: AUTO"));
+}
+
+TEST(GeneratedRecordTest, CutAnywhereIsRefused) {
+    const std::vector<uint8_t> whole = bytesOf(filled());
+    for (size_t length = 0; length < whole.size(); ++length) {
+        Everything received;
+        EXPECT_NE(
+            readBytes({whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length)}, &received),
+            STATUS_OK)
+            << length;
+    }
+}
+
+TEST(GeneratedRecordTest, AnyWordReplacedIsSurvived) {
+    const std::vector<uint8_t> whole = bytesOf(filled());
+    for (size_t at = 0; at + 4 <= whole.size(); at += 4) {
+        for (const int32_t word :
+             {-1, 0, 3, 0x7fffffff, std::numeric_limits<int32_t>::min(), 0x10000}) {
+            std::vector<uint8_t> changed = whole;
+            putInt(&changed, at, word);
+            Everything received;
+            readBytes(changed, &received);
+        }
+    }
+}
+
+TEST(GeneratedRecordTest, LyingSizeIsRefused) {
+    const std::vector<uint8_t> whole = bytesOf(Small());
+    const auto length = static_cast<int32_t>(whole.size());
+    for (const int32_t size : {std::numeric_limits<int32_t>::min(), -1, 0, 3, 6, 9, length - 1,
+                               length + 1, std::numeric_limits<int32_t>::max()}) {
+        std::vector<uint8_t> changed = whole;
+        putInt(&changed, 0, size);
+        Small received;
+        EXPECT_EQ(readBytes(changed, &received), STATUS_BAD_VALUE) << size;
+    }
+}
+
+TEST(GeneratedRecordTest, ShorterRecordLeavesDefaultsAndLongerOneIsSkipped) {
+    const ndk::ScopedAParcel parcel = newParcel();
+    // Only the first field; nothing at all; both fields and 8 bytes more.
+    for (const std::vector<int32_t>& words :
+         {std::vector<int32_t>{8, 1}, {4}, {28, 2, 1, 'a', -1, -1, -1}}) {
+        for (const int32_t word : words) {
+            ASSERT_EQ(AParcel_writeInt32(parcel.get(), word), STATUS_OK);
+        }
+    }
+    ASSERT_EQ(AParcel_writeInt32(parcel.get(), 99), STATUS_OK);
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    Small shorter;
+    Small none;
+    Small longer;
+    int32_t next = 0;
+    ASSERT_EQ(shorter.readFromParcel(parcel.get()), STATUS_OK);
+    ASSERT_EQ(none.readFromParcel(parcel.get()), STATUS_OK);
+    ASSERT_EQ(longer.readFromParcel(parcel.get()), STATUS_OK);
+    ASSERT_EQ(AParcel_readInt32(parcel.get(), &next), STATUS_OK);
+    EXPECT_EQ(shorter, (Small{1, "five"}));
+    EXPECT_EQ(none, Small());
+    EXPECT_EQ(longer, (Small{2, "a"}));
+    EXPECT_EQ(next, 99);
+}
+
+TEST(GeneratedUnionTest, EachMemberSurvivesAParcel) {
+    const std::vector<uint8_t> bytes = {1, 2};
+    const Choice values[] = {
+        Choice::make<Choice::Tag::number>(-1),
+        Choice::make<Choice::Tag::small>(Small{3, "x"}),
+        Choice::make<Choice::Tag::text>("text"),
+        Choice::make<Choice::Tag::bytes>(bytes),
+        Choice::make<Choice::Tag::maybe>(std::nullopt),
+        Choice::make<Choice::Tag::key>(std::array<uint8_t, 4>{1, 2, 3, 4}),
+        Choice::make<Choice::Tag::words>(std::vector<std::string>{"a"}),
+        Choice::make<Choice::Tag::flag>(true),
+    };
+    ASSERT_EQ(std::size(values), std::size(ndk::internal::enum_values<Choice::Tag>));
+    for (const Choice& sent : values) {
+        Choice received;
+        ASSERT_EQ(readBytes(bytesOf(sent), &received), STATUS_OK) << sent.toString();
+        EXPECT_EQ(received, sent);
+        EXPECT_EQ(received.getTag(), sent.getTag());
+        EXPECT_THAT(received.toString(), HasSubstr(toString(sent.getTag())));
+    }
+}
+
+TEST(GeneratedUnionTest, UnknownTagIsRefused) {
+    for (const int32_t tag : {8, -1, std::numeric_limits<int32_t>::max()}) {
+        std::vector<uint8_t> bytes = bytesOf(Choice());
+        putInt(&bytes, 0, tag);
+        Choice received;
+        EXPECT_EQ(readBytes(bytes, &received), STATUS_BAD_VALUE) << tag;
+        EXPECT_EQ(received, Choice());
+    }
+}
+
+TEST(GeneratedUnionDeathTest, WrongMemberAborts) {
+    const Choice choice;
+    EXPECT_DEATH(static_cast<void>(choice.get<Choice::Tag::text>()), "wrong tag");
+}
+
+TEST(GeneratedEnumTest, RangeHoldsAllNamesAndTextIsTheFirstName) {
+    std::vector<int32_t> numbers;
+    for (const Mode mode : ndk::enum_range<Mode>()) {
+        numbers.push_back(static_cast<int32_t>(mode));
+    }
+    EXPECT_THAT(numbers, ElementsAre(-1, 0, 0, 16, 31));
+    EXPECT_EQ(toString(Mode::DEFAULT), "AUTO");
+    EXPECT_EQ(toString(static_cast<Mode>(5)), "5");
+    EXPECT_EQ(static_cast<int64_t>(OtherMode::AUTO), std::numeric_limits<int64_t>::min());
+}
+
+class Silent : public BnSilent {};
+
+// Answers with what came in.
+class Looker : public BnLooker {
+  public:
+    ndk::ScopedAStatus turn(const Everything& what, Mode mode,
+                            const std::optional<std::string>& note, Everything* result) override {
+        if (!note) {
+            // Not seen by the caller: the status goes alone.
+            result->number = 1;
+            return ndk::ScopedAStatus(AStatus_fromServiceSpecificError(4));
+        }
+        EXPECT_EQ(readBytes(bytesOf(what), result), STATUS_OK);
+        result->mode = mode;
+        result->text = *note;
+        return ndk::ScopedAStatus::ok();
+    }
+    ndk::ScopedAStatus look(const Choice& choice, const std::shared_ptr<ILooker>& back) override {
+        looked = choice;
+        lookedBack = back;
+        return ndk::ScopedAStatus::ok();
+    }
+    ndk::ScopedAStatus fill(std::vector<int32_t>* numbers, std::vector<std::string>* words,
+                            std::array<uint8_t, 4>* key, int32_t count) override {
+        for (int32_t& number : *numbers) {
+            number = count;
+        }
+        words->push_back("more");
+        *key = {4, 3, 2, 1};
+        return ndk::ScopedAStatus::ok();
+    }
+    ndk::ScopedAStatus names(
+        const ndk::SpAIBinder& binder, const ndk::ScopedFileDescriptor& file,
+        std::optional<std::vector<std::optional<std::string>>>* result) override {
+        EXPECT_GE(fcntl(file.get(), F_GETFD), 0);
+        if (binder.get() != nullptr) {
+            *result = {"a", std::nullopt};
+        }
+        return ndk::ScopedAStatus::ok();
+    }
+    ndk::ScopedAStatus other(bool yes, int8_t small, char16_t letter, int64_t large, float ratio,
+                             double precise, std::shared_ptr<ILooker>* result) override {
+        if (yes && small == -1 && letter == u'\xffff' && large == -2 && ratio == 0.5f &&
+            precise == 0.25) {
+            *result = ref<ILooker>();
+        }
+        return ndk::ScopedAStatus::ok();
+    }
+
+    Choice looked;
+    std::shared_ptr<ILooker> lookedBack;
+};
+
+// A proxy whose calls go through parcels to an object of this process.
+class GeneratedCallTest : public testing::Test {
+  protected:
+    const std::shared_ptr<Looker> mLooker = ndk::SharedRefBase::make<Looker>();
+    const std::shared_ptr<BpLooker> mProxy =
+        ndk::SharedRefBase::make<BpLooker>(mLooker->asBinder());
+};
+
+TEST_F(GeneratedCallTest, ArgumentsAndResultArrive) {
+    Everything result;
+    const auto status = mProxy->turn(filled(), Mode::FAST, "note", &result);
+    ASSERT_TRUE(status.isOk()) << status.getDescription();
+    Everything expected = filled();
+    expected.mode = Mode::FAST;
+    expected.text = "note";
+    EXPECT_EQ(result, expected);
+}
+
+TEST_F(GeneratedCallTest, ResultOfAFailedCallIsNotSeen) {
+    Everything result;
+    const auto status = mProxy->turn(filled(), Mode::FAST, std::nullopt, &result);
+    EXPECT_EQ(status.getServiceSpecificError(), 4);
+    EXPECT_EQ(result, Everything());
+}
+
+TEST_F(GeneratedCallTest, OutArgumentsComeBack) {
+    std::vector<int32_t> numbers(3);
+    std::vector<std::string> words = {"one"};
+    std::array<uint8_t, 4> key = {};
+    ASSERT_TRUE(mProxy->fill(&numbers, &words, &key, 5).isOk());
+    EXPECT_THAT(numbers, ElementsAre(5, 5, 5));
+    EXPECT_THAT(words, ElementsAre("one", "more"));
+    EXPECT_THAT(key, ElementsAre(4, 3, 2, 1));
+}
+
+TEST_F(GeneratedCallTest, ScalarsDescriptorsAndInterfacesArrive) {
+    std::shared_ptr<ILooker> other;
+    ASSERT_TRUE(mProxy->other(true, -1, u'\xffff', -2, 0.5f, 0.25, &other).isOk());
+    EXPECT_EQ(other, mLooker);
+    const ndk::ScopedFileDescriptor file(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    std::optional<std::vector<std::optional<std::string>>> names;
+    ASSERT_TRUE(mProxy->names(mLooker->asBinder(), file, &names).isOk());
+    EXPECT_THAT(names.value(), ElementsAre("a", std::nullopt));
+    ASSERT_TRUE(mProxy->names(ndk::SpAIBinder(), file, &names).isOk());
+    EXPECT_FALSE(names.has_value());
+}
+
+TEST_F(GeneratedCallTest, OnewayCallArrives) {
+    ASSERT_TRUE(mProxy->look(Choice::make<Choice::Tag::text>("x"), mLooker).isOk());
+    EXPECT_EQ(mLooker->looked.get<Choice::Tag::text>(), "x");
+    EXPECT_EQ(mLooker->lookedBack, mLooker);
+    mLooker->lookedBack = nullptr;
+}
+
+TEST_F(GeneratedCallTest, NullWhereNoneMayBeIsRefused) {
+    EXPECT_EQ(mProxy->look(Choice(), nullptr).getStatus(), STATUS_UNEXPECTED_NULL);
+    std::optional<std::vector<std::optional<std::string>>> names;
+    EXPECT_EQ(mProxy->names(mLooker->asBinder(), ndk::ScopedFileDescriptor(), &names).getStatus(),
+              STATUS_UNEXPECTED_NULL);
+}
+
+TEST_F(GeneratedCallTest, ObjectOfAnotherInterfaceIsRefused) {
+    const auto silent = ndk::SharedRefBase::make<Silent>();
+    const ndk::ScopedAParcel parcel = newParcel();
+    ASSERT_EQ(AParcel_writeStrongBinder(parcel.get(), silent->asBinder().get()), STATUS_OK);
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
+    std::shared_ptr<ILooker> read;
+    EXPECT_EQ(ILooker::readFromParcel(parcel.get(), &read), STATUS_BAD_TYPE);
+    EXPECT_EQ(ILooker::fromBinder(silent->asBinder()), nullptr);
+    EXPECT_EQ(ILooker::fromBinder(mLooker->asBinder()), mLooker);
+}
+
+TEST_F(GeneratedCallTest, VersionAndHashAreAnswered) {
+    int32_t version = 0;
+    std::string hash;
+    // Twice: the second answer comes from the proxy's memory.
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(mProxy->getInterfaceVersion(&version).isOk());
+        ASSERT_TRUE(mProxy->getInterfaceHash(&hash).isOk());
+        EXPECT_EQ(version, 1);
+        EXPECT_EQ(hash, ILooker::hash);
+        EXPECT_EQ(hash.size(), 40u);
+    }
+    EXPECT_EQ(ILooker::TRANSACTION_turn, FIRST_CALL_TRANSACTION + 10u);
+    EXPECT_EQ(std::string(ILooker::descriptor), "test.sample.ILooker");
+}
+
+// Calls `code` with arguments written by hand.
+binder_status_t callRaw(const ndk::SpAIBinder& binder, transaction_code_t code,
+                        const std::function<void(AParcel*)>& write) {
+    AParcel* in = nullptr;
+    EXPECT_EQ(AIBinder_prepareTransaction(binder.get(), &in), STATUS_OK);
+    write(in);
+    ndk::ScopedAParcel out;
+    return AIBinder_transact(binder.get(), code, &in, out.getR(), 0);
+}
+
+TEST_F(GeneratedCallTest, BadArgumentsNeverReachTheImplementation) {
+    const ndk::SpAIBinder binder = mLooker->asBinder();
+    const auto nothing = [](AParcel*) {};
+    for (const transaction_code_t code :
+         {ILooker::TRANSACTION_turn, ILooker::TRANSACTION_look, ILooker::TRANSACTION_fill,
+          ILooker::TRANSACTION_names, ILooker::TRANSACTION_other}) {
+        EXPECT_NE(callRaw(binder, code, nothing), STATUS_OK) << code;
+    }
+    // An out array of two milliard items.
+    EXPECT_NE(callRaw(binder, ILooker::TRANSACTION_fill,
+                      [](AParcel* in) { AParcel_writeInt32(in, 0x7fffffff); }),
+              STATUS_OK);
+    EXPECT_EQ(callRaw(binder, FIRST_CALL_TRANSACTION, nothing), STATUS_UNKNOWN_TRANSACTION);
+}
+
+}  // namespace
+}  // namespace aidl::test::sample
