@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+// cmd: has a service run a shell command. Stands in for Android's tool of the name, with its -l and
+// -w and its exit status 20 for a service that is not there.
+#include <android/binder_auto_utils.h>
+#include <android/binder_manager.h>
+#include <host/binder_host.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kNoSuchService = 20;
+
+constexpr const char* kUsage =
+    "usage: cmd [-w] SERVICE [ARGS]\n"
+    "       cmd -l\n"
+    "  -w    wait until the service is there\n"
+    "  -l    list the services\n";
+
+int run(bool wait, const char* name, const std::vector<std::string>& args) {
+    const ndk::SpAIBinder binder(wait ? AServiceManager_waitForService(name)
+                                      : AServiceManager_checkService(name));
+    if (binder.get() == nullptr) {
+        fprintf(stderr, "cmd: Can't find service: %s\n", name);
+        return kNoSuchService;
+    }
+    binder_status_t result = STATUS_OK;
+    const binder_status_t status = host::binder::shellCommand(
+        binder.get(), STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO, args, &result);
+    if (status != STATUS_OK) {
+        fprintf(stderr, "cmd: Failure calling service %s: %d\n", name, status);
+        return 1;
+    }
+    // Only the low byte reaches the caller; a failure must not look like success there.
+    return result == STATUS_OK || (result & 0xFF) != 0 ? result : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    signal(SIGPIPE, SIG_IGN);
+    int at = 1;
+    const auto is = [&](const char* word) { return at < argc && strcmp(argv[at], word) == 0; };
+    if (is("-l")) {
+        puts("Currently running services:");
+        for (const std::string& name : host::binder::listServices()) printf("  %s\n", name.c_str());
+        return 0;
+    }
+    if (is("-h") || is("--help")) {
+        fputs(kUsage, stdout);
+        return 0;
+    }
+    const bool wait = is("-w");
+    if (wait) ++at;
+    if (at >= argc || argv[at][0] == '-') {
+        fputs(kUsage, stderr);
+        return 2;
+    }
+    const char* const name = argv[at++];
+    return run(wait, name, std::vector<std::string>(argv + at, argv + argc));
+}

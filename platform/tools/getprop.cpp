@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+// getprop: system properties. Stands in for Android's tool of the name, without its -T and -Z.
+// Exits 1 when the properties cannot be read.
+#include <android-base/properties.h>
+#include <host/property_list.h>
+#include <host/runtime_dir.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: getprop                    all properties that are set, as [name]: [value]\n"
+    "       getprop NAME [DEFAULT]     the value of one; DEFAULT, or nothing, when it is not set\n";
+
+int fail(const std::string& error) {
+    fprintf(stderr, "getprop: %s\n", error.c_str());
+    return 1;
+}
+
+// A value could otherwise pose as further lines of the list.
+std::string onOneLine(const std::string& value) {
+    std::string text;
+    for (const char c : value) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte != 0x7F) {
+            text += c;
+            continue;
+        }
+        char escaped[8];
+        snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
+        text += escaped;
+    }
+    return text;
+}
+
+int list() {
+    std::vector<std::pair<std::string, std::string>> properties;
+    std::string error;
+    if (!android::host::listProperties(&properties, &error)) return fail(error);
+    for (const auto& [name, value] : properties) {
+        printf("[%s]: [%s]\n", name.c_str(), onOneLine(value).c_str());
+    }
+    return 0;
+}
+
+int show(const std::string& name, const std::string& fallback) {
+    std::string path;
+    std::string error;
+    if (!android::host::checkPropertyName(name, &error) ||
+        !android::host::hostRuntimeDir(&path, &error)) {
+        return fail(error);
+    }
+    printf("%s\n", android::base::GetProperty(name, fallback).c_str());
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const bool isOption = argc > 1 && argv[1][0] == '-';
+    if (argc == 1) return list();
+    if (!isOption && argc <= 3) return show(argv[1], argc == 3 ? argv[2] : "");
+    const bool help = argc == 2 && (strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "--help") == 0);
+    fputs(kUsage, help ? stdout : stderr);
+    return help ? 0 : 2;
+}

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// setprop: sets a system property. Stands in for Android's tool of the name. Exits 1 when it is
+// refused.
+#include <host/property_list.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <string>
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: setprop NAME VALUE\n"
+    "NAME: letters, digits and .-@:_; VALUE: at most 91 bytes, more when NAME begins with "
+    "\"ro.\",\n"
+    "which can be set once only.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 3 && argv[1][0] != '-') {
+        std::string error;
+        if (android::host::setProperty(argv[1], argv[2], &error)) return 0;
+        fprintf(stderr, "setprop: cannot set \"%s\": %s\n", argv[1], error.c_str());
+        return 1;
+    }
+    const bool help = argc == 2 && (strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "--help") == 0);
+    fputs(kUsage, help ? stdout : stderr);
+    return help ? 0 : 2;
+}
