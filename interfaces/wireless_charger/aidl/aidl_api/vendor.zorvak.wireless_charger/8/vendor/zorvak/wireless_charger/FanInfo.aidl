@@ -1,0 +1,12 @@
+// The API of vendor.zorvak.wireless_charger.FanInfo, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@VintfStability
+parcelable FanInfo {
+  boolean valid;
+  char level;
+  char fanValue1;
+  char fanValue2;
+  char fanValue3;
+}

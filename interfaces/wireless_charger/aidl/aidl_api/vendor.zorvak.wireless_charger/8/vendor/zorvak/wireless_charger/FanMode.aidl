@@ -1,0 +1,9 @@
+// The API of vendor.zorvak.wireless_charger.FanMode, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@Backing(type="byte") @VintfStability
+enum FanMode {
+  AUTO = 0,
+  MANUAL = 1,
+}

@@ -1,0 +1,11 @@
+// The API of vendor.zorvak.wireless_charger.FwUpdateInfo, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@VintfStability
+parcelable FwUpdateInfo {
+  byte target;
+  int maxSize;
+  byte maxChunkSize;
+  vendor.zorvak.wireless_charger.FirmwareVersion version;
+}

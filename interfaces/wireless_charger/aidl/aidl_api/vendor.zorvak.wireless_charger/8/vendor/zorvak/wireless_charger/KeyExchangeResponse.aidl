@@ -1,0 +1,9 @@
+// The API of vendor.zorvak.wireless_charger.KeyExchangeResponse, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@VintfStability
+parcelable KeyExchangeResponse {
+  byte header;
+  byte[] key;
+}

@@ -1,0 +1,10 @@
+// The API of vendor.zorvak.wireless_charger.FwMissingChunk, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@VintfStability
+parcelable FwMissingChunk {
+  byte target;
+  int chunkNumber;
+  int numChunks;
+}

@@ -1,0 +1,8 @@
+// The API of vendor.zorvak.wireless_charger.IWirelessChargerInfoCallback, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@VintfStability
+oneway interface IWirelessChargerInfoCallback {
+  void alignChanged(in vendor.zorvak.wireless_charger.AlignInfo info);
+}

@@ -1,0 +1,8 @@
+// The API of vendor.zorvak.wireless_charger.IWirelessChargerRtxStatusCallback, as its users see it. Written by
+// `aidl --dumpapi`: do not edit. A version that has been released never changes; a change
+// of the interface becomes a new version.
+package vendor.zorvak.wireless_charger;
+@VintfStability
+oneway interface IWirelessChargerRtxStatusCallback {
+  void statusChanged(in vendor.zorvak.wireless_charger.RtxStatusInfo info);
+}

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+/*
+ * Stands in for libchargelink and libreverselink inside a test: records what the service sends and
+ * answers as the test says. Unlike the real libraries it knows nothing of docks: an exchange
+ * without an answer of the test's succeeds and leaves the answer area alone. TLV elements are coded
+ * as tag, length, value. May be used from several threads; a script must then be safe itself.
+ */
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "protocol/chargelink.h"
+#include "protocol/reverselink.h"
+
+namespace fake {
+
+using Bytes = std::vector<uint8_t>;
+
+/** One framed request. */
+struct Sent {
+    enum Channel { BIDI, PROP, WPC_AUTH };
+    Channel channel;
+    int32_t type;
+    Bytes request;
+    bool hasRequestArea;
+    bool wantsAnswer;
+    size_t capacity;
+    uint32_t timeLimit;
+};
+
+/** What the library leaves in the area, and the length it claims (that of the bytes by default). */
+struct Answer {
+    uint32_t result = 0;
+    Bytes bytes = {};
+    std::optional<size_t> claimedLength = {};
+};
+
+struct Alignment {
+    uint32_t result = 0;
+    uint8_t status = 0;
+    uint8_t subStatus = 0;
+    int32_t value1 = 0;
+    int32_t value2 = 0;
+};
+
+struct RtxText {
+    uint32_t result = 0;
+    std::string text = {};  // at most 20 bytes, copied without a terminator
+};
+
+struct Protocol {
+    // Script. Empty: success without an answer.
+    std::function<Answer(const Sent&)> answer;
+    // A selector that is not there fails with valueError.
+    std::map<int32_t, uint32_t> values;
+    uint32_t valueError = 6;
+    Alignment alignment;
+    std::map<int64_t, int64_t> features;
+    uint32_t simpleResult = 0;  // of getFeature, setFeature, setAuthStart
+    std::map<int32_t, RtxText> rtx;
+    int initResult = 0;
+
+    // Record.
+    std::vector<Sent> sent;
+    std::vector<int32_t> selectors;
+    std::vector<uint16_t> qiIds;
+    std::vector<FwUpdateData> uploads;
+    std::vector<int32_t> rtxTypes;
+    std::atomic<int> inFlight = 0;
+    std::atomic<bool> overlapped = false;
+
+    std::mutex lock;  // over the record
+};
+
+/** The one library; a fresh one for each reset(). */
+Protocol& protocol();
+void reset();
+
+/** Answers every exchange with the same. */
+inline void answerAll(Answer answer) {
+    protocol().answer = [answer = std::move(answer)](const Sent&) { return answer; };
+}
+
+/** "0F FA" to bytes. */
+Bytes hex(const std::string& text);
+
+}  // namespace fake

@@ -1,0 +1,322 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the charger and the dock report, reduced to what the interface defines.
+#include <thread>
+
+#include "charger_test.h"
+
+namespace aidl::vendor::zorvak::wireless_charger {
+namespace {
+
+class InformationTest : public ChargerTest {
+  protected:
+    int qiSpec() {
+        PhoneInfo info;
+        EXPECT_EQ(errorOf(charger->getPhoneInformation(&info)), 0);
+        return info.qiSpec;
+    }
+    DockInfo dock() {
+        DockInfo info;
+        EXPECT_EQ(errorOf(charger->getDockInformation(&info)), 0);
+        return info;
+    }
+    PowerInfo power() {
+        PowerInfo info;
+        EXPECT_EQ(errorOf(charger->getPowerInformation(&info)), 0);
+        return info;
+    }
+    DockPresent presence() {
+        DockPresent info;
+        EXPECT_EQ(errorOf(charger->isDockPresent(&info)), 0);
+        return info;
+    }
+    void value(int32_t selector, int32_t value) {
+        protocol().values[selector] = static_cast<uint32_t>(value);
+    }
+    void qiId(const std::string& text) {
+        DockInfo dock;
+        dock.qiId = text;
+        WlcInfo info;
+        info.set<WlcInfo::Tag::dockInfo>(dock);
+        EXPECT_EQ(errorOf(charger->updateInformation(info)), 0);
+    }
+};
+
+TEST_F(InformationTest, ValuesOutsideTheDefinedSetsAreZero) {
+    for (int v : {-1, 0x1200, 0x1201, 0x1300, 0x1301, 0x2003, 0x2102, 0x2203}) {
+        value(0, v);
+        EXPECT_EQ(qiSpec(), v);
+    }
+    for (int v : {-2, 0, 1, 0x11FF, 0x1202, 0x2101, 0x2103, 0x7FFFFFFF}) {
+        value(0, v);
+        EXPECT_EQ(qiSpec(), 0) << v;
+    }
+    for (int v : {1, 2, 3, 4, 5, 6, 7, 127, -1, -2}) {
+        value(1, v);
+        EXPECT_EQ(dock().compatibility, v);
+    }
+    for (int v : {0, 8, 126, 128, 255, 257, -3}) {
+        value(1, v);
+        EXPECT_EQ(dock().compatibility, 0) << v;
+    }
+    for (int v : {2, 3, 4, 5, 6, 7, 8, 10, 11}) {
+        value(4, v);
+        EXPECT_EQ(power().limitReason, v);
+    }
+    for (int v : {-1, 0, 1, 9, 12, 258}) {
+        value(4, v);
+        EXPECT_EQ(power().limitReason, 0) << v;
+    }
+}
+
+TEST_F(InformationTest, FailedReadsShowAsDefaultsAndStopNothing) {
+    EXPECT_EQ(qiSpec(), 0);
+    EXPECT_EQ(dock().compatibility, 0);
+    EXPECT_EQ(power(), PowerInfo());
+    value(3, -5);
+    EXPECT_EQ(power().maxPower, -1);
+    EXPECT_EQ(power().negotiatedPower, -5);
+}
+
+TEST_F(InformationTest, OverrideReplacesTheChargerUnlessZero) {
+    for (int32_t selector : {0, 1, 2, 3, 4}) value(selector, 3);
+    shell({"diag.qispec", "0x2003"});
+    shell({"diag.compatibility", "127"});
+    shell({"diag.maxpower", "0755"});
+    shell({"diag.negopower", "-7"});
+    shell({"diag.limitreason", "9"});
+    EXPECT_EQ(qiSpec(), 0x2003);
+    EXPECT_EQ(dock().compatibility, 127);
+    EXPECT_EQ(power().maxPower, 493);
+    EXPECT_EQ(power().negotiatedPower, -7);
+    EXPECT_EQ(power().limitReason, 0);
+    EXPECT_THAT(protocol().selectors, IsEmpty());
+
+    shell({"diag.qispec", "0x1234"});
+    EXPECT_EQ(qiSpec(), 0);
+    value(0, 0x1301);
+    shell({"diag.qispec", "0"});
+    EXPECT_EQ(qiSpec(), 0x1301);
+    EXPECT_THAT(protocol().selectors, ElementsAre(0));
+}
+
+TEST_F(InformationTest, PresenceTellsWhichDockItIs) {
+    const struct {
+        uint32_t identifier, ptmc;
+        bool infoSupported;
+        int kind, dockClass;
+        uint32_t id;
+    } kCases[] = {
+        {0xA5123456, 0x72, true, 15, 2, 0x123456},
+        {0xA5123456, 0x10, false, 15, 2, 0xA5123456},
+        {0xA5123456, 0, false, 15, 2, 0xA5123456},
+        {0xA0123456, 0, true, 0, 2, 0x123456},
+        {0xE0000001, 0, true, 0, 3, 1},
+        {0xE0000001, 1, false, 0, 3, 0xE0000001},
+        {0x03000001, 0x72, false, 2, 0, 1},
+        {0x44000001, 0x10, false, 4, 1, 0x44000001},
+        {0x01FFFFFF, 0x10, false, 1, 0, 0x01FFFFFF},
+        {0, 0x10, false, 15, 0, 0},
+        {0, 0x72, false, 15, 0, 0},
+    };
+    for (const auto& row : kCases) {
+        protocol().values = {{7, row.identifier}, {5, row.ptmc}, {8, 77}};
+        const DockPresent got = presence();
+        EXPECT_TRUE(got.docked);
+        EXPECT_EQ(got.getInfoSupported, row.infoSupported) << std::hex << row.identifier;
+        EXPECT_EQ(got.dockKind, row.kind);
+        EXPECT_EQ(got.dockClass, row.dockClass);
+        EXPECT_EQ(static_cast<uint32_t>(got.id), row.id);
+        EXPECT_EQ(static_cast<uint32_t>(got.ptmc), row.ptmc);
+        EXPECT_EQ(got.product, 77);
+    }
+}
+
+TEST_F(InformationTest, PresenceWithoutReadableValues) {
+    EXPECT_EQ(presence(), DockPresent());
+    EXPECT_THAT(protocol().selectors, ElementsAre(7));
+
+    protocol().values = {{7, 0xE0000001}, {8, 77}};
+    const DockPresent got = presence();  // no ptmc: the product is not read
+    EXPECT_EQ(got.ptmc, 0);
+    EXPECT_EQ(got.product, 0);
+    EXPECT_EQ(got.id, 1);
+    EXPECT_THAT(protocol().selectors, ElementsAre(7, 7, 5));
+}
+
+TEST_F(InformationTest, PresenceIsLoggedOncePerChange) {
+    protocol().values = {{7, 0xA0000042}, {5, 0x72}, {8, 5}};
+    LogCapture log;
+    presence();
+    const auto called = "D isDockPresent is called...";
+    EXPECT_THAT(log.take(), ElementsAre(called, "I dockpresent: ptmc=0x72, product=5, id=0x42\n"));
+    presence();
+    EXPECT_THAT(log.take(), ElementsAre(called));
+    protocol().values[8] = 6;
+    presence();
+    EXPECT_THAT(log.take(), ElementsAre(called, "I dockpresent: ptmc=0x72, product=6, id=0x42\n"));
+    protocol().values.clear();
+    presence();
+    EXPECT_THAT(log.take(), ElementsAre(called));
+}
+
+TEST_F(InformationTest, AlignmentIsLimitedAlsoOnFailure) {
+    AlignInfo info;
+    protocol().alignment = {.status = 7, .subStatus = 200, .value1 = -1, .value2 = 5};
+    EXPECT_EQ(errorOf(charger->getAlignInfo(&info)), 0);
+    EXPECT_THAT((std::vector<int>{info.status, info.subStatus, info.value1, info.value2}),
+                ElementsAre(3, -56, -1, 5));
+    protocol().alignment = {.result = 6, .status = 2};
+    EXPECT_EQ(errorOf(charger->getAlignInfo(&info)), 4);
+    EXPECT_EQ(info.status, 2);
+}
+
+TEST_F(InformationTest, FeaturesPassThroughUnchanged) {
+    const auto all = static_cast<WirelessChargerFeature>(-1);
+    EXPECT_EQ(errorOf(charger->setFeatures(1LL << 40, all)), 0);
+    WirelessChargerFeature got = WirelessChargerFeature::NONE;
+    EXPECT_EQ(errorOf(charger->getFeatures(1LL << 40, &got)), 0);
+    EXPECT_EQ(got, all);
+    protocol().simpleResult = 12;
+    EXPECT_EQ(errorOf(charger->getFeatures(1LL << 40, &got)), 10);
+    EXPECT_EQ(got, WirelessChargerFeature::NONE);
+    EXPECT_EQ(errorOf(charger->setFeatures(0, all)), 10);
+}
+
+// Elements of the fake's TLV coding.
+Bytes element(uint8_t tag, const Bytes& value) {
+    Bytes bytes{tag, static_cast<uint8_t>(value.size())};
+    bytes.insert(bytes.end(), value.begin(), value.end());
+    return bytes;
+}
+Bytes text(const std::string& value) {
+    return Bytes(value.begin(), value.end());
+}
+Bytes packet(const std::vector<Bytes>& elements) {
+    Bytes bytes;
+    for (const Bytes& e : elements) bytes.insert(bytes.end(), e.begin(), e.end());
+    return bytes;
+}
+Bytes packetOf(const std::string& name, uint8_t flags, const Bytes& version) {
+    return packet({element(0, text(name + "0")), element(1, text(name + "1")),
+                   element(2, text(name + "2")), element(3, {flags}), element(4, version)});
+}
+
+TEST_F(InformationTest, DockInformationFillsTheCache) {
+    DockInfo info;
+    fake::answerAll({.bytes = packetOf("a", 0x23, hex("FF 02 41 42"))});
+    EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
+    DockInfo expected;
+    expected.infoText0 = "a0";
+    expected.infoText1 = "a1";
+    expected.infoText2 = "a2";
+    expected.getInfoSupported = true;
+    expected.dockKind = 2;
+    expected.flagBits = 3;
+    expected.firmwareVersion.major = 255;
+    expected.firmwareVersion.minor = 2;
+    expected.firmwareVersion.name = "AB";
+    EXPECT_EQ(info, expected);
+
+    // A version without a name keeps the last one.
+    fake::answerAll({.bytes = packetOf("", 0x05, hex("03 04"))});
+    EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
+    EXPECT_EQ(info.infoText0, "0");
+    EXPECT_EQ(info.dockKind, 15);
+    EXPECT_EQ(info.flagBits, 1);
+    EXPECT_FALSE(info.getInfoSupported);
+    EXPECT_EQ(info.firmwareVersion.major, 3);
+    EXPECT_EQ(info.firmwareVersion.name, "AB");
+}
+
+TEST_F(InformationTest, FaultyElementStopsTheWalkAndKeepsWhatCameBefore) {
+    const Bytes t0 = element(0, text("new")), t1 = element(1, {}), t2 = element(2, {});
+    const Bytes flags = element(3, {0}), version = element(4, {1, 2});
+    const struct {
+        Bytes bytes;
+        int error;
+        const char* text0;
+    } kCases[] = {
+        {packet({t1, t2, flags, version}), 3, "old"},
+        {packet({t0, t2, flags, version}), 3, "new"},
+        {packet({t0, t1, flags, version}), 3, "new"},
+        {packet({t0, t1, t2, version}), 3, "new"},
+        {packet({t0, t1, t2, flags}), 3, "new"},
+        {packet({t0, t1, t2, element(3, {}), version}), 2, "new"},
+        {packet({t0, t1, t2, element(3, {1, 2}), version}), 2, "new"},
+        {packet({t0, t1, t2, flags, element(4, {1})}), 2, "new"},
+        {packet({t0, t1, t2, flags, version}), 0, "new"},
+        {packet({t0, {1, 200}}), 2, "new"},
+    };
+    for (const auto& [bytes, error, text0] : kCases) {
+        DockInfo info;
+        fake::answerAll({.bytes = packetOf("", 0, {0, 0, 'n'})});
+        charger->getInformation(&info);
+        fake::answerAll({.bytes = packet({element(0, text("old"))})});
+        charger->getInformation(&info);
+        fake::answerAll({.bytes = bytes});
+        EXPECT_EQ(errorOf(charger->getInformation(&info)), error);
+        EXPECT_EQ(dock().infoText0, text0);
+    }
+}
+
+TEST_F(InformationTest, DockInformationCutAtEveryLengthFails) {
+    const Bytes whole = packetOf("abc", 0x21, Bytes(200, 'v'));
+    DockInfo info;
+    for (size_t length = 0; length < whole.size(); length++) {
+        fake::answerAll({.bytes = Bytes(whole.begin(), whole.begin() + length)});
+        EXPECT_NE(errorOf(charger->getInformation(&info)), 0) << length;
+    }
+    fake::answerAll({.bytes = whole, .claimedLength = 100000});
+    EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
+    EXPECT_EQ(info.firmwareVersion.name.size(), 198u);
+}
+
+// Two docks take turns; whoever reads meanwhile sees one of them, never a mixture.
+TEST_F(InformationTest, ConcurrentReadersSeeWholeRecords) {
+    std::atomic<int> turn = 0;
+    protocol().answer = [&](const Sent&) {
+        const char* name = turn++ % 2 ? "a dock with long texts, not kept in place " : "b";
+        return fake::Answer{.bytes = packetOf(name, 0, text(std::string("12") + name))};
+    };
+    std::atomic<bool> done = false;
+    std::thread reader([&] {
+        while (!done) {
+            const DockInfo info = dock();
+            if (info.infoText0.empty()) continue;
+            const std::string name = info.infoText0.substr(0, info.infoText0.size() - 1);
+            EXPECT_EQ(info.infoText2, name + "2");
+            EXPECT_EQ(info.firmwareVersion.name, name);
+        }
+    });
+    const auto write = [&] {
+        DockInfo info;
+        for (int i = 0; i < 300; i++) charger->getInformation(&info);
+    };
+    std::thread writer(write);
+    write();
+    writer.join();
+    done = true;
+    reader.join();
+}
+
+TEST_F(InformationTest, QiIdIsHandedOverWhenItIsANumber) {
+    LogCapture log;
+    for (const char* id : {"12345", "70000", "", " 7", "-1", "99999999999999999999"}) qiId(id);
+    EXPECT_THAT(protocol().qiIds, ElementsAre(12345, 4464, 0, 7, 65535, 65535));
+    EXPECT_EQ(log.take().front(), "I set qi id: 12345");
+    for (const char* id : {"12a", "x", " ", "12 "}) {
+        qiId(id);
+        EXPECT_THAT(log.take(), ElementsAre("W fail to convert qi id"));
+        EXPECT_EQ(dock().qiId, id);
+    }
+    EXPECT_EQ(protocol().qiIds.size(), 6u);
+
+    WlcInfo other;
+    other.set<WlcInfo::Tag::powerInfo>(PowerInfo());
+    EXPECT_EQ(errorOf(charger->updateInformation(other)), 0);
+    EXPECT_EQ(dock().qiId, "12 ");
+    EXPECT_EQ(protocol().qiIds.size(), 6u);
+}
+
+}  // namespace
+}  // namespace aidl::vendor::zorvak::wireless_charger

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which handlers a uevent calls, as letters: R reverse transmit, W charging status, O charging off,
+// A alignment, F fan, s firmware update skipped.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "wireless_event.h"
+
+namespace aidl::vendor::zorvak::wireless_charger {
+namespace {
+
+using namespace std::string_literals;
+
+std::string stepsOf(std::string_view message) {
+    std::string steps;
+    readUevent(message, [&](UeventStep step) {
+        switch (step) {
+            case UeventStep::RTX:
+                steps += 'R';
+                break;
+            case UeventStep::CHARGING_STATUS:
+                steps += 'W';
+                break;
+            case UeventStep::CHARGING_OFF:
+                steps += 'O';
+                break;
+            case UeventStep::ALIGN:
+                steps += 'A';
+                break;
+            case UeventStep::FAN:
+                steps += 'F';
+                break;
+            case UeventStep::FW_UPDATE_SKIPPED:
+                steps += 's';
+                break;
+        }
+    });
+    return steps;
+}
+
+/** '|' stands for the zero byte that ends a line. */
+std::string message(std::string lines) {
+    std::replace(lines.begin(), lines.end(), '|', '\0');
+    return lines;
+}
+
+TEST(UeventTest, LinesDecideWhichHandlersRun) {
+    const struct {
+        const char* lines;
+        const char* steps;
+    } kCases[] = {
+        {"change@/x|SOURCE=RTX|DRIVER=p9221|", "R"},
+        {"change@/x|SOURCE=WLC|DRIVER=zorvak_wlc|", "WA"},
+        {"change@/x|SOURCE=WLC_OFF|DRIVER=zorvak_wlc|", "OA"},
+        {"change@/x|SOURCE=FAN|DRIVER=p9221|", "F"},
+        {"change@/x|DRIVER=p9221|", "RWAF"},
+        {"change@/x|DRIVER=zorvak_wlc|", "RWAF"},
+        // The order of the lines counts: a source after the driver line comes too late for it.
+        {"DRIVER=p9221|SOURCE=RTX|", "RWAF"},
+        {"DRIVER=p9221|SOURCE=RTX|DRIVER=p9221|", "RWAFR"},
+        // The source stays, charging off does not.
+        {"SOURCE=RTX|DRIVER=p9221|DRIVER=p9221|", "RR"},
+        {"SOURCE=WLC_OFF|DRIVER=p9221|DRIVER=p9221|", "OAWA"},
+        {"SOURCE=WLC_OFF|SOURCE=RTX|DRIVER=p9221|SOURCE=WLC|DRIVER=p9221|", "RWA"},
+        // WLC wins over FAN, FAN over RTX, in one line.
+        {"SOURCE=RTX SOURCE=FAN|DRIVER=p9221|", "F"},
+        {"SOURCE=FAN SOURCE=WLC|DRIVER=p9221|", "WA"},
+        // The battery driver means the fan, whatever came before, and for what follows.
+        {"DRIVER=zorvak,battery|", "F"},
+        {"SOURCE=WLC_OFF|DRIVER=zorvak,battery|DRIVER=p9221|", "FF"},
+        {"SOURCE=WLC_OFF|DRIVER=zorvak,battery|SOURCE=WLC|DRIVER=p9221|", "FWA"},
+        {"DRIVER=p9221 DRIVER=zorvak,battery|", "RWAF"},
+        // A firmware-update line is passed over, the rest is not.
+        {"SOURCE=FWUPDATE|", "s"},
+        {"SOURCE=FWUPDATE|DRIVER=p9221|", "sRWAF"},
+        {"SOURCE=RTX|SOURCE=FWUPDATE|DRIVER=p9221|", "sR"},
+        {"SOURCE=RTX SOURCE=FWUPDATE DRIVER=p9221|DRIVER=p9221|", "sR"},
+        // A line may hold the texts anywhere, and both at once.
+        {"xSOURCE=RTXxDRIVER=p9221x|", "R"},
+        // Everything else is foreign.
+        {"SOURCE=WLC|DRIVER=other|", ""},
+        {"SOURCE=WLC|", ""},
+        {"source=WLC|driver=p9221|", ""},
+        {"DRIVER=p922|SOURCE=RT|", ""},
+        {"no equals sign|", ""},
+        // An empty line ends the message.
+        {"||DRIVER=p9221|", ""},
+        {"SOURCE=RTX||DRIVER=p9221|", ""},
+        {"|DRIVER=p9221|", ""},
+    };
+    for (const auto& [lines, steps] : kCases) EXPECT_EQ(stepsOf(message(lines)), steps) << lines;
+}
+
+TEST(UeventTest, MessageWithoutFinalZeroIsReadToItsEnd) {
+    EXPECT_EQ(stepsOf(message("SOURCE=RTX|DRIVER=p9221")), "R");
+    EXPECT_EQ(stepsOf(message("SOURCE=RTX|DRIVER=p922")), "");
+}
+
+// A message that is cut calls what a prefix of its steps calls, and reads nothing behind its end.
+TEST(UeventTest, CutAtEveryLengthCallsNoMoreThanTheWhole) {
+    const std::string whole = message(
+        "change@/devices/x|ACTION=change|SOURCE=WLC_OFF|DRIVER=zorvak_wlc|SOURCE=FWUPDATE|"
+        "DRIVER=p9221|DRIVER=zorvak,battery|SEQNUM=1|");
+    const std::string steps = stepsOf(whole);
+    EXPECT_EQ(steps, "OAsWAF");
+    for (size_t length = 0; length < whole.size(); length++) {
+        const std::vector<char> exact(whole.begin(), whole.begin() + length);
+        const std::string part = stepsOf({exact.data(), exact.size()});
+        EXPECT_EQ(part, steps.substr(0, part.size())) << length;
+    }
+}
+
+TEST(UeventTest, AwkwardMessagesDoNoHarm) {
+    EXPECT_EQ(stepsOf(""), "");
+    EXPECT_EQ(stepsOf(std::string(2047, '\0')), "");
+    EXPECT_EQ(stepsOf(std::string(2047, '=')), "");
+    EXPECT_EQ(stepsOf("\xff\xfe\x80 DRIVER=p9221"), "RWAF");
+    std::string drivers = "SOURCE=FAN\0"s;
+    for (int i = 0; i < 1000; i++) drivers += "DRIVER=p9221\0"s;
+    EXPECT_EQ(stepsOf(drivers), std::string(1000, 'F'));
+}
+
+TEST(UeventTest, ThreadDoesNotStartWithoutAllHandlers) {
+    const auto rtx = [](RtxStatusInfo&) {};
+    const auto align = [](AlignInfo&) {};
+    const auto level = [](int&) {};
+    const auto started = [](auto... handlers) {
+        return ::android::sp<WirelessEvent>::make(handlers...)->startThread();
+    };
+    EXPECT_FALSE(started(nullptr, align, level, level));
+    EXPECT_FALSE(started(rtx, nullptr, level, level));
+    EXPECT_FALSE(started(rtx, align, nullptr, level));
+    EXPECT_FALSE(started(rtx, align, level, nullptr));
+}
+
+// Whether an event thread of another test has yet to find that it has no socket.
+bool eventThreadRuns() {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(task.path() / "comm"), name);
+        if (name == "UeventThread") return true;
+    }
+    return false;
+}
+
+// The real thread on the socket that stands in for the kernel's. It never ends, so what it uses is
+// never freed.
+TEST(UeventTest, ThreadHandlesEachMessageThatFits) {
+    struct Journal {
+        std::mutex lock;
+        std::condition_variable changed;
+        std::string steps;
+    };
+    static Journal& journal = *new Journal;
+    const auto note = [](const std::string& step) {
+        std::lock_guard lock(journal.lock);
+        journal.steps += step;
+        journal.changed.notify_all();
+    };
+    const std::string former = getenv("ANDROID_HOST_UEVENT_SOCKET");
+    const std::string path = getenv("ANDROID_HOST_DIR") + "/uevent"s;
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (eventThreadRuns()) {
+        ASSERT_LT(std::chrono::steady_clock::now(), limit) << "a thread got hold of a socket";
+        std::this_thread::yield();
+    }
+    setenv("ANDROID_HOST_UEVENT_SOCKET", path.c_str(), 1);
+    static auto& event = *new ::android::sp<WirelessEvent>(::android::sp<WirelessEvent>::make(
+        [=](RtxStatusInfo& info) { note("R" + std::to_string(info.prmc++)); },
+        [=](AlignInfo&) { note("A"); }, [=](int& level) { note("F" + std::to_string(level++)); },
+        [=](int& off) { note(off ? "O" : "W"); }));
+    ASSERT_TRUE(event->startThread());
+
+    const int sender = socket(AF_UNIX, SOCK_DGRAM, 0);
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    while (connect(sender, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+        ASSERT_LT(std::chrono::steady_clock::now(), limit) << "the socket does not appear";
+        std::this_thread::yield();
+    }
+    const std::string driver = message("|DRIVER=p9221");
+    const auto sized = [&](size_t size) { return std::string(size - driver.size(), 'x') + driver; };
+    for (const std::string& text : {sized(2048), sized(2047), "\0"s + driver, driver.substr(1),
+                                    message("SOURCE=WLC_OFF|DRIVER=p9221|")}) {
+        ASSERT_EQ(send(sender, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+    }
+    close(sender);
+    std::unique_lock lock(journal.lock);
+    EXPECT_TRUE(journal.changed.wait_for(lock, std::chrono::seconds(30),
+                                         [] { return journal.steps.ends_with("OA"); }));
+    EXPECT_EQ(journal.steps, "R0WAF0R1WAF1OA");
+    setenv("ANDROID_HOST_UEVENT_SOCKET", former.c_str(), 1);
+}
+
+}  // namespace
+}  // namespace aidl::vendor::zorvak::wireless_charger

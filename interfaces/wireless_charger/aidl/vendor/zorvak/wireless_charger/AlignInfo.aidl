@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+package vendor.zorvak.wireless_charger;
+
+/** How the phone lies on the dock. */
+@VintfStability
+parcelable AlignInfo {
+    /** 0 to 3; 3 also when charging has just gone off. 2 until the charger has been asked. */
+    byte status = 2;
+    /** As the charger reports them. */
+    byte subStatus;
+    int value1;
+    int value2;
+}

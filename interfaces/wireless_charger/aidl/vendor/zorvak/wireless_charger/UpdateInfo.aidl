@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+package vendor.zorvak.wireless_charger;
+
+/** What the dock takes as firmware by the untargeted commands. */
+@VintfStability
+parcelable UpdateInfo {
+    /** Largest image, in bytes. */
+    int maxSize;
+    /** Bytes 4 and 5 of the answer; byte 4 is also the top byte of maxSize. */
+    byte infoByte4;
+    byte infoByte5;
+}

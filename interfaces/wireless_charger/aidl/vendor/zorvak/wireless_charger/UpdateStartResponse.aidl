@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+package vendor.zorvak.wireless_charger;
+
+/** Answer to the start of an untargeted update. Not reported by this version: every field is 0. */
+@VintfStability
+parcelable UpdateStartResponse {
+    byte resume;
+    byte chunkSize;
+    byte progress;
+}

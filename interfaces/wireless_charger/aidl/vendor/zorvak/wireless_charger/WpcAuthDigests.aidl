@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+package vendor.zorvak.wireless_charger;
+
+/** Digests of the dock's certificate chains: the DIGESTS message of Qi authentication. */
+@VintfStability
+parcelable WpcAuthDigests {
+    /** Bit n: slot n holds a chain. */
+    byte slotPopulatedMask;
+    /** Bit n: the digest of slot n is below. */
+    byte digestMask;
+    /** SHA-256 of the chain in slots 0 to 3; zeros where the mask has no bit. */
+    byte[32] digest0;
+    byte[32] digest1;
+    byte[32] digest2;
+    byte[32] digest3;
+}
