@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands.h"
+
+#include <optional>
+#include <utility>
+
+#include "settings.h"
+#include "words.h"
+
+namespace virtual_dock {
+namespace {
+
+using Words = std::vector<std::string>;
+using Changes = std::vector<std::pair<std::string, std::string>>;  // key, value
+
+std::string changedReply(const UeventOutcome& outcome) {
+    JsonWriter json;
+    json.beginObject().flag("ok", true).key("uevent").beginObject();
+    json.flag("sent", outcome.sent).text(outcome.sent ? "by" : "reason", outcome.detail);
+    json.endObject().endObject();
+    return json.str();
+}
+
+std::string announce(Event event) {
+    return event == Event::kNone ? doneReply() : changedReply(sendUevent(event));
+}
+
+bool hasPower(const DockModel& model) {
+    return model.charger.docked && model.charger.charging;
+}
+
+// The problem with a change, or nothing when it has been made.
+std::optional<std::string> applyChange(DockModel* model, int64_t nowNs, const std::string& key,
+                                       const std::string& value, Event* event) {
+    Words keys;
+    for (Setting& setting : settingsOf(model, nowNs)) {
+        if (setting.key != key) {
+            keys.push_back(std::move(setting.key));
+            continue;
+        }
+        *event = setting.event;
+        if (setting.set(value)) return std::nullopt;
+        return "\"" + value + "\" is no value of " + key + ": it takes " + setting.values;
+    }
+    return unknownName("key", key, keys);
+}
+
+// Makes all changes or none, and announces them.
+std::string change(VirtualDock* dock, const Changes& changes) {
+    Event event = Event::kNone;
+    const std::optional<std::string> problem =
+        dock->withModel([&](DockModel& model, int64_t nowNs) -> std::optional<std::string> {
+            DockModel changed = model;
+            for (const auto& [key, value] : changes) {
+                if (auto wrong = applyChange(&changed, nowNs, key, value, &event)) return wrong;
+            }
+            if (hasPower(model) && !hasPower(changed)) event = Event::kWlcOff;
+            model = std::move(changed);
+            return std::nullopt;
+        });
+    return problem ? usageError(*problem) : announce(event);
+}
+
+std::string runStatus(VirtualDock* dock, const Words&) {
+    JsonWriter json;
+    json.beginObject().flag("ok", true);
+    describeDock(dock, &json);
+    json.endObject();
+    return json.str();
+}
+
+std::string runKeys(VirtualDock* dock, const Words&) {
+    JsonWriter json;
+    json.beginObject().flag("ok", true).key("keys").beginArray();
+    dock->withModel([&](DockModel& model, int64_t nowNs) {
+        for (const Setting& setting : settingsOf(&model, nowNs)) {
+            json.beginObject().text("key", setting.key).text("values", setting.values);
+            setting.write(&json.key("value"));
+            json.endObject();
+        }
+    });
+    json.endArray().endObject();
+    return json.str();
+}
+
+std::string runSet(VirtualDock* dock, const Words& words) {
+    return change(dock, {{words[1], words[2]}});
+}
+
+std::string runPlace(VirtualDock* dock, const Words& words) {
+    Changes changes = {{"dock.placed", "true"}, {"dock.charging", "true"}};
+    for (size_t i = 1; i < words.size(); ++i) {
+        const size_t equals = words[i].find('=');
+        const std::string name = words[i].substr(0, equals);
+        if (equals == std::string::npos || (name != "ptmc" && name != "product" && name != "id")) {
+            return usageError("place takes ptmc=N, product=N and id=N, not \"" + words[i] + "\"");
+        }
+        changes.emplace_back("dock." + name, words[i].substr(equals + 1));
+    }
+    return change(dock, changes);
+}
+
+std::string runRemove(VirtualDock* dock, const Words&) {
+    return change(dock, {{"dock.placed", "false"}});
+}
+
+std::string runCharging(VirtualDock* dock, const Words& words) {
+    if (words[1] != "on" && words[1] != "off") return usageError("charging takes on or off");
+    return change(dock, {{"dock.charging", words[1] == "on" ? "true" : "false"}});
+}
+
+std::string runAlign(VirtualDock* dock, const Words& words) {
+    constexpr const char* kKeys[] = {"align.state", "align.sub", "align.value1", "align.value2"};
+    Changes changes;
+    for (size_t i = 1; i < words.size(); ++i) changes.emplace_back(kKeys[i - 1], words[i]);
+    return change(dock, changes);
+}
+
+std::string runFanLevel(VirtualDock* dock, const Words& words) {
+    return change(dock, {{"fan.level", words[1]}});
+}
+
+std::string runTemperature(VirtualDock* dock, const Words& words) {
+    return change(dock, {{"temperature.boost", words[1]}, {"temperature.puck", words[2]}});
+}
+
+std::string runRtx(VirtualDock* dock, const Words& words) {
+    const std::string& verb = words[1];
+    if (verb == "connect" && words.size() == 2) return change(dock, {{"rtx.connected", "true"}});
+    if (verb == "disconnect" && words.size() == 2) {
+        return change(dock, {{"rtx.connected", "false"}});
+    }
+    if (verb == "error" && words.size() == 3) return change(dock, {{"rtx.error", words[2]}});
+    if (verb == "mode" && words.size() == 3) return change(dock, {{"rtx.mode", words[2]}});
+    return usageError("rtx takes connect, disconnect, error N or mode off|available|active");
+}
+
+std::string runUevent(VirtualDock*, const Words& words) {
+    return changedReply(sendUeventLines({words.begin() + 1, words.end()}));
+}
+
+std::string runReset(VirtualDock* dock, const Words&) {
+    dock->reset();
+    return announce(Event::kAll);
+}
+
+struct Command {
+    const char* name;
+    const char* usage;
+    size_t minArguments;
+    size_t maxArguments;
+    std::string (*run)(VirtualDock*, const Words&);
+};
+
+constexpr Command kCommands[] = {
+    {"status", "status", 0, 0, runStatus},
+    {"keys", "keys", 0, 0, runKeys},
+    {"set", "set KEY VALUE", 2, 2, runSet},
+    {"place", "place [ptmc=N] [product=N] [id=N]", 0, 3, runPlace},
+    {"remove", "remove", 0, 0, runRemove},
+    {"charging", "charging on|off", 1, 1, runCharging},
+    {"align", "align STATE [SUB [V1 [V2]]]", 1, 4, runAlign},
+    {"fan-level", "fan-level N", 1, 1, runFanLevel},
+    {"temperature", "temperature BOOST PUCK", 2, 2, runTemperature},
+    {"rtx", "rtx connect|disconnect|error N|mode MODE", 1, 2, runRtx},
+    {"fail", "fail OPERATION[:TYPE] RESULT [COUNT]", 2, 3, setFault},
+    {"delay", "delay OPERATION[:TYPE] MS [COUNT]", 2, 3, setFault},
+    {"answer", "answer OPERATION[:TYPE] HEX|none [COUNT]", 2, 3, setFault},
+    {"uevent", "uevent NAME=VALUE...", 1, 16, runUevent},
+    {"reset", "reset", 0, 0, runReset},
+};
+
+}  // namespace
+
+std::string errorReply(std::string_view kind, std::string_view message) {
+    JsonWriter json;
+    json.beginObject().flag("ok", false).text("kind", kind).text("message", message).endObject();
+    return json.str();
+}
+
+std::string usageError(std::string_view message) {
+    return errorReply("usage", message);
+}
+std::string refusal(std::string_view message) {
+    return errorReply("refused", message);
+}
+std::string doneReply() {
+    return "{\"ok\":true}";
+}
+
+std::string runCommand(VirtualDock* dock, std::string_view line) {
+    const std::optional<Words> words = splitWords(line);
+    if (!words) return usageError("a % must be followed by two hex digits");
+    if (words->empty()) return usageError("empty line");
+    Words names;
+    for (const Command& command : kCommands) {
+        names.emplace_back(command.name);
+        if (words->front() != command.name) continue;
+        const size_t arguments = words->size() - 1;
+        if (arguments < command.minArguments || arguments > command.maxArguments) {
+            return usageError(std::string("usage: ") + command.usage);
+        }
+        return command.run(dock, *words);
+    }
+    return usageError(unknownName("command", words->front(), names));
+}
+
+}  // namespace virtual_dock

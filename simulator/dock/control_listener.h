@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace virtual_dock {
+
+// A listening Unix socket that no second process can take while it lives: <path>.lock is locked
+// for as long. Closes both when destroyed; the socket's name stays and is replaced by the next.
+class ControlListener {
+  public:
+    ControlListener() = default;
+    ~ControlListener();
+    ControlListener(const ControlListener&) = delete;
+    ControlListener& operator=(const ControlListener&) = delete;
+
+    // Replaces what a dead process left at `path`; leaves a live one, and what is no socket, alone.
+    // False with a message for people when it does not listen.
+    [[nodiscard]] bool open(const std::string& path, std::string* error);
+
+    int descriptor() const { return mSocket; }  // -1 when it does not listen
+
+  private:
+    int mLock = -1;
+    int mSocket = -1;
+};
+
+}  // namespace virtual_dock

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "firmware_slot.h"
+#include "packet.h"
+#include "protocol_result.h"
+
+namespace virtual_dock {
+
+// What a firmware request did to the dock as a whole.
+enum class FirmwareEffect : uint8_t { kNone, kReboot, kPowerLoss };
+
+// The dock's firmware: two targets and the older, untargeted updater, and their request frames. A
+// value type.
+class FirmwareUpdater {
+  public:
+    static constexpr size_t kTargets = 2;
+    static constexpr int32_t kFirstType = 24;
+    static constexpr int32_t kLastType = 30;
+
+    FirmwareUpdater();
+
+    std::array<FirmwareSlot, kTargets> targets;
+    FirmwareSlot legacy;
+    std::string legacyName = "desk";  // version name of what the older updater installed
+
+    int32_t powerOffAfter = -1;  // the dock loses its power after so many more chunks; -1: never
+
+    // Request types kFirstType to kLastType. The temperatures go out with chunk answers.
+    Result answerTargeted(int32_t type, Bytes request, int8_t boostTemperature,
+                          int8_t puckTemperature, AnswerBuffer* answer, FirmwareEffect* effect,
+                          int64_t nowNs);
+    Result answerLegacy(int32_t type, Bytes request, AnswerBuffer* answer, FirmwareEffect* effect,
+                        int64_t nowNs);
+
+  private:
+    Result startTarget(Bytes request, AnswerBuffer* answer, int64_t nowNs);
+    Result startLegacy(Bytes request, AnswerBuffer* answer, int64_t nowNs);
+    void countChunk(FirmwareEffect* effect);
+    void reboot(FirmwareEffect* effect, int64_t nowNs);
+
+    std::string mNewLegacyName;
+};
+
+}  // namespace virtual_dock

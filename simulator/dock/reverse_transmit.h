@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "packet.h"
+#include "protocol_result.h"
+#include "uevent.h"
+
+namespace virtual_dock {
+
+// The phone charging another device: the state behind libreverselink and the texts it leaves. A
+// value type.
+class ReverseTransmit {
+  public:
+    static constexpr size_t kAreaSize = 20;
+
+    enum Request : int32_t {
+        kSupported = 1,
+        kMode = 2,
+        kSwitchOn = 3,
+        kSwitchOff = 4,
+        kConnected = 5,
+        kReadingA = 6,
+        kReadingB = 7,
+        kPrmc = 8,
+        kDeviceLevel = 9,
+        kErrorType = 10,
+    };
+    enum class Mode : uint8_t { kOff, kAvailable, kActive };
+
+    // How an answer is left in the 20-byte area.
+    enum class TextStyle : uint8_t {
+        kPlain,         // terminated
+        kNewline,       // a line feed before the terminator
+        kUnterminated,  // all 20 bytes written, no terminator
+        kGarbage,       // 20 bytes that are no text
+    };
+
+    bool supported = true;
+    Mode mode = Mode::kAvailable;
+    bool connected = false;
+    int32_t readingA = 0;  // a thousand times what the service reports
+    int32_t readingB = 0;
+    uint32_t prmc = 0;
+    int32_t deviceLevel = 0;
+    int32_t errorType = 0;
+    TextStyle textStyle = TextStyle::kPlain;
+
+    // Performs a request; the answer is what the library leaves in the caller's area, at most
+    // kAreaSize bytes (kSupported, whose area may be a single byte: 1). *event tells whether the
+    // mode is another now. Allocates nothing.
+    Result answer(int32_t request, AnswerBuffer* answer, Event* event);
+
+  private:
+    Result switchTo(Mode wanted, Event* event);
+    void addText(std::string_view text, AnswerBuffer* answer) const;
+};
+
+const char* rtxModeName(ReverseTransmit::Mode mode);
+
+}  // namespace virtual_dock

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "uevent.h"
+
+#include <fcntl.h>
+#include <linux/if.h>
+#include <linux/if_tun.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace virtual_dock {
+namespace {
+
+constexpr const char* kSocketVariable = "ANDROID_HOST_UEVENT_SOCKET";
+constexpr const char* kDriverLine = "DRIVER=p9221";
+constexpr const char* kOffLine = "SOURCE=WLC_OFF";
+constexpr const char* kMemUevent = "/sys/class/mem/null/uevent";
+constexpr const char* kAnyUuid = "6d6f636b-646f-636b-0000-000000000001";
+constexpr int kSendTimeoutMs = 1000;
+
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) : mFd(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (mFd >= 0) close(mFd);
+    }
+    int get() const { return mFd; }
+    bool valid() const { return mFd >= 0; }
+
+  private:
+    int mFd;
+};
+
+UeventOutcome notSent(const std::string& what, int error) {
+    return {false, what + ": " + std::strerror(error)};
+}
+
+UeventOutcome sendToSocket(const std::string& path, const std::vector<std::string>& lines) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path)) {
+        return {false, std::string(kSocketVariable) + " is too long for a socket path"};
+    }
+    std::memcpy(address.sun_path, path.data(), path.size());
+
+    static uint64_t sequence = 0;
+    std::string message = "change@/devices/virtual/power_supply/wireless";
+    message += '\0';
+    for (const char* line : {"ACTION=change", "DEVPATH=/devices/virtual/power_supply/wireless",
+                             "SUBSYSTEM=power_supply"}) {
+        message += line;
+        message += '\0';
+    }
+    for (const std::string& line : lines) {
+        message += line;
+        message += '\0';
+    }
+    message += "SEQNUM=" + std::to_string(++sequence);
+    message += '\0';
+
+    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket.valid()) return notSent("cannot make a socket", errno);
+    if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        return notSent("nobody listens at $" + std::string(kSocketVariable) + " (" + path + ")",
+                       errno);
+    }
+    for (;;) {
+        if (send(socket.get(), message.data(), message.size(), MSG_NOSIGNAL) >= 0) {
+            return {true, "socket"};
+        }
+        if (errno == EINTR) continue;
+        if (errno != EAGAIN) return notSent("cannot send to " + path, errno);
+        pollfd writable{socket.get(), POLLOUT, 0};
+        if (poll(&writable, 1, kSendTimeoutMs) == 0) {
+            return {false, "the listener at " + path + " does not read its uevents"};
+        }
+    }
+}
+
+UeventOutcome writeUevent(const std::string& path, const std::string& text) {
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!file.valid() && (errno == EACCES || errno == EPERM || errno == EROFS)) {
+        return {false, std::string("the kernel sends one for root only; start the service with $") +
+                           kSocketVariable + " naming a socket path instead"};
+    }
+    if (!file.valid()) return notSent("cannot open " + path, errno);
+    if (write(file.get(), text.data(), text.size()) < 0) {
+        return notSent("the kernel does not take '" + text + "'", errno);
+    }
+    return {true, "kernel"};
+}
+
+UeventOutcome sendAsInterface(const std::string& name, const std::string& text) {
+    const Descriptor tun(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
+    if (!tun.valid()) {
+        return notSent("the kernel sends " + name + " only with root and /dev/net/tun", errno);
+    }
+    ifreq request{};
+    std::memcpy(request.ifr_name, name.data(), std::min<size_t>(name.size(), IFNAMSIZ - 1));
+    request.ifr_flags = IFF_TUN | IFF_NO_PI;
+    if (ioctl(tun.get(), TUNSETIFF, &request) != 0) {
+        return notSent("cannot make the interface " + name, errno);
+    }
+    // Closing the descriptor removes the interface.
+    return writeUevent("/sys/class/net/" + name + "/uevent", text);
+}
+
+bool kernelTakes(const std::string& line) {
+    const size_t equals = line.find('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 == line.size()) return false;
+    const auto plain = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; };
+    const std::string name = line.substr(0, equals);
+    const std::string value = line.substr(equals + 1);
+    return std::all_of(name.begin(), name.end(), plain) &&
+           std::all_of(value.begin(), value.end(), plain);
+}
+
+UeventOutcome sendThroughKernel(const std::vector<std::string>& lines) {
+    std::string text = std::string("change ") + kAnyUuid;
+    bool off = false;
+    for (const std::string& line : lines) {
+        if (line == kOffLine) {
+            off = true;
+        } else if (kernelTakes(line)) {
+            text += " " + line;
+        } else {
+            return {false, "the kernel takes letters and digits only, not '" + line + "'"};
+        }
+    }
+    return off ? sendAsInterface(kOffLine, text) : writeUevent(kMemUevent, text);
+}
+
+}  // namespace
+
+UeventOutcome sendUeventLines(const std::vector<std::string>& lines) {
+    const char* path = std::getenv(kSocketVariable);
+    if (path != nullptr && path[0] != '\0') return sendToSocket(path, lines);
+    return sendThroughKernel(lines);
+}
+
+UeventOutcome sendUevent(Event event) {
+    switch (event) {
+        case Event::kNone:
+            return {};
+        case Event::kRtx:
+            return sendUeventLines({"SOURCE=RTX", kDriverLine});
+        case Event::kWlc:
+            return sendUeventLines({"SOURCE=WLC", kDriverLine});
+        case Event::kWlcOff:
+            return sendUeventLines({kOffLine, kDriverLine});
+        case Event::kRestart: {
+            const UeventOutcome off = sendUevent(Event::kWlcOff);
+            const UeventOutcome on = sendUevent(Event::kWlc);
+            return off.sent ? on : off;
+        }
+        case Event::kFan:
+            return sendUeventLines({"SOURCE=FAN", kDriverLine});
+        case Event::kAll:
+            return sendUeventLines({kDriverLine});
+    }
+    return {};
+}
+
+}  // namespace virtual_dock

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "print.h"
+
+#include <fmt/core.h>
+
+#include <set>
+#include <string>
+
+#include "decode.h"
+#include "dock/words.h"
+
+namespace dockctl {
+namespace {
+
+// Settings that people know by their hexadecimal form.
+bool isHexKey(const std::string& key) {
+    static const std::set<std::string> kHexKeys = {
+        "phone.qi-spec", "dock.id", "dock.ptmc", "rtx.prmc", "info.flags", "features.default"};
+    return kHexKeys.count(key) != 0;
+}
+
+std::string valueText(const std::string& key, const Json& value) {
+    if (value.is_string()) return value.get<std::string>();
+    if (value.is_number_integer() && isHexKey(key)) {
+        return fmt::format("0x{:x}", value.get<uint64_t>());
+    }
+    return value.dump();
+}
+
+// {"a": 1, "b": "x"} as "a 1, b x".
+std::string membersText(const Json& object) {
+    std::string text;
+    for (const auto& [key, value] : object.items()) {
+        if (!text.empty()) text += ", ";
+        text += key + " " + valueText(key, value);
+    }
+    return text;
+}
+
+void printList(const Json& status, const char* name, const char* title) {
+    if (!status.contains(name)) return;
+    size_t number = 0;
+    for (const Json& item : status[name]) {
+        fmt::print("{:<28}{}\n", fmt::format("{} {}", title, number++), membersText(item));
+    }
+}
+
+std::string spacedHex(const std::string& hex) {
+    std::string text;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+        if (i > 0) text += ' ';
+        text += hex.substr(i, 2);
+    }
+    return text;
+}
+
+void printBytes(const char* title, const std::string& hex, size_t length) {
+    if (hex.empty()) return;
+    const size_t kept = hex.size() / 2;
+    fmt::print("{:>14}  {}{}\n", title, spacedHex(hex),
+               kept < length ? fmt::format(" ... {} bytes in all", length) : "");
+}
+
+}  // namespace
+
+void printStatus(const Json& status) {
+    for (const auto& [key, value] : status["settings"].items()) {
+        fmt::print("{:<28}{}\n", key, valueText(key, value));
+    }
+    printList(status, "fans", "fan");
+    printList(status, "certificates", "certificate slot");
+    printList(status, "firmware", "firmware target");
+    if (status.contains("legacyFirmware")) {
+        fmt::print("{:<28}{}\n", "legacy firmware", membersText(status["legacyFirmware"]));
+    }
+    printList(status, "features", "feature");
+    printList(status, "faults", "fault");
+    printList(status, "uploads", "upload");
+    for (const char* name : {"qiId", "authStarts", "uploadCount", "requests"}) {
+        if (status.contains(name)) fmt::print("{:<28}{}\n", name, status[name].dump());
+    }
+}
+
+void printKeys(const Json& reply) {
+    for (const Json& item : reply["keys"]) {
+        const std::string key = item["key"];
+        fmt::print("{:<28}{:<16}  {}\n", key, valueText(key, item["value"]),
+                   item["values"].get<std::string>());
+    }
+}
+
+void explainLogEntry(Json* entry) {
+    LoggedRequest logged;
+    const std::string operation = (*entry)["operation"];
+    if (!virtual_dock::operationFromName(operation, &logged.operation)) return;
+    logged.type = (*entry)["type"];
+    logged.result = (*entry)["result"];
+    logged.request =
+        virtual_dock::parseHex((*entry)["request"].get<std::string>()).value_or(ByteVector());
+    logged.answer =
+        virtual_dock::parseHex((*entry)["answer"].get<std::string>()).value_or(ByteVector());
+    (*entry)["meaning"] = describeRequest(logged);
+    (*entry)["answerMeaning"] = describeAnswer(logged);
+    (*entry)["resultMeaning"] = describeResult(logged.result);
+}
+
+void printLogEntry(const Json& entry) {
+    if (entry.contains("lost")) {
+        fmt::print("... {} requests were pushed out of the log\n", entry["lost"].dump());
+        return;
+    }
+    std::string answer = entry["answerMeaning"];
+    answer = entry["resultMeaning"].get<std::string>() + (answer.empty() ? "" : ": ") + answer;
+    const double seconds = static_cast<double>(entry["timeNs"].get<int64_t>()) / 1e9;
+    fmt::print("{:>6} {:>13.6f}  {}:{}  {} -> {}\n", entry["number"].dump(), seconds,
+               entry["operation"].get<std::string>(), entry["type"].dump(),
+               entry["meaning"].get<std::string>(), answer);
+    printBytes("sent", entry["request"], entry["requestLength"]);
+    printBytes("got", entry["answer"], entry["answerLength"]);
+}
+
+}  // namespace dockctl

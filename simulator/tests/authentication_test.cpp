@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The dock's side of authentication, checked as a client would: with OpenSSL.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/ecdsa.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <openssl/pem.h>
+#include <openssl/sha.h>
+#include <openssl/x509.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "dock/certificates.h"
+#include "dock/secret_exchange.h"
+
+namespace virtual_dock {
+namespace {
+
+using ::testing::ElementsAre;
+using ByteVector = std::vector<uint8_t>;
+using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+constexpr int32_t kGetDigests = 0x19;
+constexpr int32_t kGetCertificate = 0x1A;
+constexpr int32_t kChallenge = 0x1B;
+
+ByteVector ask(WpcAuthenticator* dock, int32_t type, const ByteVector& request,
+               Result expected = kOk) {
+    AnswerBuffer answer;
+    EXPECT_EQ(dock->answer(type, request, &answer), expected);
+    return {answer.bytes().begin(), answer.bytes().end()};
+}
+
+ByteVector certificateRequest(uint8_t slot, uint32_t offset, uint32_t length) {
+    return {0x1A, static_cast<uint8_t>(slot | (offset >> 3 & 0xE0) | (length >> 6 & 0x1C)),
+            static_cast<uint8_t>(offset), static_cast<uint8_t>(length)};
+}
+
+// The chain read in pieces, until it is as long as it says.
+ByteVector readChain(WpcAuthenticator* dock, uint8_t slot, uint32_t piece) {
+    ByteVector chain;
+    do {
+        const ByteVector answer =
+            ask(dock, kGetCertificate,
+                certificateRequest(slot, static_cast<uint32_t>(chain.size()), piece));
+        if (answer.size() < 2 || answer[0] != 0x12) {
+            ADD_FAILURE() << "no piece at " << chain.size();
+            return chain;
+        }
+        chain.insert(chain.end(), answer.begin() + 1, answer.end());
+    } while (chain.size() < 2 || chain.size() < static_cast<size_t>(chain[0] << 8 | chain[1]));
+    return chain;
+}
+
+Certificate nextCertificate(const uint8_t** at, const uint8_t* end) {
+    return Certificate(d2i_X509(nullptr, at, end - *at), X509_free);
+}
+
+ByteVector challengeRequest(uint8_t slot, uint8_t seed) {
+    ByteVector request = {0x1B, slot};
+    for (uint8_t i = 0; i < 16; ++i) request.push_back(static_cast<uint8_t>(seed + i));
+    return request;
+}
+
+// Whether the answer is signed, for this request, by the product unit certificate of the chain.
+bool isSignedBy(const ByteVector& chain, const ByteVector& request, const ByteVector& answer) {
+    const uint8_t* at = chain.data() + 34;
+    nextCertificate(&at, chain.data() + chain.size());
+    const Certificate product = nextCertificate(&at, chain.data() + chain.size());
+    ByteVector message = {0x41};
+    ByteVector hash(32);
+    SHA256(chain.data(), chain.size(), hash.data());
+    message.insert(message.end(), hash.begin(), hash.end());
+    message.insert(message.end(), request.begin(), request.end());
+    message.insert(message.end(), answer.begin(), answer.begin() + 3);
+    EXPECT_EQ(answer[2], hash.back());
+
+    ECDSA_SIG* const numbers = ECDSA_SIG_new();
+    ECDSA_SIG_set0(numbers, BN_bin2bn(answer.data() + 3, 32, nullptr),
+                   BN_bin2bn(answer.data() + 35, 32, nullptr));
+    uint8_t* der = nullptr;
+    const int length = i2d_ECDSA_SIG(numbers, &der);
+    ECDSA_SIG_free(numbers);
+    EVP_MD_CTX* const context = EVP_MD_CTX_new();
+    EVP_DigestVerifyInit(context, nullptr, EVP_sha256(), nullptr, X509_get0_pubkey(product.get()));
+    const bool good = EVP_DigestVerify(context, der, static_cast<size_t>(length), message.data(),
+                                       message.size()) == 1;
+    EVP_MD_CTX_free(context);
+    OPENSSL_free(der);
+    return good;
+}
+
+Certificate rootCertificate(const char* name) {
+    FILE* const file = std::fopen((std::string(CERTIFICATE_FOLDER "/") + name).c_str(), "r");
+    Certificate root(PEM_read_X509(file, nullptr, nullptr, nullptr), X509_free);
+    std::fclose(file);
+    return root;
+}
+
+bool endsIn(const ByteVector& chain, X509* root) {
+    uint8_t hash[32];
+    unsigned size = sizeof(hash);
+    X509_digest(root, EVP_sha256(), hash, &size);
+    if (!std::equal(hash, hash + 32, chain.begin() + 2)) return false;
+    const uint8_t* at = chain.data() + 34;
+    const Certificate manufacturer = nextCertificate(&at, chain.data() + chain.size());
+    const Certificate product = nextCertificate(&at, chain.data() + chain.size());
+    EXPECT_EQ(at, chain.data() + chain.size());
+    return manufacturer && product &&
+           X509_verify(manufacturer.get(), X509_get0_pubkey(root)) == 1 &&
+           X509_verify(product.get(), X509_get0_pubkey(manufacturer.get())) == 1;
+}
+
+TEST(CertificatesTest, ChainsEndInTheirRoots) {
+    WpcAuthenticator dock;
+    const Certificate root = rootCertificate("root.pem");
+    const Certificate other = rootCertificate("other_root.pem");
+    EXPECT_TRUE(endsIn(readChain(&dock, 0, 127), root.get()));
+    EXPECT_TRUE(endsIn(readChain(&dock, 1, 2047), root.get()));
+    EXPECT_FALSE(endsIn(readChain(&dock, 3, 255), root.get()));
+    EXPECT_TRUE(endsIn(readChain(&dock, 3, 255), other.get()));
+    EXPECT_EQ(readChain(&dock, 0, 0).size(), 1058u) << "what clients assume";
+}
+
+TEST(CertificatesTest, PiecesOfAnySizeMakeTheSameChain) {
+    WpcAuthenticator dock;
+    const ByteVector chain = readChain(&dock, 0, 0);
+    for (const uint32_t piece : {1u, 127u, 529u, 1058u, 1059u}) {
+        EXPECT_EQ(readChain(&dock, 0, piece), chain) << piece;
+    }
+    dock.maxPiece = 1;
+    EXPECT_EQ(readChain(&dock, 0, 127), chain);
+    dock.maxPiece = 0;
+    EXPECT_THAT(ask(&dock, kGetCertificate, certificateRequest(0, 0, 127)), ElementsAre(0x12));
+}
+
+TEST(CertificatesTest, DigestsAreOfTheChainsAskedFor) {
+    WpcAuthenticator dock;
+    const ByteVector answer = ask(&dock, kGetDigests, {0x19, 0x0E});
+    ASSERT_EQ(answer.size(), 2u + 2 * 32);
+    EXPECT_EQ(answer[1], 0xBA);  // slots 0, 1, 3 are there; 1 and 3 were asked for
+    const ByteVector chain = readChain(&dock, 3, 0);
+    uint8_t hash[32];
+    SHA256(chain.data(), chain.size(), hash);
+    EXPECT_TRUE(std::equal(hash, hash + 32, answer.begin() + 34));
+}
+
+TEST(CertificatesTest, NonsenseIsAnsweredWithErrors) {
+    WpcAuthenticator dock;
+    const struct {
+        int32_t type;
+        ByteVector request;
+        uint8_t code;
+    } kCases[] = {
+        {kGetCertificate, certificateRequest(2, 0, 10), 1},    // an empty slot
+        {kGetCertificate, certificateRequest(0, 1058, 1), 1},  // behind the end
+        {kGetCertificate, {0x1A, 0, 0}, 1},                    // short
+        {kGetCertificate, {0x2A, 0, 0, 0}, 2},                 // a version that it does not speak
+        {kGetDigests, {0x19}, 1},
+        {kChallenge, challengeRequest(2, 0), 1},
+        {kChallenge, {0x1B, 0}, 1},
+    };
+    for (const auto& each : kCases) {
+        const ByteVector answer = ask(&dock, each.type, each.request);
+        ASSERT_EQ(answer.size(), 3u);
+        EXPECT_EQ(answer[0], 0x17);
+        EXPECT_EQ(answer[1], each.code) << ::testing::PrintToString(each.request);
+    }
+    ask(&dock, kGetDigests, {}, kInvalidArgument);
+    ask(&dock, kGetDigests, {0x1A, 0, 0, 0}, kInvalidArgument);
+    ask(&dock, 24, {0x18, 0}, kUnsupported);
+    dock.error = 3;
+    EXPECT_THAT(ask(&dock, kGetDigests, {0x19, 1}), ElementsAre(0x17, 3, 0));
+}
+
+TEST(CertificatesTest, ChallengeIsSignedByTheSlotsKey) {
+    WpcAuthenticator dock;
+    for (const uint8_t slot : {0, 1, 3}) {
+        const ByteVector chain = readChain(&dock, slot, 0);
+        const ByteVector request = challengeRequest(slot, slot);
+        const ByteVector answer = ask(&dock, kChallenge, request);
+        ASSERT_EQ(answer.size(), 67u);
+        EXPECT_EQ(answer[0], 0x13);
+        EXPECT_EQ(answer[1], 0x1B);
+        EXPECT_TRUE(isSignedBy(chain, request, answer));
+        EXPECT_FALSE(isSignedBy(chain, challengeRequest(slot, 99), answer));
+    }
+}
+
+TEST(CertificatesTest, ForgeriesOnRequestAreForgeries) {
+    WpcAuthenticator dock;
+    const ByteVector chain = readChain(&dock, 0, 0);
+    dock.signing = WpcAuthenticator::Signing::kReplayed;
+    EXPECT_TRUE(
+        isSignedBy(chain, challengeRequest(0, 1), ask(&dock, kChallenge, challengeRequest(0, 1))));
+    for (const auto signing :
+         {WpcAuthenticator::Signing::kReplayed, WpcAuthenticator::Signing::kWrongSlot,
+          WpcAuthenticator::Signing::kGarbage}) {
+        dock.signing = signing;
+        const ByteVector request = challengeRequest(0, 2);
+        EXPECT_FALSE(isSignedBy(chain, request, ask(&dock, kChallenge, request)));
+    }
+    dock.slots[0].flippedByte = 500;
+    dock.claimedLength = 500;
+    const ByteVector changed = ask(&dock, kGetCertificate, certificateRequest(0, 0, 0));
+    EXPECT_EQ(changed[1] << 8 | changed[2], 500);
+    EXPECT_EQ(changed[1 + 500], chain[500] ^ 0xFF);
+}
+
+TEST(Sha256Test, AgreesWithOpenSslAtEveryLengthAroundABlock) {
+    ByteVector bytes(200);
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 7);
+    for (size_t length = 0; length <= bytes.size(); ++length) {
+        Digest expected;
+        SHA256(bytes.data(), length, expected.data());
+        EXPECT_EQ(sha256(Bytes(bytes.data(), length)), expected) << length;
+        Sha256 inPieces;
+        inPieces.add(Bytes(bytes.data(), length / 3));
+        inPieces.add(Bytes(bytes.data() + length / 3, length - length / 3));
+        EXPECT_EQ(inPieces.finish(), expected) << length;
+    }
+}
+
+TEST(SecretExchangeTest, ClientCanCheckChallengeBeforeAndAfterKeyExchange) {
+    SecretExchange dock;
+    const ByteVector challenge = {5, 8, 1, 2, 3, 4, 5, 6, 7, 8};
+    const ByteVector message = {5, 1, 2, 3, 4, 5, 6, 7, 8};
+    const auto expectAnswer = [&](const void* key) {
+        uint8_t mac[32];
+        HMAC(EVP_sha256(), key, 32, message.data(), message.size(), mac, nullptr);
+        AnswerBuffer answer;
+        EXPECT_EQ(dock.answerChallenge(challenge, &answer), kOk);
+        ASSERT_EQ(answer.size(), 9u);
+        EXPECT_EQ(answer.bytes()[0], 8);
+        EXPECT_TRUE(std::equal(mac, mac + 8, answer.bytes().begin() + 1));
+    };
+    expectAnswer(SecretExchange::kPairingKey);
+
+    const Key own(EVP_PKEY_Q_keygen(nullptr, nullptr, "X25519"), EVP_PKEY_free);
+    size_t length = 32;
+    ByteVector ownKey(32);
+    EVP_PKEY_get_raw_public_key(own.get(), ownKey.data(), &length);
+    AnswerBuffer exchanged;
+    ASSERT_EQ(dock.answerKeyExchange(ownKey, &exchanged), kOk);
+    ASSERT_EQ(exchanged.size(), 33u);
+    EXPECT_EQ(exchanged.bytes()[0], SecretExchange::kHeader);
+    const Key peer(
+        EVP_PKEY_new_raw_public_key(EVP_PKEY_X25519, nullptr, exchanged.bytes().data() + 1, 32),
+        EVP_PKEY_free);
+    ByteVector secret(32);
+    EVP_PKEY_CTX* const context = EVP_PKEY_CTX_new(own.get(), nullptr);
+    EVP_PKEY_derive_init(context);
+    EVP_PKEY_derive_set_peer(context, peer.get());
+    ASSERT_EQ(EVP_PKEY_derive(context, secret.data(), &length), 1);
+    EVP_PKEY_CTX_free(context);
+    ByteVector session;
+    for (const char c : std::string("virtual dock session")) {
+        session.push_back(static_cast<uint8_t>(c));
+    }
+    session.insert(session.end(), secret.begin(), secret.end());
+    session.insert(session.end(), ownKey.begin(), ownKey.end());
+    session.insert(session.end(), exchanged.bytes().begin() + 1, exchanged.bytes().end());
+    uint8_t key[32];
+    SHA256(session.data(), session.size(), key);
+    expectAnswer(key);
+}
+
+TEST(SecretExchangeTest, WrongSizesAndWorthlessKeysAreRefused) {
+    SecretExchange dock;
+    AnswerBuffer answer;
+    EXPECT_EQ(dock.answerKeyExchange(ByteVector(31, 9), &answer), kInvalidArgument);
+    EXPECT_EQ(dock.answerKeyExchange(ByteVector(33, 9), &answer), kInvalidArgument);
+    EXPECT_EQ(dock.answerKeyExchange(ByteVector(32, 0), &answer), kRefused);
+    EXPECT_EQ(dock.answerChallenge(ByteVector(9, 8), &answer), kInvalidArgument);
+    EXPECT_EQ(dock.answerChallenge(ByteVector(10, 7), &answer), kInvalidArgument);
+    EXPECT_EQ(answer.size(), 0u);
+}
+
+}  // namespace
+}  // namespace virtual_dock
