@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "authentication.h"
+
+#include <fmt/format.h>
+#include <openssl/rand.h>
+
+#include <algorithm>
+#include <exception>
+#include <functional>
+
+#include "failure.h"
+#include "text.h"
+
+namespace wlc {
+namespace {
+
+// The steps of one authentication: tells each to people at once, and all of them to JSON at the
+// end.
+class Steps {
+  public:
+    explicit Steps(const Context& context) : mContext(context) {}
+
+    // Runs a step; what it returns is the detail that is shown.
+    void run(const std::string& name, const std::function<std::string()>& step) {
+        try {
+            add(name, true, step());
+        } catch (const NotAuthentic& reason) {
+            add(name, false, reason.what());
+            throw Failure(kRefused, 0, "NOT_AUTHENTIC",
+                          fmt::format("do not believe this dock: {}: {}", name, reason.what()),
+                          {{"authentic", false}, {"steps", mSteps}});
+        } catch (const Failure& failure) {
+            add(name, false, failure.what());
+            throw Failure(failure.exitCode(), failure.code(), failure.name(),
+                          fmt::format("the dock is not authenticated: {}", failure.what()),
+                          {{"authentic", false}, {"steps", mSteps}});
+        }
+    }
+
+    const Json& json() const { return mSteps; }
+
+  private:
+    void add(const std::string& name, bool passed, const std::string& detail) {
+        mSteps.push_back({{"step", name}, {"passed", passed}, {"detail", detail}});
+        mContext.printText(
+            fmt::format("{:<4}  {:<12}  {}\n", passed ? "ok" : "FAIL", name, printable(detail)));
+    }
+
+    const Context& mContext;
+    Json mSteps = Json::array();
+};
+
+Bytes digestOf(const charger::WpcAuthDigests& digests, uint8_t slot) {
+    const std::array<uint8_t, 32>* const all[] = {&digests.digest0, &digests.digest1,
+                                                  &digests.digest2, &digests.digest3};
+    return *all[slot];
+}
+
+std::vector<uint8_t> readChainPart(Context& context, uint8_t slot, size_t offset, size_t length) {
+    std::vector<uint8_t> part;
+    check(context.service()->getWpcAuthCertificate(static_cast<int8_t>(slot),
+                                                   static_cast<char16_t>(offset),
+                                                   static_cast<char16_t>(length), &part),
+          "certificate");
+    return part;
+}
+
+}  // namespace
+
+std::vector<uint8_t> freshNonce() {
+    std::vector<uint8_t> nonce(kNonceSize);
+    if (RAND_bytes(nonce.data(), static_cast<int>(nonce.size())) != 1) {
+        throw refused("no random bytes for a challenge");
+    }
+    return nonce;
+}
+
+std::vector<uint8_t> readWholeChain(Context& context, uint8_t slot) {
+    // Positions beyond this cannot be named in a request.
+    constexpr size_t kEndOfChain = 2048;
+    std::vector<uint8_t> chain = readChainPart(context, slot, 0, 0);
+    const size_t length = chainLength(chain);
+    while (chain.size() < length && chain.size() < kEndOfChain) {
+        const std::vector<uint8_t> rest =
+            readChainPart(context, slot, chain.size(), length - chain.size());
+        if (rest.empty()) break;
+        chain.insert(chain.end(), rest.begin(), rest.end());
+    }
+    return chain;
+}
+
+void authenticate(Context& context, uint8_t slot, X509* root) {
+    Steps steps(context);
+    charger::WpcAuthDigests digests;
+    std::vector<uint8_t> bytes;
+    CertificateChain chain;
+
+    steps.run("readiness", [&] {
+        bool ready = false;
+        check(context.service()->isAuthReady(&ready), "isAuthReady");
+        if (!ready) throw NotAuthentic("the charger is not ready to authenticate");
+        return std::string("the charger is ready");
+    });
+    steps.run("digests", [&] {
+        check(context.service()->getWpcAuthDigests(static_cast<int8_t>(1 << slot), &digests),
+              "digests");
+        if ((digests.slotPopulatedMask >> slot & 1) == 0) {
+            throw NotAuthentic(fmt::format("slot {} holds no certificate chain", slot));
+        }
+        if ((digests.digestMask >> slot & 1) == 0) {
+            throw NotAuthentic(fmt::format("the dock sent no digest of slot {}", slot));
+        }
+        return fmt::format("slot {} has {}", slot, toHex(digestOf(digests, slot)));
+    });
+    steps.run("chain", [&] {
+        bytes = readWholeChain(context, slot);
+        chain = parseChain(bytes);
+        const Bytes digest = digestOf(digests, slot);
+        if (!std::equal(digest.begin(), digest.end(), chain.hash.begin(), chain.hash.end())) {
+            throw NotAuthentic("the digest is not that of the chain, which has " +
+                               toHex(chain.hash));
+        }
+        return fmt::format("{} bytes, {} certificates, the digest fits", bytes.size(),
+                           chain.certificates.size());
+    });
+    steps.run("root", [&] {
+        checkRoot(chain, root);
+        return commonName(X509_get_subject_name(root));
+    });
+    steps.run("certificates", [&] {
+        checkSignatures(chain, root);
+        return "signed by " + commonName(X509_get_issuer_name(chain.productUnit()));
+    });
+    charger::WpcAuthChallengeResponse response;
+    steps.run("challenge", [&] {
+        const std::vector<uint8_t> nonce = freshNonce();
+        check(context.service()->getWpcAuthChallengeResponse(static_cast<int8_t>(slot), nonce,
+                                                             &response),
+              "challenge");
+        checkChallenge(chain, slot, nonce,
+                       {.maxProtocolVersion = static_cast<uint8_t>(response.maxProtocolVersion),
+                        .slotPopulatedMask = static_cast<uint8_t>(response.slotPopulatedMask),
+                        .certChainHashLsb = static_cast<uint8_t>(response.certChainHashLsb),
+                        .signatureR = response.signatureR,
+                        .signatureS = response.signatureS});
+        return std::string("the dock holds the product unit's key");
+    });
+
+    const std::string subject = commonName(X509_get_subject_name(chain.productUnit()));
+    const std::string issuer = commonName(X509_get_issuer_name(chain.productUnit()));
+    const std::string serial = serialNumber(chain.productUnit());
+    context.printText(fmt::format("\nBelieve it: this dock is {}, serial {}, made by {}.\n",
+                                  printable(subject), serial, printable(issuer)));
+    context.printJson(
+        {{"authentic", true},
+         {"slot", slot},
+         {"dock", {{"subject", subject}, {"issuer", issuer}, {"serialNumber", serial}}},
+         {"maxProtocolVersion", response.maxProtocolVersion},
+         {"steps", steps.json()}});
+}
+
+}  // namespace wlc

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "command_line.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "failure.h"
+#include "text.h"
+
+namespace wlc {
+namespace {
+
+constexpr const char* kFooter =
+    R"(Exit status: 0 done, 1 the service refused, 2 bad usage, 3 no service.
+With --json each command prints one object on one line (watch and updates: one a line), errors too:
+{"error": {"code": N, "name": "...", "message": "..."}}.)";
+
+// The innermost command that was recognised.
+const CLI::App* innermost(const CLI::App& app) {
+    const CLI::App* at = &app;
+    while (!at->get_subcommands().empty()) at = at->get_subcommands().back();
+    return at;
+}
+
+// What is wrong with a command line, with the word that was probably meant.
+std::string usageText(const CLI::App& app, const CLI::ParseError& error) {
+    const CLI::App* at = innermost(app);
+    std::string command = at->get_name();
+    for (const CLI::App* up = at->get_parent(); up != nullptr; up = up->get_parent()) {
+        command = up->get_name() + " " + command;
+    }
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (unknown.empty()) return fmt::format("{} (see {} --help)", error.what(), command);
+    const std::string& word = unknown.front();
+    std::vector<std::string> candidates;
+    const bool option = word.size() > 1 && word[0] == '-';
+    for (const CLI::App* from = at; from != nullptr; from = from->get_parent()) {
+        for (const CLI::Option* known : from->get_options()) {
+            for (const std::string& name : known->get_lnames()) candidates.push_back("--" + name);
+        }
+    }
+    if (!option) {
+        candidates.clear();
+        for (const CLI::App* known : at->get_subcommands(nullptr)) {
+            candidates.push_back(known->get_name());
+        }
+    }
+    const std::string meant = nearest(word.substr(0, word.find('=')), candidates);
+    const char* kind = option ? "option" : candidates.empty() ? "argument" : "command";
+    return fmt::format("unknown {} '{}'{} (see {} --help)", kind, printable(word),
+                       meant.empty() ? "" : fmt::format("; did you mean '{}'?", meant), command);
+}
+
+int report(bool json, const Failure& failure) {
+    if (json) {
+        Json object;
+        object["error"] = {
+            {"code", failure.code()}, {"name", failure.name()}, {"message", failure.what()}};
+        object.update(failure.details());
+        fmt::print("{}\n", toText(object));
+    } else {
+        fmt::print(stderr, "wlc: {}\n", failure.what());
+    }
+    return failure.exitCode();
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv) {
+    Context context;
+    CLI::App app("Asks and steers the wireless-charging dock under the phone.", "wlc");
+    app.footer(kFooter);
+    app.fallthrough();
+    app.require_subcommand(1);
+    app.add_flag("--json", context.json, "Print JSON instead of text");
+    app.add_option("--wait", context.waitSeconds, "Wait so long for the service to appear")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 86400.0));
+    for (const auto add : {addInformationCommands, addFeatureCommands, addFanCommands,
+                           addRtxCommands, addWatchCommand, addAuthCommands, addExchangeCommands,
+                           addFirmwareCommands, addLegacyFirmwareCommands, addDiagnosticCommands}) {
+        add(app, context);
+    }
+    try {
+        app.parse(argc, argv);
+        return kDone;
+    } catch (const CLI::Success& help) {
+        app.exit(help);
+        return kDone;
+    } catch (const CLI::ParseError& error) {
+        // The flag may not have been looked at yet when parsing ended.
+        const bool json = std::any_of(
+            argv + 1, argv + argc, [](const char* word) { return std::string(word) == "--json"; });
+        return report(json, badUsage(usageText(app, error)));
+    } catch (const Failure& failure) {
+        return report(context.json, failure);
+    }
+}
+
+}  // namespace wlc

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace wlc {
+
+// Runs one command line and reports how it ended, as text or as JSON. Returns the exit status:
+// one of ExitCode.
+int run(int argc, const char* const* argv);
+
+}  // namespace wlc

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "context.h"
+
+#include <android/binder_manager.h>
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+#include "failure.h"
+
+namespace wlc {
+namespace {
+
+void write(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() ||
+        std::fflush(stdout) != 0) {
+        throw Failure(kRefused, 0, "OUTPUT",
+                      fmt::format("cannot write to standard output: {}", std::strerror(errno)));
+    }
+}
+
+}  // namespace
+
+std::string instanceName() {
+    return std::string(charger::IWirelessCharger::descriptor) + "/default";
+}
+
+const std::shared_ptr<charger::IWirelessCharger>& Context::service() {
+    using Clock = std::chrono::steady_clock;
+    if (mService != nullptr) return mService;
+    const std::string name = instanceName();
+    const auto deadline = Clock::now() + std::chrono::duration<double>(waitSeconds);
+    for (;;) {
+        const ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
+        if (binder.get() != nullptr) {
+            mService = charger::IWirelessCharger::fromBinder(binder);
+            if (mService != nullptr) return mService;
+            if (AIBinder_isAlive(binder.get())) {
+                throw Failure(kNoService, 0, "NO_SERVICE",
+                              "what serves " + name + " has another interface");
+            }
+        }
+        if (Clock::now() >= deadline) {
+            throw Failure(
+                kNoService, 0, "NO_SERVICE",
+                fmt::format("nobody serves {}{}", name,
+                            waitSeconds > 0 ? fmt::format(" within {} s", waitSeconds)
+                                            : "; is it running, by this user and with this "
+                                              "ANDROID_HOST_DIR? --wait SECONDS waits for it"));
+        }
+        // Nothing tells when a name appears; the interval is short against the start of a service.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+}
+
+void Context::print(const Report& report) const {
+    write(json ? toText(report.json()) + "\n" : report.lines());
+}
+
+void Context::printText(const std::string& text) const {
+    if (!json) write(text);
+}
+
+void Context::printJson(const Json& object) const {
+    if (json) write(toText(object) + "\n");
+}
+
+void Context::note(const std::string& message) const {
+    std::fprintf(stderr, "%s\n", message.c_str());
+}
+
+}  // namespace wlc

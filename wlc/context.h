@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <aidl/vendor/zorvak/wireless_charger/IWirelessCharger.h>
+
+#include <memory>
+#include <string>
+
+#include "report.h"
+
+namespace wlc {
+
+namespace charger = ::aidl::vendor::zorvak::wireless_charger;
+
+// What every command gets: the global options, the service, and the way to the user. One thread.
+class Context {
+  public:
+    bool json = false;
+    // How long to wait for the service to appear, in seconds; 0 not at all.
+    double waitSeconds = 0;
+
+    // The service, looked up at the first call. Throws Failure kNoService when it is not there in
+    // time. Blocks up to waitSeconds.
+    const std::shared_ptr<charger::IWirelessCharger>& service();
+
+    // Prints a record: aligned lines, or one JSON object on one line. Throws Failure when standard
+    // output does not take it.
+    void print(const Report& report) const;
+    // Prints text as it is, in text mode only; or an object, in JSON mode only.
+    void printText(const std::string& text) const;
+    void printJson(const Json& object) const;
+    // For people, on standard error, in both modes.
+    void note(const std::string& message) const;
+
+  private:
+    std::shared_ptr<charger::IWirelessCharger> mService;
+};
+
+// "vendor.zorvak.wireless_charger.IWirelessCharger/default"
+std::string instanceName();
+
+}  // namespace wlc

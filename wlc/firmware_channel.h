@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "context.h"
+
+namespace wlc {
+
+// The version an image is announced with.
+struct ImageVersion {
+    uint8_t major = 0;
+    uint8_t minor = 0;
+};
+
+// What a dock takes.
+struct FirmwareLimits {
+    uint32_t maxSize = 0;
+    uint32_t maxChunk = 0;  // 1 up to what a request can carry
+    ImageVersion running;   // 0.0 where the command set does not tell
+};
+
+struct FirmwareStart {
+    uint32_t size = 0;        // of the image as it will run
+    uint32_t compressed = 0;  // of what is sent; 0 when that is the image itself
+    uint32_t chunkSize = 0;
+    bool fresh = true;
+    ImageVersion version;
+    std::string name;  // only the untargeted command set sends it
+};
+
+struct MissingChunks {
+    uint32_t first = 0;
+    uint32_t count = 0;
+};
+
+struct ApplyStatus {
+    // As the dock reports it; anything else is kUnknown.
+    enum State { kIdle = 0, kApplying = 1, kFailed = 2, kUnknown = 16 };
+    State state = kUnknown;
+    int percent = 0;
+};
+
+// One of the two sets of firmware commands, so that the way of an update is written once. Every
+// method is one call of the service, blocks until the dock has answered, and throws Failure.
+class FirmwareChannel {
+  public:
+    virtual ~FirmwareChannel() = default;
+
+    virtual Report info() = 0;    // for `firmware info`
+    virtual Report status() = 0;  // for `firmware status`
+
+    virtual FirmwareLimits limits() = 0;
+    // Returns the size that the dock wants chunks to have; 0 when it does not say.
+    virtual uint32_t start(const FirmwareStart& start) = 0;
+    // Returns the number of the chunk that the dock wants next.
+    virtual uint32_t sendChunk(uint32_t number, std::span<const uint8_t> data) = 0;
+    virtual MissingChunks missing() = 0;
+    virtual charger::ExecuteStatus execute() = 0;
+    virtual ApplyStatus applyStatus() = 0;
+    virtual void reboot() = 0;
+
+    // How the user names this command set: "wlc firmware", with the target where it has one.
+    virtual std::string command() const = 0;
+};
+
+// target: 0 or 1 with the docks there are. compressed: chunks belong to a compressed image.
+std::unique_ptr<FirmwareChannel> targetedChannel(Context& context, int8_t target, bool compressed);
+std::unique_ptr<FirmwareChannel> untargetedChannel(Context& context);
+
+}  // namespace wlc

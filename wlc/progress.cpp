@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "progress.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "failure.h"
+
+namespace wlc {
+namespace {
+
+using std::chrono::duration;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr milliseconds kTick(250);
+// How often something is shown although nothing moves, where lines stay.
+constexpr seconds kSign(5);
+// A terminal is not drawn more often than an eye can see.
+constexpr milliseconds kFrame(100);
+// How long the job may take to notice Ctrl-C.
+constexpr seconds kGrace(2);
+// Plain lines come at these steps.
+constexpr int kLinePercent = 5;
+constexpr int kBarWidth = 30;
+
+}  // namespace
+
+Progress::Progress(const Context& context, std::string interruptedText)
+    : mContext(context),
+      mInterruptedText(std::move(interruptedText)),
+      mTerminal(!context.json && isatty(STDOUT_FILENO) != 0),
+      mPhaseBegan(Clock::now()),
+      mMoved(Clock::now()),
+      mShown(Clock::now()),
+      mStop(eventfd(0, EFD_CLOEXEC)) {
+    if (mStop.get() < 0) throw std::runtime_error("no descriptor left for the progress");
+    mTicker = std::thread([this] { tick(); });
+}
+
+Progress::~Progress() {
+    finish();
+}
+
+void Progress::finish() {
+    if (mTicker.joinable()) {
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(mStop.get(), &one, sizeof(one));
+        mTicker.join();
+    }
+    const std::lock_guard lock(mLock);
+    if (mOpenLine) std::fputc('\n', stdout);
+    std::fflush(stdout);
+    mOpenLine = false;
+}
+
+void Progress::phase(const std::string& name, int from, int to) {
+    const std::lock_guard lock(mLock);
+    mPhase = name;
+    mFrom = from;
+    mTo = to;
+    mFirstBytes = mBytes = mTotalBytes = 0;
+    mPhaseBegan = mMoved = Clock::now();
+    mPercent = std::max(mPercent, from);
+    mShownPercent = -1;
+    show(false);
+}
+
+void Progress::at(int percentOfPhase) {
+    const std::lock_guard lock(mLock);
+    const int percent = mFrom + (mTo - mFrom) * std::clamp(percentOfPhase, 0, 100) / 100;
+    if (percent > mPercent) mMoved = Clock::now();
+    mPercent = std::max(mPercent, percent);
+    show(false);
+}
+
+void Progress::atBytes(uint64_t done, uint64_t total) {
+    const std::lock_guard lock(mLock);
+    if (mTotalBytes == 0) mFirstBytes = done;
+    if (done > mBytes) mMoved = Clock::now();
+    mBytes = std::max(mBytes, done);
+    mTotalBytes = total;
+    if (total != 0) {
+        const int part = static_cast<int>(mBytes * static_cast<uint64_t>(mTo - mFrom) / total);
+        mPercent = std::max(mPercent, mFrom + part);
+    }
+    show(false);
+}
+
+double Progress::bytesPerSecond() {
+    const double passed = duration<double>(Clock::now() - mPhaseBegan).count();
+    return passed <= 0 || mBytes <= mFirstBytes
+               ? 0
+               : static_cast<double>(mBytes - mFirstBytes) / passed;
+}
+
+std::string Progress::line(int waiting) {
+    std::string text = fmt::format("{:<8} {:3} %", mPhase, mPercent);
+    const double rate = bytesPerSecond();
+    if (mTotalBytes != 0 && rate > 0) {
+        text += fmt::format("  {:.1f} KiB/s, {:.0f} s left", rate / 1024,
+                            static_cast<double>(mTotalBytes - mBytes) / rate);
+    }
+    if (waiting > 0) text += fmt::format("  waiting for the dock for {} s", waiting);
+    return text;
+}
+
+Json Progress::object(int waiting) {
+    Json object = {{"phase", mPhase}, {"percent", mPercent}};
+    if (mTotalBytes != 0) {
+        const double rate = bytesPerSecond();
+        object["bytes"] = mBytes;
+        object["totalBytes"] = mTotalBytes;
+        object["bytesPerSecond"] = static_cast<uint64_t>(rate);
+        if (rate > 0) {
+            object["secondsLeft"] =
+                static_cast<uint64_t>(static_cast<double>(mTotalBytes - mBytes) / rate);
+        }
+    }
+    if (waiting > 0) object["waitingSeconds"] = waiting;
+    return object;
+}
+
+void Progress::show(bool alive) {
+    const bool newPhase = mShownPercent < 0;
+    const auto now = Clock::now();
+    const auto sinceShown = now - mShown;
+    const int waiting =
+        now - mMoved >= seconds(1) ? static_cast<int>((now - mMoved) / seconds(1)) : 0;
+    if (mTerminal) {
+        if (!newPhase && sinceShown < kFrame) return;
+        const int full = mPercent * kBarWidth / 100;
+        const std::string bar = std::string(static_cast<size_t>(full), '#') +
+                                std::string(static_cast<size_t>(kBarWidth - full), '.');
+        fmt::print("\r[{}] {}\x1b[K", bar, line(waiting));
+        std::fflush(stdout);
+        mOpenLine = true;
+    } else {
+        const int step = mContext.json ? 1 : kLinePercent;
+        const bool moved = newPhase || mPercent >= mShownPercent + step ||
+                           (mPercent == 100 && mShownPercent != 100);
+        if (!moved && !(alive && sinceShown >= kSign)) return;
+        fmt::print("{}\n", mContext.json ? toText(object(waiting)) : line(waiting));
+        std::fflush(stdout);
+    }
+    mShown = now;
+    mShownPercent = mPercent;
+}
+
+void Progress::tick() {
+    Clock::time_point noticed;
+    for (;;) {
+        // A signal stays readable: it is looked for only until it has come.
+        pollfd waits[] = {{mStop.get(), POLLIN, 0},
+                          {mInterrupted ? -1 : mSignals.descriptor(), POLLIN, 0}};
+        poll(waits, 2, static_cast<int>(kTick.count()));
+        if (waits[0].revents != 0) return;
+        if (waits[1].revents != 0) {
+            mInterrupted = true;
+            noticed = Clock::now();
+        }
+        const std::lock_guard lock(mLock);
+        if (mInterrupted && Clock::now() - noticed >= kGrace) {
+            if (mContext.json) {
+                fmt::print(
+                    "{}\n",
+                    toText(
+                        {{"error",
+                          {{"code", 0}, {"name", "INTERRUPTED"}, {"message", mInterruptedText}}}}));
+            } else {
+                fmt::print(stderr, "{}wlc: {}\n", mOpenLine ? "\n" : "", mInterruptedText);
+            }
+            std::fflush(stdout);
+            _exit(kRefused);
+        }
+        if (!mPhase.empty()) show(true);
+    }
+}
+
+void Progress::pause(milliseconds time) {
+    pollfd wait = {mSignals.descriptor(), POLLIN, 0};
+    if (poll(&wait, 1, static_cast<int>(time.count())) > 0) mInterrupted = true;
+    throwIfInterrupted();
+}
+
+void Progress::throwIfInterrupted() const {
+    if (mInterrupted) throw Failure(kRefused, 0, "INTERRUPTED", mInterruptedText);
+}
+
+}  // namespace wlc

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands.h"
+#include "failure.h"
+#include "records.h"
+
+namespace wlc {
+namespace {
+
+void switchRtx(Context& context, bool on) {
+    check(context.service()->setRtxMode(on), on ? "rtx on" : "rtx off");
+    bool active = false;
+    check(context.service()->isRtxModeOn(&active), "rtx");
+    Report report;
+    report.field("on", active);
+    context.print(report);
+}
+
+}  // namespace
+
+void addRtxCommands(CLI::App& app, Context& context) {
+    CLI::App* rtx = app.add_subcommand("rtx", "Reverse transmit: the phone charges another device");
+    rtx->require_subcommand(1);
+    rtx->add_subcommand("status", "Mode, the other device, and errors")->callback([&context] {
+        charger::RtxStatusInfo info;
+        check(context.service()->getRtxInformation(&info), "rtx status");
+        context.print(describe(info));
+    });
+    rtx->add_subcommand("on", "Switch it on")->callback([&context] { switchRtx(context, true); });
+    rtx->add_subcommand("off", "Switch it off")->callback([&context] {
+        switchRtx(context, false);
+    });
+    rtx->add_subcommand("supported", "Whether the phone can do it")->callback([&context] {
+        bool supported = false;
+        check(context.service()->isRtxSupported(&supported), "rtx supported");
+        Report report;
+        report.field("supported", supported);
+        context.print(report);
+    });
+}
+
+}  // namespace wlc

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "process.h"
+
+namespace wlc {
+
+using Words = std::vector<std::string>;
+
+// The real service on the virtual dock, in a run-time folder of the test's own; wlc and dockctl as
+// processes against it. At the end the service has to be alive still, has to end when told to, and
+// no sanitizer may have spoken.
+class ServiceTest : public testing::Test {
+  protected:
+    ServiceTest();
+    ~ServiceTest() override;
+    void SetUp() override { startService(); }
+    void TearDown() override { stopService(); }
+
+    void startService();
+    void stopService();
+    // As a crash would.
+    void killService();
+
+    // "fan get 2": the words of a command line, split at blanks.
+    Outcome wlc(const std::string& line) { return run(wlcCommand(line)); }
+    // With --json; fails the test unless one object on one line came.
+    nlohmann::json wlcJson(const std::string& line, int exitStatus = 0);
+    static Words wlcCommand(const std::string& line);
+
+    // Fails the test unless dockctl does it.
+    void dock(const Words& words);
+    void dock(const std::string& line);
+    // The requests that the dock saw, oldest first.
+    std::vector<nlohmann::json> dockLog();
+    nlohmann::json dockStatus();
+
+    // A file in the run-time folder with these bytes.
+    std::string file(const std::string& name, const std::string& bytes) const;
+
+    // What the service said so far.
+    std::string log() const;
+
+  private:
+    std::string logFile() const { return mFolder + "/service.log"; }
+
+    std::string mFolder;
+    std::unique_ptr<Process> mService;
+};
+
+std::vector<nlohmann::json> jsonLines(const std::string& text);
+
+}  // namespace wlc

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include "service_fixture.h"
+
+namespace wlc {
+namespace {
+
+using testing::HasSubstr;
+
+class WatchTest : public ServiceTest {
+  protected:
+    std::unique_ptr<Process> watch(const std::string& line) {
+        auto process = std::make_unique<Process>(wlcCommand(line));
+        EXPECT_TRUE(process->waitForError("watching")) << process->wait().err;
+        return process;
+    }
+    std::string subscriberCounts() {
+        const std::string report = wlc("dump").out;
+        const size_t at = report.find("    RTx:");
+        return report.substr(at, report.find("  Dump registered") - at);
+    }
+};
+
+constexpr const char* kNobody = "    RTx: 0\n    Alignment: 0\n    Fan level: 0\n";
+
+TEST_F(WatchTest, EveryEventIsALineInTheOrderItHappened) {
+    const auto text = watch("watch --count 4");
+    const auto json = watch("--json watch --count 4");
+    EXPECT_EQ("    RTx: 2\n    Alignment: 2\n    Fan level: 2\n", subscriberCounts());
+    dock("align 0 1 -2 3");
+    ASSERT_TRUE(text->waitForOutput("align"));
+    dock("fan-level 7");
+    ASSERT_TRUE(text->waitForOutput("fan"));
+    dock("rtx connect");
+    ASSERT_TRUE(text->waitForOutput("rtx"));
+    dock("align 1");
+
+    const Outcome shown = text->wait();
+    EXPECT_EQ(0, shown.exitStatus) << shown.err;
+    EXPECT_EQ("watching align, rtx, fan\n", shown.err);
+    EXPECT_THAT(shown.out, testing::StartsWith(
+                               "align  status 0 (misaligned), sub status 1, value1 -2, value2 3\n"
+                               "fan    level 7\n"
+                               "rtx    mode 2 (available)"));
+    const auto objects = jsonLines(json->wait().out);
+    ASSERT_EQ(4u, objects.size());
+    EXPECT_EQ(
+        nlohmann::json(
+            {{"event", "align"}, {"status", 0}, {"subStatus", 1}, {"value1", -2}, {"value2", 3}}),
+        objects[0]);
+    EXPECT_EQ(nlohmann::json({{"event", "fan"}, {"level", 7}}), objects[1]);
+    EXPECT_EQ("rtx", objects[2]["event"]);
+    EXPECT_TRUE(objects[2]["connected"]);
+    EXPECT_EQ(1, objects[3]["status"]);
+    EXPECT_EQ(kNobody, subscriberCounts());
+}
+
+TEST_F(WatchTest, OnlyTheEventsAskedForAreSubscribedTo) {
+    const auto process = watch("watch fan align");
+    EXPECT_EQ("    RTx: 0\n    Alignment: 1\n    Fan level: 1\n", subscriberCounts());
+    process->signal(SIGINT);
+    EXPECT_EQ(0, process->wait().exitStatus);
+    EXPECT_EQ(kNobody, subscriberCounts());
+}
+
+TEST_F(WatchTest, TooFewEventsInTimeExitOne) {
+    const Outcome outcome = wlc("watch --count 1 --timeout 0.2");
+    EXPECT_EQ(1, outcome.exitStatus);
+    EXPECT_THAT(outcome.err, HasSubstr("0 of 1 events came within 0.2 s"));
+    EXPECT_EQ(0, wlc("watch --timeout 0.1").exitStatus);
+}
+
+TEST_F(WatchTest, ServiceThatDiesEndsItWithThree) {
+    const auto process = watch("--json watch");
+    killService();
+    const Outcome outcome = process->wait();
+    EXPECT_EQ(3, outcome.exitStatus);
+    const auto objects = jsonLines(outcome.out);
+    ASSERT_EQ(1u, objects.size());
+    EXPECT_EQ("NO_SERVICE", objects[0]["error"]["name"]);
+}
+
+TEST_F(WatchTest, SubscriberThatIsKilledIsForgotten) {
+    const auto survivor = watch("watch fan --count 1");
+    {
+        const auto process = watch("watch");
+        process->signal(SIGKILL);
+        process->wait();
+    }
+    dock("fan-level 9");
+    EXPECT_THAT(survivor->wait().out, HasSubstr("level 9"));
+    // The service learns of a death when the connection ends; a dump right then may still count it.
+    for (int tries = 0; subscriberCounts() != kNobody && tries < 100; ++tries) {
+    }
+    EXPECT_EQ(kNobody, subscriberCounts());
+}
+
+}  // namespace
+}  // namespace wlc

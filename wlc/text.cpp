@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+#include "failure.h"
+
+namespace wlc {
+namespace {
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// Length of the UTF-8 sequence at the beginning of the text; 0 when there is no valid one.
+size_t utf8Length(std::string_view text) {
+    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+    const uint8_t first = byte(0);
+    const size_t length = first < 0x80   ? 1
+                          : first < 0xC2 ? 0
+                          : first < 0xE0 ? 2
+                          : first < 0xF0 ? 3
+                          : first < 0xF5 ? 4
+                                         : 0;
+    if (length == 0 || length > text.size()) return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return 0;
+    }
+    if (first == 0xE0 && byte(1) < 0xA0) return 0;
+    if (first == 0xED && byte(1) > 0x9F) return 0;
+    if (first == 0xF0 && byte(1) < 0x90) return 0;
+    if (first == 0xF4 && byte(1) > 0x8F) return 0;
+    return length;
+}
+
+// Edits (insert, remove, replace, swap neighbours) that turn one word into the other.
+size_t distance(const std::string& a, const std::string& b) {
+    std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
+    for (size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        for (size_t j = 1; j <= b.size(); ++j) {
+            d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1,
+                                d[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1)});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+                d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
+            }
+        }
+    }
+    return d[a.size()][b.size()];
+}
+
+}  // namespace
+
+std::string toHex(std::span<const uint8_t> bytes) {
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const uint8_t byte : bytes) fmt::format_to(std::back_inserter(text), "{:02x}", byte);
+    return text;
+}
+
+std::vector<uint8_t> fromHex(std::string_view text, const std::string& what) {
+    std::vector<uint8_t> bytes;
+    size_t at = 0;
+    while (at < text.size()) {
+        if (text[at] == ' ' || text[at] == ':') {
+            ++at;
+            continue;
+        }
+        const int high = hexDigit(text[at]);
+        const int low = at + 1 < text.size() ? hexDigit(text[at + 1]) : -1;
+        if (high < 0 || low < 0) {
+            throw badUsage(
+                fmt::format("{}: expected two hexadecimal digits at position {}", what, at + 1));
+        }
+        bytes.push_back(static_cast<uint8_t>(high << 4 | low));
+        at += 2;
+    }
+    return bytes;
+}
+
+std::string printable(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const size_t length = utf8Length(text);
+        const auto first = static_cast<uint8_t>(text[0]);
+        const bool control = length == 1 ? first < 0x20 || first == 0x7F
+                                         : first == 0xC2 && static_cast<uint8_t>(text[1]) < 0xA0;
+        if (length == 0 || control) {
+            const size_t count = std::max<size_t>(length, 1);
+            for (size_t i = 0; i < count; ++i) {
+                out += fmt::format("\\x{:02x}", static_cast<uint8_t>(text[i]));
+            }
+            text.remove_prefix(count);
+        } else {
+            out += text.substr(0, length);
+            text.remove_prefix(length);
+        }
+    }
+    return out;
+}
+
+int64_t toNumber(const std::string& text, const std::string& what, int64_t lowest,
+                 int64_t highest) {
+    const size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
+    const bool hex = text.size() > digits + 2 && text[digits] == '0' &&
+                     (text[digits + 1] == 'x' || text[digits + 1] == 'X');
+    const char* begin = text.c_str();
+    char* end = nullptr;
+    errno = 0;
+    const long long value = std::strtoll(begin, &end, hex ? 16 : 10);
+    const bool startsRight =
+        text.size() > digits && hexDigit(text[digits]) >= 0 && hexDigit(text[digits]) < 10;
+    if (!startsRight || end != begin + text.size() || errno == ERANGE || value < lowest ||
+        value > highest) {
+        throw badUsage(fmt::format("{} must be a number from {} to {}, not '{}'", what, lowest,
+                                   highest, printable(text)));
+    }
+    return value;
+}
+
+std::string nearest(const std::string& word, const std::vector<std::string>& candidates) {
+    std::string best;
+    size_t bestDistance = std::max<size_t>(1, word.size() / 3) + 1;
+    for (const std::string& candidate : candidates) {
+        const size_t edits = distance(word, candidate);
+        if (edits < bestDistance) {
+            best = candidate;
+            bestDistance = edits;
+        }
+    }
+    return best;
+}
+
+}  // namespace wlc
