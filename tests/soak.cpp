@@ -1,0 +1,386 @@
+// SPDX-License-Identifier: Apache-2.0
+// soak SECONDS: everything at once against one service, from many threads and processes, while the
+// dock fails, is slow and goes away; clients are killed at random. Then the service has to hold
+// what it held before. One line tells what was done; exit status 1 when something was wrong, 2 for
+// wrong usage.
+#include <android-base/unique_fd.h>
+#include <android/binder_process.h>
+#include <fcntl.h>
+#include <host/binder_host.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <random>
+#include <thread>
+
+#include "charger_system.h"
+#include "subscriptions.h"
+
+namespace charger_system {
+namespace {
+
+using charger::ExecuteStatus;
+using charger::FirmwareVersion;
+using charger::IWirelessCharger;
+using Client = std::shared_ptr<IWirelessCharger>;
+
+// What is counted, by name in the summary.
+enum Work : size_t {
+    kUpdates,
+    kChunks,
+    kAuthentications,
+    kReadings,
+    kEvents,
+    kDumps,
+    kCommands,
+    kKilled,
+    kFaults,
+    kWorkCount
+};
+constexpr std::array<const char*, kWorkCount> kWorkNames = {
+    "updates", "chunks",         "authentications", "readings", "events",
+    "dumps",   "shell commands", "clients killed",  "faults"};
+
+class Soak {
+  public:
+    explicit Soak(unsigned seed) : mSeed(seed) { mSystem.start(); }
+
+    // What is wrong at the end; empty when nothing is.
+    std::string run(std::chrono::seconds duration) {
+        // The first round makes what is made on first use: threads, connections, loaded modules.
+        runAll(std::max(duration / 10, std::chrono::seconds(2)));
+        const Usage before = settledUsage();
+        runAll(duration);
+        mSystem.dock("reset");
+        return mSystem.complaint(before, Subscribed{0, 0, 0});
+    }
+
+    void printSummary(const std::string& wrong) const {
+        std::string done;
+        for (size_t i = 0; i < kWorkCount; ++i) {
+            done +=
+                std::to_string(mDone[i]) + " " + kWorkNames[i] + (i + 1 < kWorkCount ? ", " : "");
+        }
+        std::printf("soak (seed %u): %s: %s\n", mSeed, done.c_str(),
+                    wrong.empty() ? "all is as before" : wrong.c_str());
+    }
+
+  private:
+    using Random = std::mt19937;
+
+    void runAll(std::chrono::seconds duration) {
+        mStop = false;
+        std::vector<std::thread> threads;
+        const auto add = [&](void (Soak::*work)(Random&)) {
+            threads.emplace_back([this, work, seed = mSeed + threads.size()] {
+                Random random(seed);
+                try {
+                    while (!mStop) (this->*work)(random);
+                } catch (const std::exception& error) {
+                    giveUp(error.what());
+                }
+            });
+        };
+        add(&Soak::updateFirmware);
+        add(&Soak::updateLegacyFirmware);
+        add(&Soak::authenticate);
+        add(&Soak::readEverything);
+        add(&Soak::sendEvent);
+        add(&Soak::dump);
+        add(&Soak::runShellCommand);
+        add(&Soak::comeAndGo);
+        add(&Soak::disturbTheDock);
+        add(&Soak::killClients);
+        {
+            std::unique_lock lock(mStopLock);
+            mStopped.wait_for(lock, duration, [this] { return mStop.load(); });
+        }
+        mStop = true;
+        mStopped.notify_all();
+        for (std::thread& thread : threads) thread.join();
+        std::lock_guard lock(mStopLock);
+        if (!mGaveUp.empty()) throw std::runtime_error(mGaveUp + "\n" + mSystem.complaint());
+    }
+
+    // Something that must work did not.
+    void giveUp(const std::string& reason) {
+        std::lock_guard lock(mStopLock);
+        if (mGaveUp.empty()) mGaveUp = reason;
+        mStop = true;
+        mStopped.notify_all();
+    }
+
+    Usage settledUsage() {
+        mSystem.dock("reset");
+        Usage usage;
+        // The sockets of the clients that have gone are closed when the service gets to it.
+        (void)eventually([&] {
+            const Usage now = mSystem.usage();
+            const bool settled =
+                mSystem.subscribed() == Subscribed{0, 0, 0} && now.descriptors == usage.descriptors;
+            usage = now;
+            return settled;
+        });
+        return usage;
+    }
+
+    void count(Work work, uint64_t amount = 1) { mDone[work] += amount; }
+
+    // Every call has to come back; whether it succeeds is the dock's affair.
+    void updateFirmware(Random& random) {
+        const Client client = mSystem.connect();
+        const auto target = static_cast<int8_t>(random() % 2);
+        const bool compressed = random() % 2 == 0;
+        constexpr int32_t kSize = 20'000;
+        constexpr uint8_t kChunk = 200;
+        charger::FwUpdateInfo info;
+        (void)client->getFwUpdateInformation(target, &info);
+        const FirmwareVersion version{2, static_cast<int32_t>(random() % 10), ""};
+        charger::FwUpdateStartResponse start;
+        const ndk::ScopedAStatus started =
+            compressed
+                ? client->compressFwUpdateStart(target, kSize * 2, static_cast<int8_t>(kChunk),
+                                                true, kSize, version, &start)
+                : client->fwUpdateStart(target, kSize, static_cast<int8_t>(kChunk),
+                                        random() % 2 == 0, version, &start);
+        if (!started.isOk()) return;
+        const std::vector<uint8_t> data(kChunk, static_cast<uint8_t>(random()));
+        for (int32_t chunk = 0; chunk < kSize / kChunk && !mStop; ++chunk) {
+            int32_t next = 0;
+            charger::ChunkResponse response;
+            if (compressed) {
+                (void)client->sendCompressFwChunk(target, chunk, 0, data, &response);
+            } else {
+                (void)client->sendFwChunk(target, chunk, 0, data, &next);
+            }
+            count(kChunks);
+        }
+        charger::FwMissingChunk missing;
+        (void)client->getFirstFwMissingChunk(target, &missing);
+        ExecuteStatus executed{};
+        (void)client->fwExecuteUpdate(target, &executed);
+        charger::FwUpdateStatus status;
+        (void)client->getFwUpdateExecutionStatus(target, &status);
+        (void)client->sendReboot();
+        count(kUpdates);
+    }
+
+    void updateLegacyFirmware(Random&) {
+        const Client client = mSystem.connect();
+        constexpr int32_t kSize = 10'000;
+        constexpr int8_t kChunk = 100;
+        charger::UpdateInfo info;
+        (void)client->getUpdateInformation(&info);
+        charger::UpdateStartResponse start;
+        if (!client->updateStart(kSize, kChunk, true, FirmwareVersion{}, &start).isOk()) return;
+        const std::vector<uint8_t> data(kChunk, 0x5A);
+        for (char16_t chunk = 0; chunk < kSize / kChunk && !mStop; ++chunk) {
+            char16_t next = 0;
+            (void)client->sendChunk(chunk, 0, data, &next);
+            count(kChunks);
+        }
+        charger::MissingChunk missing;
+        (void)client->getFirstMissingChunk(&missing);
+        ExecuteStatus executed{};
+        (void)client->executeUpdate(&executed);
+        charger::UpdateStatus status;
+        (void)client->getUpdateExecutionStatus(&status);
+        (void)client->reboot();
+        count(kUpdates);
+    }
+
+    void authenticate(Random& random) {
+        const Client client = mSystem.connect();
+        const auto slot = static_cast<int8_t>(random() % 4);
+        charger::WpcAuthDigests digests;
+        std::vector<uint8_t> chain;
+        charger::WpcAuthChallengeResponse response;
+        charger::KeyExchangeResponse exchange;
+        std::vector<uint8_t> answer;
+        bool ready = false;
+        (void)client->isAuthReady(&ready);
+        (void)client->getWpcAuthDigests(0x0F, &digests);
+        (void)client->getWpcAuthCertificate(slot, 0, 0, &chain);
+        (void)client->getWpcAuthCertificate(slot, static_cast<char16_t>(random() % 1200), 300,
+                                            &chain);
+        (void)client->getWpcAuthChallengeResponse(slot, std::vector<uint8_t>(16, 7), &response);
+        (void)client->keyExchange(std::vector<uint8_t>(32, 9), &exchange);
+        (void)client->challenge(3, std::vector<uint8_t>(8, 1), &answer);
+        count(kAuthentications);
+    }
+
+    void readEverything(Random& random) {
+        const Client client = mSystem.connect();
+        for (int i = 0; i < 20; ++i) {
+            charger::DockInfo dock;
+            charger::DockPresent present;
+            charger::PhoneInfo phone;
+            charger::PowerInfo power;
+            charger::AlignInfo align;
+            charger::SkinTemp temperature;
+            charger::RtxStatusInfo rtx;
+            charger::FanInfo fan;
+            charger::WirelessChargerFeature feature;
+            (void)client->getInformation(&dock);
+            (void)client->getDockInformation(&dock);
+            (void)client->isDockPresent(&present);
+            (void)client->getPhoneInformation(&phone);
+            (void)client->getPowerInformation(&power);
+            (void)client->getAlignInfo(&align);
+            (void)client->getSkinTemperature(&temperature);
+            (void)client->getRtxInformation(&rtx);
+            (void)client->setRtxMode(random() % 2 == 0);
+            (void)client->getFanInfo(static_cast<int8_t>(random() % 9), &fan);
+            (void)client->setFan(1, charger::FanMode::MANUAL, 40, &fan);
+            (void)client->getFeatures(static_cast<int64_t>(random() % 5), &feature);
+            count(kReadings, 12);
+        }
+    }
+
+    void sendEvent(Random& random) {
+        dockctl::Connection dock;
+        for (int i = 0; i < 50 && !mStop; ++i) {
+            constexpr std::array kLines = {"align 1 0 7",    "fan-level 3",       "rtx connect",
+                                           "rtx disconnect", "charging off",      "charging on",
+                                           "align 0 1 2 3",  "uevent NAME=value", "rtx error 3"};
+            dock.send(kLines[random() % kLines.size()]);
+            (void)dock.receive();
+            count(kEvents);
+        }
+    }
+
+    void dump(Random& random) {
+        if (random() % 8 == 0) {
+            (void)wlc::run({program("dumpsys"), kInstance});
+        } else {
+            (void)mSystem.subscribed();
+        }
+        count(kDumps);
+    }
+
+    void runShellCommand(Random& random) {
+        const Client client = mSystem.connect();
+        const std::array<Words, 6> commands = {
+            Words{"diag.maxpower", std::to_string(random() % 20)},
+            Words{"diag.qispec", "0x2101"},
+            Words{"cert.request_length", std::to_string(1 + random() % 127)},
+            Words{"eds.test", "1", "50", "32"},
+            Words{"nonsense", "\xff\xfe"},
+            Words{}};
+        const android::base::unique_fd null(open("/dev/null", O_RDWR | O_CLOEXEC));
+        binder_status_t result = STATUS_OK;
+        for (const Words& command : commands) {
+            (void)host::binder::shellCommand(client->asBinder().get(), null.get(), null.get(),
+                                             null.get(), command, &result);
+            count(kCommands);
+        }
+    }
+
+    // Subscribers in this process, which leave as they should; in others they are killed.
+    void comeAndGo(Random&) {
+        const Client client = mSystem.connect();
+        const auto align = ndk::SharedRefBase::make<AlignSubscriber>();
+        const auto rtx = ndk::SharedRefBase::make<RtxSubscriber>();
+        const auto fan = ndk::SharedRefBase::make<FanSubscriber>();
+        (void)client->registerCallback(align);
+        (void)client->registerRtxCallback(rtx);
+        (void)client->registerFanLevelChangedCallback(fan);
+        int32_t level = 0;
+        for (int i = 0; i < 20; ++i) (void)client->getFanLevel(&level);
+        (void)client->unregisterFanLevelChangedCallback(fan);
+        (void)client->unregisterRtxCallback(rtx);
+        (void)client->unregisterCallback(align);
+    }
+
+    void disturbTheDock(Random& random) {
+        constexpr std::array kLines = {
+            "fail sendBidiRequest 7 5",
+            "fail sendPropRequest 12 5",
+            "fail sendWpcAuthRequest 11 2",
+            "fail getWlcInfo 6 5",
+            "fail getWLCAlignment 5 3",
+            "fail sendRtxRequest 4 5",
+            "delay sendBidiRequest 20 3",
+            "delay sendWpcAuthRequest 30 2",
+            "delay getFeature 50 4",
+            "delay getWLCAlignment 20 2",
+            "answer sendBidiRequest:12 0f 2",
+            "answer sendWpcAuthRequest 00 2",
+            "answer sendPropRequest:24 ff 2",
+            "answer sendBidiRequest:0 0304ffffff 2",
+            "answer sendRtxRequest:3 30313233343536373839303132333435363738393031 2",
+            "set rtx.texts garbage",
+            "set auth.claimed-length 65535",
+            "set auth.max-piece 1",
+            "set firmware.0.forget-every 7",
+            "remove",
+            "place",
+            "reset"};
+        dockctl::Connection dock;
+        dock.send(kLines[random() % kLines.size()]);
+        (void)dock.receive();
+        count(kFaults);
+        // So that much goes well in between.
+        waitUnlessStopped(std::chrono::milliseconds(5 + random() % 30));
+    }
+
+    void killClients(Random& random) {
+        const std::array<Words, 4> commands = {
+            Words{program("subscriber"), "8", "1", "1"}, Words{program("wlc"), "auth"},
+            Words{program("wlc"), "watch"}, Words{program("wlc"), "dump"}};
+        std::vector<std::unique_ptr<Process>> clients;
+        for (const Words& command : commands) clients.push_back(std::make_unique<Process>(command));
+        waitUnlessStopped(std::chrono::milliseconds(random() % 500));
+        count(kKilled, clients.size());
+    }
+
+    void waitUnlessStopped(std::chrono::milliseconds time) {
+        std::unique_lock lock(mStopLock);
+        mStopped.wait_for(lock, time, [this] { return mStop.load(); });
+    }
+
+    const unsigned mSeed;
+    ChargerSystem mSystem;
+    std::array<std::atomic<uint64_t>, kWorkCount> mDone = {};
+    std::atomic<bool> mStop = false;
+    std::mutex mStopLock;
+    std::condition_variable mStopped;
+    std::string mGaveUp GUARDED_BY(mStopLock);
+};
+
+int runSoak(int argc, char** argv) {
+    const int seconds = argc == 2 ? std::atoi(argv[1]) : 0;
+    if (seconds <= 0) {
+        std::fprintf(stderr, "usage: soak SECONDS\n");
+        return 2;
+    }
+    signal(SIGPIPE, SIG_IGN);
+    ABinderProcess_startThreadPool();
+    std::string wrong;
+    try {
+        Soak soak(std::random_device{}());
+        wrong = soak.run(std::chrono::seconds(seconds));
+        soak.printSummary(wrong);
+    } catch (const std::exception& error) {
+        std::printf("soak: %s\n", error.what());
+        return 1;
+    }
+    if (!hasNoChildren()) {
+        std::printf("soak: a process is left\n");
+        return 1;
+    }
+    return wrong.empty() ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace charger_system
+
+int main(int argc, char** argv) {
+    return charger_system::runSoak(argc, argv);
+}

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+// How the service comes up, and what keeps it from doing so.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "charger_system.h"
+
+namespace charger_system {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr uid_t kNobody = 65534;
+constexpr char kFailedCheck[] = "Check failed: status == EX_NONE (status=";
+
+class StartUpTest : public testing::Test {
+  protected:
+    void TearDown() override {
+        system.killService();
+        EXPECT_TRUE(hasNoChildren());
+    }
+
+    // Runs a service that does not come up, to its end.
+    Outcome runService(const Words& before = {}) { return system.launch(before)->wait(); }
+
+    void expectNothingRegistered() {
+        EXPECT_THAT(system.log(), Not(HasSubstr("WirelessEventThread started")));
+        EXPECT_FALSE(std::filesystem::exists(system.socketPath()));
+    }
+
+    ChargerSystem system;
+};
+
+TEST_F(StartUpTest, FailingLibraryEndsItWithStatus2BeforeAnythingIsThere) {
+    struct Case {
+        const char* setting;
+        const char* message;
+    };
+    for (const Case& failing :
+         {Case{"VIRTUAL_DOCK_FAIL_INIT=chargelink", "error initializing WirelessCharger"},
+          Case{"VIRTUAL_DOCK_FAIL_INIT=reverselink", "error initializing RtxWirelessCharger"}}) {
+        SCOPED_TRACE(failing.setting);
+        EXPECT_EQ(2, runService({"/usr/bin/env", failing.setting}).exitStatus);
+        EXPECT_TRUE(system.waitForLog(failing.message)) << system.log();
+        expectNothingRegistered();
+    }
+    EXPECT_EQ(1u, system.countInLog("error initializing WirelessCharger"));
+}
+
+TEST_F(StartUpTest, OtherLibrariesTakeTheDocksPlaceAndAnyResultButZeroIsAFailure) {
+    const std::string path = std::string("LD_LIBRARY_PATH=") + REPLACED_LIBRARIES;
+    EXPECT_EQ(2, runService({"/usr/bin/env", path, "REPLACED_CHARGELINK=-1"}).exitStatus);
+    EXPECT_THAT(system.log(), HasSubstr("replaced initWlcProto"));
+    EXPECT_THAT(system.log(), Not(HasSubstr("initRtxProto")));
+    EXPECT_EQ(2, runService({"/usr/bin/env", path, "REPLACED_REVERSELINK=7"}).exitStatus);
+    EXPECT_THAT(system.log(), HasSubstr("replaced initRtxProto"));
+    expectNothingRegistered();
+
+    system.start({"/usr/bin/env", path});
+    int32_t level = 0;
+    EXPECT_TRUE(system.connect()->getFanLevel(&level).isOk());
+    EXPECT_EQ(1006, level);
+}
+
+TEST_F(StartUpTest, SecondProcessAbortsAndTheFirstServesOn) {
+    system.start();
+    const Outcome second = runService();
+    EXPECT_EQ(SIGABRT, second.signal);
+    const std::string log = system.log();
+    const size_t check = log.find(kFailedCheck);
+    ASSERT_NE(std::string::npos, check) << log;
+    EXPECT_THAT(log.substr(check, log.find('\n', check) - check),
+                testing::ContainsRegex("status=-[0-9]+, EX_NONE=0\\)"));
+    EXPECT_THAT(log, testing::ContainsRegex(" F [^\n]*Check failed"));
+    int32_t level = -1;
+    EXPECT_TRUE(system.connect()->getFanLevel(&level).isOk());
+    EXPECT_EQ("", system.complaint());
+}
+
+TEST_F(StartUpTest, OfTwoThatStartTogetherOneServes) {
+    const auto one = system.launch();
+    const auto other = system.launch();
+    ASSERT_TRUE(eventually([&] { return !isRunning(one->pid()) || !isRunning(other->pid()); }));
+    const bool oneServes = isRunning(one->pid());
+    EXPECT_EQ(SIGABRT, (oneServes ? other : one)->wait().signal);
+    EXPECT_EQ(0, run({program("wlc"), "--wait", "30", "fan", "level"}).exitStatus);
+    EXPECT_TRUE(isRunning((oneServes ? one : other)->pid()));
+}
+
+TEST_F(StartUpTest, CrashedPredecessorsLeftoversAreNoObstacle) {
+    for (int round = 0; round < 3; ++round) {
+        system.start();
+        const auto client = system.connect();
+        system.dock("fan-level " + std::to_string(round));
+        int32_t level = -1;
+        EXPECT_TRUE(client->getFanLevel(&level).isOk());
+        EXPECT_EQ(round, level);
+        system.killService();
+        EXPECT_TRUE(std::filesystem::exists(system.socketPath())) << "nothing was left over";
+        EXPECT_FALSE(client->getFanLevel(&level).isOk());
+    }
+    EXPECT_EQ(0u, system.countInLog("Check failed"));
+    EXPECT_EQ(0u, system.countInLog("failed to open uevent socket"));
+}
+
+TEST_F(StartUpTest, FolderThatOthersMayEnterIsRefused) {
+    for (const mode_t mode : {0755, 0710, 0707}) {
+        ASSERT_EQ(0, chmod(system.folder().c_str(), mode));
+        EXPECT_EQ(SIGABRT, runService().signal);
+        EXPECT_FALSE(std::filesystem::exists(system.socketPath()));
+    }
+    EXPECT_THAT(system.log(), HasSubstr("and mode 0755: it must have owner uid"));
+    EXPECT_THAT(system.log(), HasSubstr("and mode 0700"));
+    EXPECT_THAT(system.log(), HasSubstr("run chmod 0700 " + system.folder()));
+    EXPECT_THAT(system.log(), HasSubstr(kFailedCheck));
+
+    ASSERT_EQ(0, chmod(system.folder().c_str(), 0700));
+    system.start();
+}
+
+TEST_F(StartUpTest, FolderOfAnotherUserIsRefused) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root, to give a folder to another user";
+    ASSERT_EQ(0, chown(system.folder().c_str(), kNobody, kNobody));
+    EXPECT_EQ(SIGABRT, runService().signal);
+    EXPECT_FALSE(std::filesystem::exists(system.socketPath()));
+    EXPECT_THAT(system.log(), HasSubstr(system.folder() + " has owner uid 65534 and mode 0700: "
+                                                          "it must have owner uid 0"));
+}
+
+TEST_F(StartUpTest, OrdinaryUserHasItAllUeventsIncluded) {
+    if (geteuid() != 0) {
+        // Every test of this program shows it then, but for this.
+        system.start();
+        EXPECT_EQ(true, system.dock("fan-level 4")["uevent"]["sent"]);
+        return;
+    }
+    const Words nobody = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                          "--pdeathsig=KILL"};
+    const auto asNobody = [&](const Words& words) {
+        Words all = nobody;
+        all.insert(all.end(), words.begin(), words.end());
+        return all;
+    };
+    if (run(asNobody({program("wlc"), "--help"})).exitStatus != 0) {
+        GTEST_SKIP() << "needs setpriv, and programs that user 65534 can run";
+    }
+    ASSERT_EQ(0, chown(system.folder().c_str(), kNobody, kNobody));
+    const auto service = system.launch(nobody);
+    const Outcome fan = run(asNobody({program("wlc"), "--wait", "30", "fan", "level"}));
+    EXPECT_EQ(0, fan.exitStatus) << fan.err << system.log();
+    Process watch(asNobody({program("wlc"), "watch", "fan", "--count", "1", "--timeout", "50"}));
+    ASSERT_TRUE(watch.waitForError("watching")) << watch.wait().err;
+    const Outcome set = run(asNobody({program("dockctl"), "fan-level", "4"}));
+    EXPECT_EQ(0, set.exitStatus) << set.err;
+    EXPECT_EQ("", set.err) << "the change was not announced";
+    const Outcome seen = watch.wait();
+    EXPECT_EQ(0, seen.exitStatus) << seen.err;
+    EXPECT_THAT(seen.out, HasSubstr("fan    level 4"));
+    // Root is another user too.
+    EXPECT_EQ(3, run({program("wlc"), "fan", "level"}).exitStatus);
+}
+
+}  // namespace
+}  // namespace charger_system

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+// Subscribers that come, go, die, stop and change their minds while events flow.
+#include <android/binder_process.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <atomic>
+#include <random>
+#include <thread>
+
+#include "charger_system.h"
+#include "subscriptions.h"
+
+namespace charger_system {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+// 200 subscribers in 20 processes; one half of them is never killed.
+constexpr size_t kProcesses = 20;
+constexpr size_t kMortal = 10;
+constexpr int kAlignEach = 8;
+constexpr int kEventsBetweenReports = 8;
+
+class SubscribersTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        ABinderProcess_startThreadPool();
+        system.start();
+        mClient = system.connect();
+        mOwn = ndk::SharedRefBase::make<AlignSubscriber>();
+        ASSERT_TRUE(mClient->registerCallback(mOwn).isOk());
+    }
+    void TearDown() override {
+        EXPECT_EQ("", system.complaint());
+        system.killService();
+        EXPECT_TRUE(hasNoChildren());
+    }
+
+    // An alignment event with the next number. Waits until this process's subscriber has it: the
+    // dock then has been asked, so that the next number cannot overtake it.
+    bool sendEvent(bool withReport = false) {
+        const int32_t number = ++mNumber;
+        system.dock("align 1 0 " + std::to_string(number) + (withReport ? " 1" : " 0"));
+        return mOwn->received.waitForLast(
+            [&](const charger::AlignInfo& info) { return info.value1 == number; });
+    }
+    // One that all these processes have to have, too. They cannot fall far behind then: a
+    // subscriber that does would be dropped.
+    bool sendEventTo(const std::vector<std::unique_ptr<Process>>& processes) {
+        if (!sendEvent(/*withReport=*/true)) return false;
+        const std::string report = "\nat " + std::to_string(mNumber) + "\n";
+        return std::all_of(processes.begin(), processes.end(),
+                           [&](const auto& process) { return process->waitForOutput(report); });
+    }
+
+    // With so many subscribers of fan level and of reverse transmit beside those of alignment.
+    static std::unique_ptr<Process> startSubscriber(int others = 1) {
+        const std::string count = std::to_string(others);
+        return std::make_unique<Process>(
+            Words{program("subscriber"), std::to_string(kAlignEach), count, count});
+    }
+    static void expectReady(Process& process) {
+        ASSERT_TRUE(process.waitForOutput("ready\n")) << process.wait().out;
+    }
+    // Had every event in order.
+    static void expectWhole(Process& process) {
+        process.signal(SIGTERM);
+        const Outcome outcome = process.wait();
+        EXPECT_EQ(0, outcome.exitStatus);
+        EXPECT_THAT(outcome.out, Not(HasSubstr("gap")));
+    }
+
+    // Nobody but this process's one.
+    static constexpr Subscribed kOnlyOwn = {0, 1, 0};
+
+    ChargerSystem system;
+    std::shared_ptr<charger::IWirelessCharger> mClient;
+    std::shared_ptr<AlignSubscriber> mOwn;
+    int32_t mNumber = 0;
+};
+
+TEST_F(SubscribersTest, KilledAtRandomTheyLeaveNothingAndSurvivorsMissNothing) {
+    const int seconds = numberFromEnvironment("SUBSCRIBERS_TEST_SECONDS", 6);
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+
+    // Once in advance, so that what is made on first use does not count.
+    {
+        std::vector<std::unique_ptr<Process>> processes;
+        for (size_t i = 0; i < kMortal; ++i) processes.push_back(startSubscriber());
+        for (auto& process : processes) expectReady(*process);
+        ASSERT_TRUE(sendEvent());
+    }
+    ASSERT_TRUE(eventually([&] { return system.subscribed() == kOnlyOwn; }));
+    const Usage before = system.usage();
+
+    std::vector<std::unique_ptr<Process>> survivors;
+    std::vector<std::unique_ptr<Process>> mortal;
+    for (size_t i = kMortal; i < kProcesses; ++i) survivors.push_back(startSubscriber());
+    for (size_t i = 0; i < kMortal; ++i) mortal.push_back(startSubscriber());
+    for (auto& process : survivors) expectReady(*process);
+    for (auto& process : mortal) expectReady(*process);
+    EXPECT_EQ((Subscribed{kProcesses, 1 + kProcesses * kAlignEach, kProcesses}),
+              system.subscribed());
+
+    std::atomic<bool> stop = false;
+    std::atomic<int> events = 0;
+    std::atomic<bool> lost = false;
+    std::thread eventThread([&] {
+        while (!stop && !lost) {
+            const bool report = ++events % kEventsBetweenReports == 0;
+            if (!(report ? sendEventTo(survivors) : sendEvent())) lost = true;
+        }
+    });
+    int kills = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    while (std::chrono::steady_clock::now() < end && !lost) {
+        // At any moment of the successor's life, the start included.
+        const int until = events + static_cast<int>(random() % 20);
+        if (!eventually([&] { return events >= until || lost; })) break;
+        auto& victim = mortal[random() % mortal.size()];
+        if (random() % 2 == 0) {
+            EXPECT_TRUE(victim->waitForOutput("ready\n"));
+        }
+        victim = nullptr;
+        victim = startSubscriber();
+        ++kills;
+    }
+    stop = true;
+    eventThread.join();
+    EXPECT_FALSE(lost) << "an event did not come within the limit";
+    EXPECT_TRUE(sendEventTo(survivors));
+    for (auto& process : survivors) expectWhole(*process);
+    mortal.clear();
+    EXPECT_EQ("", system.complaint(before, kOnlyOwn));
+    const auto seen = mOwn->received.all();
+    for (size_t i = 1; i < seen.size(); ++i) ASSERT_EQ(seen[i - 1].value1 + 1, seen[i].value1);
+    std::cout << kills << " processes killed during " << seen.size() << " events\n";
+}
+
+TEST_F(SubscribersTest, StoppedOneDelaysNobodyIsDroppedWhenFullAndMayComeAgain) {
+    constexpr char kDropped[] = "Error in AlignChanged()";
+    constexpr Subscribed kOwnAndOther = {0, 1 + kAlignEach, 0};
+    const auto stopped = startSubscriber(0);
+    const auto other = startSubscriber(0);
+    expectReady(*stopped);
+    expectReady(*other);
+    stopped->signal(SIGSTOP);
+    int sent = 0;
+    while (system.countInLog(kDropped) < kAlignEach) {
+        ASSERT_LT(++sent, 20'000) << "its queue has no end";
+        ASSERT_TRUE(sendEvent()) << "a stopped subscriber holds up the others";
+    }
+    EXPECT_EQ(kOwnAndOther, system.subscribed());
+
+    stopped->signal(SIGCONT);
+    stopped->signal(SIGUSR1);
+    ASSERT_TRUE(stopped->waitForOutput("registered\n")) << stopped->wait().out;
+    EXPECT_EQ(1 + 2 * kAlignEach, system.subscribed().alignment);
+    ASSERT_TRUE(sendEvent());
+    ASSERT_TRUE(sendEvent(/*withReport=*/true));
+    const std::string report = "\nat " + std::to_string(mNumber) + "\n";
+    EXPECT_TRUE(stopped->waitForOutput(report)) << "what it registered anew is not called";
+    EXPECT_TRUE(other->waitForOutput(report));
+    expectWhole(*other);
+    EXPECT_EQ(static_cast<size_t>(kAlignEach), system.countInLog(kDropped));
+}
+
+TEST_F(SubscribersTest, CallbackMayRegisterUnregisterAndCall) {
+    const auto next = ndk::SharedRefBase::make<AlignSubscriber>();
+    const auto fan = ndk::SharedRefBase::make<FanSubscriber>();
+    std::shared_ptr<AlignSubscriber> changing;
+    std::atomic<int> failures = 0;
+    std::atomic<int> done = 0;
+    changing = ndk::SharedRefBase::make<AlignSubscriber>([&] {
+        int32_t level = 0;
+        failures += mClient->unregisterCallback(changing).isOk() ? 0 : 1;
+        failures += mClient->registerCallback(next).isOk() ? 0 : 1;
+        failures += mClient->registerFanLevelChangedCallback(fan).isOk() ? 0 : 1;
+        failures += mClient->getFanLevel(&level).isOk() ? 0 : 1;
+        ++done;
+    });
+    ASSERT_TRUE(mClient->registerCallback(changing).isOk());
+    ASSERT_TRUE(sendEvent());
+    ASSERT_TRUE(eventually([&] { return done == 1; }));
+    EXPECT_EQ(0, failures);
+    ASSERT_TRUE(sendEvent());
+    system.dock("fan-level 9");
+    EXPECT_TRUE(next->received.waitForCount(1));
+    EXPECT_TRUE(fan->received.waitForCount(1));
+    EXPECT_EQ(1u, changing->received.count());
+    EXPECT_EQ((Subscribed{0, 2, 1}), system.subscribed());
+}
+
+}  // namespace
+}  // namespace charger_system
