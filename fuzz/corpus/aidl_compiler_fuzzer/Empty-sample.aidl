@@ -1,0 +1,5 @@
+package a;
+
+@VintfStability
+parcelable T {
+}

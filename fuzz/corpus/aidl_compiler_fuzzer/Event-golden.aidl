@@ -1,0 +1,8 @@
+package a;
+
+
+@VintfStability
+union T {
+    int code = 7;
+    Rec fan;
+}

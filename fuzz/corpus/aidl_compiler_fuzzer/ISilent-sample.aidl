@@ -1,0 +1,5 @@
+package a;
+
+@VintfStability
+oneway interface IT {
+}

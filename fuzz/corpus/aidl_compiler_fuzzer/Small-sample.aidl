@@ -1,0 +1,7 @@
+package a;
+
+@VintfStability
+parcelable T {
+    int number = 5;
+    String text = "five";
+}

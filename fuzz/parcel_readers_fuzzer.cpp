@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Parcels of a hostile peer into every generated reader: the records on their own, the arguments of
+// all methods of the served objects, the replies that the proxies take apart. The first two bytes
+// of the input choose the reader. What a record reader accepts must survive being written and read
+// again.
+#include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerFanLevelChangedCallback.h>
+#include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerInfoCallback.h>
+#include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerRtxStatusCallback.h>
+#include <aidl/vendor/zorvak/wireless_charger/BpWirelessCharger.h>
+#include <android/binder_auto_utils.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <stdlib.h>
+
+#include <span>
+#include <vector>
+
+#include "charger_under_fuzz.h"
+
+namespace aidl::vendor::zorvak::wireless_charger {
+namespace {
+
+using Input = std::span<const uint8_t>;
+
+ndk::ScopedAParcel parcelOf(Input bytes) {
+    ndk::ScopedAParcel parcel(AParcel_create());
+    (void)AParcel_unmarshal(parcel.get(), bytes.data(), bytes.size());
+    return parcel;
+}
+
+template <typename Record>
+void readRecord(Input bytes) {
+    Record record;
+    if (record.readFromParcel(parcelOf(bytes).get()) != STATUS_OK) return;
+    (void)record.toString();
+    ndk::ScopedAParcel copy(AParcel_create());
+    if (record.writeToParcel(copy.get()) != STATUS_OK) abort();
+    (void)AParcel_setDataPosition(copy.get(), 0);
+    Record again;
+    if (again.readFromParcel(copy.get()) != STATUS_OK || !(again == record)) abort();
+}
+
+constexpr void (*kRecordReaders[])(Input) = {
+    readRecord<AlignInfo>,
+    readRecord<ChunkResponse>,
+    readRecord<DockInfo>,
+    readRecord<DockPresent>,
+    readRecord<FanInfo>,
+    readRecord<FirmwareVersion>,
+    readRecord<FwMissingChunk>,
+    readRecord<FwUpdateInfo>,
+    readRecord<FwUpdateStartResponse>,
+    readRecord<FwUpdateStatus>,
+    readRecord<KeyExchangeResponse>,
+    readRecord<MissingChunk>,
+    readRecord<PhoneInfo>,
+    readRecord<PowerInfo>,
+    readRecord<RtxStatusInfo>,
+    readRecord<SkinTemp>,
+    readRecord<UpdateInfo>,
+    readRecord<UpdateStartResponse>,
+    readRecord<UpdateStatus>,
+    readRecord<WlcInfo>,
+    readRecord<WpcAuthChallengeResponse>,
+    readRecord<WpcAuthDigests>,
+};
+
+class InfoCallback : public BnWirelessChargerInfoCallback {
+    ndk::ScopedAStatus alignChanged(const AlignInfo&) override { return ndk::ScopedAStatus::ok(); }
+};
+class RtxCallback : public BnWirelessChargerRtxStatusCallback {
+    ndk::ScopedAStatus statusChanged(const RtxStatusInfo&) override {
+        return ndk::ScopedAStatus::ok();
+    }
+};
+class FanCallback : public BnWirelessChargerFanLevelChangedCallback {
+    ndk::ScopedAStatus fanLevelChanged(int32_t) override { return ndk::ScopedAStatus::ok(); }
+};
+
+// Calls a method of an object of this process with the bytes behind the interface token.
+void callObject(AIBinder* binder, uint8_t code, Input bytes) {
+    ndk::ScopedAParcel in;
+    ndk::ScopedAParcel out;
+    if (AIBinder_prepareTransaction(binder, in.getR()) != STATUS_OK) abort();
+    (void)AParcel_appendFrom(parcelOf(bytes.first(bytes.size() & ~size_t{3})).get(), in.get(), 0,
+                             static_cast<int32_t>(bytes.size() & ~size_t{3}));
+    (void)AIBinder_transact(binder, FIRST_CALL_TRANSACTION + code, in.getR(), out.getR(), 0);
+}
+
+// Answers every call with the current input.
+Input gReply;
+
+binder_status_t answerWithInput(AIBinder*, transaction_code_t, const AParcel*, AParcel* out) {
+    size_t size = gReply.size() & ~size_t{3};
+    return AParcel_appendFrom(parcelOf(gReply.first(size)).get(), out, 0,
+                              static_cast<int32_t>(size));
+}
+
+IWirelessCharger& proxyOfLiar() {
+    static AIBinder_Class* const clazz = AIBinder_Class_define(
+        IWirelessCharger::descriptor, [](void* args) { return args; }, [](void*) {},
+        answerWithInput);
+    static auto& proxy = *new std::shared_ptr<BpWirelessCharger>(
+        ndk::SharedRefBase::make<BpWirelessCharger>(ndk::SpAIBinder(AIBinder_new(clazz, nullptr))));
+    return *proxy;
+}
+
+template <typename T>
+void call(ndk::ScopedAStatus (IWirelessCharger::*method)(T*)) {
+    T result{};
+    (void)(proxyOfLiar().*method)(&result);
+}
+
+// Every method whose reply has a type of its own.
+void readReply(uint8_t choice, Input bytes) {
+    gReply = bytes;
+    IWirelessCharger& proxy = proxyOfLiar();
+    using I = IWirelessCharger;
+    std::vector<uint8_t> data;
+    switch (choice % 28) {
+        case 0:
+            (void)proxy.challenge(1, {}, &data);
+            break;
+        case 1:
+            call(&I::getAlignInfo);
+            break;
+        case 2: {
+            FanInfo r;
+            (void)proxy.getFanInfo(1, &r);
+            break;
+        }
+        case 3:
+            call(&I::getFanLevel);
+            break;
+        case 4: {
+            WirelessChargerFeature r;
+            (void)proxy.getFeatures(1, &r);
+            break;
+        }
+        case 5:
+            call(&I::getInformation);
+            break;
+        case 6:
+            call(&I::getRtxInformation);
+            break;
+        case 7:
+            (void)proxy.getWpcAuthCertificate(0, 0, 0, &data);
+            break;
+        case 8: {
+            WpcAuthChallengeResponse r;
+            (void)proxy.getWpcAuthChallengeResponse(0, {}, &r);
+            break;
+        }
+        case 9: {
+            WpcAuthDigests r;
+            (void)proxy.getWpcAuthDigests(0, &r);
+            break;
+        }
+        case 10:
+            call(&I::isDockPresent);
+            break;
+        case 11:
+            call(&I::isRtxModeOn);
+            break;
+        case 12: {
+            KeyExchangeResponse r;
+            (void)proxy.keyExchange({}, &r);
+            break;
+        }
+        case 13:
+            call(&I::getFirstMissingChunk);
+            break;
+        case 14: {
+            char16_t r;
+            (void)proxy.sendChunk(0, 0, {}, &r);
+            break;
+        }
+        case 15:
+            call(&I::getUpdateExecutionStatus);
+            break;
+        case 16:
+            call(&I::getUpdateInformation);
+            break;
+        case 17:
+            call(&I::executeUpdate);
+            break;
+        case 18: {
+            UpdateStartResponse r;
+            (void)proxy.updateStart(0, 0, false, {}, &r);
+            break;
+        }
+        case 19: {
+            FwMissingChunk r;
+            (void)proxy.getFirstFwMissingChunk(0, &r);
+            break;
+        }
+        case 20: {
+            FwUpdateStatus r;
+            (void)proxy.getFwUpdateExecutionStatus(0, &r);
+            break;
+        }
+        case 21: {
+            FwUpdateInfo r;
+            (void)proxy.getFwUpdateInformation(0, &r);
+            break;
+        }
+        case 22: {
+            FwUpdateStartResponse r;
+            (void)proxy.fwUpdateStart(0, 0, 0, false, {}, &r);
+            break;
+        }
+        case 23: {
+            ChunkResponse r;
+            (void)proxy.sendCompressFwChunk(0, 0, 0, {}, &r);
+            break;
+        }
+        case 24:
+            call(&I::getSkinTemperature);
+            break;
+        case 25:
+            call(&I::getPhoneInformation);
+            break;
+        case 26:
+            call(&I::getPowerInformation);
+            break;
+        case 27:
+            (void)proxy.reboot();
+            break;
+    }
+}
+
+}  // namespace
+}  // namespace aidl::vendor::zorvak::wireless_charger
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace aidl::vendor::zorvak::wireless_charger;
+    if (size < 2) return 0;
+    const uint8_t choice = data[1];
+    const Input bytes(data + 2, size - 2);
+    static auto info = ndk::SharedRefBase::make<InfoCallback>();
+    static auto rtx = ndk::SharedRefBase::make<RtxCallback>();
+    static auto fan = ndk::SharedRefBase::make<FanCallback>();
+    static const ndk::SpAIBinder callbacks[] = {info->asBinder(), rtx->asBinder(), fan->asBinder()};
+    static const ndk::SpAIBinder charger = chargerUnderFuzz().asBinder();
+    switch (data[0] % 4) {
+        case 0:
+            kRecordReaders[choice % std::size(kRecordReaders)](bytes);
+            break;
+        case 1:
+            callObject(charger.get(), choice % 45, bytes);
+            break;
+        case 2:
+            callObject(callbacks[choice % 3].get(), 0, bytes);
+            break;
+        default:
+            readReply(choice, bytes);
+            break;
+    }
+    return 0;
+}
