@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+/* The groups of figures. Each function measures one group; throws Trouble when it cannot. */
+#pragma once
+
+#include <functional>
+
+#include "report.h"
+
+namespace bench {
+
+struct Run {
+    bool quick = false;
+    /** Takes a figure as soon as it is there. */
+    std::function<void(Figure)> add;
+
+    int pick(int full, int whenQuick) const { return quick ? whenQuick : full; }
+};
+
+void measureCalls(const Run& run);        // getFanInfo between two processes
+void measureSystemCalls(const Run& run);  // the same under strace
+void measureFanOut(const Run& run);       // one callback to 64 connections
+void measureStart(const Run& run);        // starting and idling
+void measureEvents(const Run& run);       // the event thread
+void measureKernelUevent(const Run& run);
+void measureCertificate(const Run& run);
+void measureInProcess(const Run& run);
+void measureFirmware(const Run& run);
+void measureDump(const Run& run);
+
+/** The hidden role of a client for strace: calls as told on standard input. */
+int runFanClient(const char* socketPath);
+
+}  // namespace bench

@@ -1,0 +1,136 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# docs/demo.sh BIN: the service on the virtual dock in a folder of its own, real calls from other
+# processes, and a check of what each of them shows. Leaves nothing running and nothing behind.
+# DEMO_UEVENT_SOCKET=1 for users to whom the kernel's uevents are closed. `./dev demo` does it all.
+set -euo pipefail
+bin=$(cd "$1" && pwd)
+PATH=$bin:$PATH
+instance=vendor.zorvak.wireless_charger.IWirelessCharger/default
+
+ANDROID_HOST_DIR=$(mktemp -d "${TMPDIR:-/tmp}/dock-demo.XXXXXX")
+export ANDROID_HOST_DIR
+uevents="the kernel's netlink socket"
+if [[ -n ${DEMO_UEVENT_SOCKET:-} ]]; then
+    export ANDROID_HOST_UEVENT_SOCKET=$ANDROID_HOST_DIR/uevent
+    uevents="a datagram socket"
+fi
+log=$ANDROID_HOST_DIR/service.log
+children=()
+
+cleanup() {
+    local status=$? pid
+    trap - EXIT
+    for pid in "${children[@]}"; do kill "$pid" 2>/dev/null || true; done
+    for pid in "${children[@]}"; do
+        for _ in {1..50}; do
+            kill -0 "$pid" 2>/dev/null || break
+            sleep 0.1
+        done
+        kill -KILL "$pid" 2>/dev/null && echo "process $pid did not end by itself" && status=1
+        wait "$pid" 2>/dev/null || true
+    done
+    if ((status)) && [[ -s $log ]]; then
+        printf '\nthe service said at the end:\n'
+        tail -n 20 "$log"
+    fi
+    rm -rf "$ANDROID_HOST_DIR"
+    ((status)) && printf '\ndemo: something went wrong (%d)\n' "$status"
+    exit "$status"
+}
+trap cleanup EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+tell() { printf '\n\033[1m# %s\033[0m\n' "$*"; }
+indent() { sed 's/^/    /'; }
+fail() {
+    printf 'demo: %s\n' "$*"
+    exit 1
+}
+
+# show EXPECTED COMMAND...: runs it, prints it with what it says; EXPECTED has to be in that.
+show() {
+    local expected=$1 said status=0
+    shift
+    printf '$ %s\n' "$*"
+    said=$("$@" 2>&1) || status=$?
+    printf '%s\n' "$said" | indent
+    ((status == 0)) || fail "'$*' ended with $status"
+    grep -qE -- "$expected" <<<"$said" || fail "'$*' did not say '$expected'"
+}
+
+# refused STATUS EXPECTED COMMAND...: the same for a command that has to be refused.
+refused() {
+    local wanted=$1 expected=$2 said status=0
+    shift 2
+    printf '$ %s\n' "$*"
+    said=$("$@" 2>&1) || status=$?
+    printf '%s\n' "$said" | indent
+    printf '    (exit %d)\n' "$status"
+    ((status == wanted)) || fail "'$*' ended with $status, not $wanted"
+    grep -qE -- "$expected" <<<"$said" || fail "'$*' did not say '$expected'"
+}
+
+# wait_for FILE TEXT COUNT: until that many lines of the file hold the text.
+wait_for() {
+    for _ in {1..100}; do
+        (($(grep -cE -- "$2" "$1" 2>/dev/null || true) >= $3)) && return
+        sleep 0.1
+    done
+    cat "$1"
+    fail "waited 10 s for '$2' in ${1##*/}"
+}
+
+tell "The service starts on the virtual dock, in $ANDROID_HOST_DIR"
+vendor.zorvak.wireless_charger-service >"$log" 2>&1 &
+children+=($!)
+show '^version +8' wlc --wait 10 version
+show "$instance" service list
+show ': found' service check "$instance"
+
+tell "Another process asks about fans, and the dock answers"
+show '^ +7  yes' wlc fan list
+show '^level +80$' wlc fan set 2 manual 80
+show '"fan":2,"valid":true,"level":80' wlc --json fan get 2
+show '0f ?0a ?50 ?00' dockctl log
+refused 1 'error 1 ' wlc fan get 8
+
+tell "Something happens at the dock: uevents come through $uevents, subscribers are called"
+watched=$ANDROID_HOST_DIR/watched
+wlc watch --timeout 60 >"$watched" 2>&1 &
+watcher=$!
+children+=("$watcher")
+wait_for "$watched" '^watching' 1
+show '' dockctl align 0
+wait_for "$watched" '^align +status 0' 1
+show '' dockctl fan-level 3
+wait_for "$watched" '^fan +level 3' 1
+show '' dockctl rtx connect
+wait_for "$watched" '^rtx .*connected yes' 1
+show '' dockctl remove
+wait_for "$watched" '^align +status 3' 1
+show '' dockctl place
+show '^1$' getprop vendor.wlcservice.start
+kill "$watcher"
+wait "$watcher" || fail "wlc watch ended with $?"
+children=("${children[0]}")
+echo "and this is what wlc watch printed:"
+indent <"$watched"
+
+tell "The dock proves who it is; a dock with another root is not believed"
+show 'Believe it' wlc auth
+refused 1 'do not believe this dock' wlc auth --slot 3
+
+tell "New firmware for the dock, sent compressed"
+image=$ANDROID_HOST_DIR/image
+head -c 100000 /dev/urandom >"$image"
+head -c 100000 /dev/zero >>"$image"
+show 'done: 200000 bytes, version 2\.1' \
+    wlc firmware update "$image" --fw-version 2.1 --compress --reboot
+show 'version major +2' wlc firmware info
+
+tell "A look inside"
+show 'IWirelessCharger Service:' dumpsys "$instance"
+
+tell "Done; nothing is left running"
