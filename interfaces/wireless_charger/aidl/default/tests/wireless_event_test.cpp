@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Which handlers a uevent calls, as letters: R reverse transmit, W charging status, O charging off,
 // A alignment, F fan, s firmware update skipped.
+#include "wireless_event.h"
+
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/socket.h>
@@ -14,8 +16,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "wireless_event.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 namespace {
