@@ -112,16 +112,6 @@ Replaceable<AbortFunction>& aborter() {
     return sAborter;
 }
 
-struct DefaultTag {
-    std::mutex mutex;
-    std::string text GUARDED_BY(mutex) = program_invocation_short_name;
-};
-
-DefaultTag& defaultTag() {
-    static auto& sTag = *new DefaultTag;
-    return sTag;
-}
-
 }  // namespace
 
 void LogdLogger::operator()(LogId id, LogSeverity severity, const char* tag, const char* file,
@@ -134,11 +124,6 @@ void LogdLogger::operator()(LogId id, LogSeverity severity, const char* tag, con
                                          line,
                                          message};
     __android_log_logd_logger(&entry);
-}
-
-void StderrLogger(LogId id, LogSeverity severity, const char* tag, const char* file,
-                  unsigned int line, const char* message) {
-    LogdLogger()(id, severity, tag, file, line, message);
 }
 
 void DefaultAborter(const char* /*abort_message*/) {
@@ -169,27 +154,8 @@ AbortFunction SetAborter(AbortFunction&& newAborter) {
     return former;
 }
 
-std::string GetDefaultTag() {
-    DefaultTag& tag = defaultTag();
-    std::lock_guard<std::mutex> lock(tag.mutex);
-    return tag.text;
-}
-
 void SetDefaultTag(const std::string& text) {
-    DefaultTag& tag = defaultTag();
-    std::lock_guard<std::mutex> lock(tag.mutex);
-    tag.text = text;
     __android_log_set_default_tag(text.c_str());
-}
-
-LogSeverity GetMinimumLogSeverity() {
-    const int32_t priority = __android_log_get_minimum_priority();
-    return priority == ANDROID_LOG_DEFAULT ? INFO : severityOf(priority);
-}
-
-LogSeverity SetMinimumLogSeverity(LogSeverity new_severity) {
-    const int32_t former = __android_log_set_minimum_priority(priorityOf(new_severity));
-    return former == ANDROID_LOG_DEFAULT ? INFO : severityOf(former);
 }
 
 bool ShouldLog(LogSeverity severity, const char* tag) {

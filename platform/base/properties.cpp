@@ -8,11 +8,9 @@
 #include <fcntl.h>
 #include <host/property_list.h>
 #include <host/runtime_dir.h>
-#include <poll.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -179,8 +177,6 @@ bool listProperties(std::vector<std::pair<std::string, std::string>>* properties
 namespace android::base {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // Nothing when `key` is not set. A folder that cannot be used counts as one without properties.
 std::optional<std::string> find(const std::string& key) {
     std::string dir;
@@ -192,50 +188,6 @@ std::optional<std::string> find(const std::string& key) {
     return host::readFile(dir + "/" + key);
 }
 
-template <typename T, typename Wide>
-T parseNumber(const std::string& text, T fallback, Wide min, Wide max,
-              Wide (*parse)(const char*, char**, int)) {
-    const size_t digits = text.find_first_not_of("+-");
-    const bool hex = digits <= 1 && text.compare(digits, 2, "0x") == 0;
-    if (digits > 1 || !isxdigit(static_cast<unsigned char>(text[digits]))) return fallback;
-    if (std::is_unsigned_v<T> && text[0] == '-') return fallback;
-    errno = 0;
-    char* end = nullptr;
-    const Wide value = parse(text.c_str(), &end, hex ? 16 : 10);
-    if (errno != 0 || *end != '\0' || end != text.c_str() + text.size()) return fallback;
-    return value >= min && value <= max ? static_cast<T>(value) : fallback;
-}
-
-// Calls `holds` now and after every change in the properties folder, until it is true or time is
-// up.
-template <typename Predicate>
-bool waitUntil(const Predicate& holds, std::chrono::milliseconds timeout) {
-    std::string dir;
-    std::string error;
-    if (!host::hostRuntimeSubdir(host::kFolder, &dir, &error)) {
-        LOG(ERROR) << "cannot wait for a property: " << error;
-        return false;
-    }
-    const unique_fd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!watch.ok() || inotify_add_watch(watch.get(), dir.c_str(), IN_MOVED_TO | IN_CREATE) < 0) {
-        PLOG(ERROR) << "cannot watch " << dir;
-        return false;
-    }
-    const auto start = Clock::now();
-    for (;;) {
-        if (holds()) return true;
-        const auto passed =
-            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-        if (passed >= timeout) return false;
-        const auto left = std::min(timeout - passed, std::chrono::milliseconds(INT32_MAX - 1));
-        struct pollfd ready = {watch.get(), POLLIN, 0};
-        poll(&ready, 1, static_cast<int>(left.count()) + (left.count() == 0 ? 1 : 0));
-        char events[4096];
-        while (read(watch.get(), events, sizeof(events)) > 0) {
-        }
-    }
-}
-
 }  // namespace
 
 std::string GetProperty(const std::string& key, const std::string& default_value) {
@@ -243,51 +195,11 @@ std::string GetProperty(const std::string& key, const std::string& default_value
     return value && !value->empty() ? *value : default_value;
 }
 
-bool GetBoolProperty(const std::string& key, bool default_value) {
-    const std::string value = GetProperty(key, "");
-    for (const char* yes : {"1", "y", "yes", "on", "true"}) {
-        if (value == yes) return true;
-    }
-    for (const char* no : {"0", "n", "no", "off", "false"}) {
-        if (value == no) return false;
-    }
-    return default_value;
-}
-
-template <typename T>
-T GetIntProperty(const std::string& key, T default_value, T min, T max) {
-    return parseNumber<T, long long>(GetProperty(key, ""), default_value, min, max, strtoll);
-}
-
-template <typename T>
-T GetUintProperty(const std::string& key, T default_value, T max) {
-    return parseNumber<T, unsigned long long>(GetProperty(key, ""), default_value, 0, max,
-                                              strtoull);
-}
-
-template int8_t GetIntProperty(const std::string&, int8_t, int8_t, int8_t);
-template int16_t GetIntProperty(const std::string&, int16_t, int16_t, int16_t);
-template int32_t GetIntProperty(const std::string&, int32_t, int32_t, int32_t);
-template int64_t GetIntProperty(const std::string&, int64_t, int64_t, int64_t);
-template uint8_t GetUintProperty(const std::string&, uint8_t, uint8_t);
-template uint16_t GetUintProperty(const std::string&, uint16_t, uint16_t);
-template uint32_t GetUintProperty(const std::string&, uint32_t, uint32_t);
-template uint64_t GetUintProperty(const std::string&, uint64_t, uint64_t);
-
 bool SetProperty(const std::string& key, const std::string& value) {
     std::string error;
     if (host::setProperty(key, value, &error)) return true;
     LOG(ERROR) << "cannot set property \"" << key << "\": " << error;
     return false;
-}
-
-bool WaitForProperty(const std::string& key, const std::string& expected_value,
-                     std::chrono::milliseconds relative_timeout) {
-    return waitUntil([&] { return find(key).value_or("") == expected_value; }, relative_timeout);
-}
-
-bool WaitForPropertyCreation(const std::string& key, std::chrono::milliseconds relative_timeout) {
-    return waitUntil([&] { return find(key).has_value(); }, relative_timeout);
 }
 
 }  // namespace android::base

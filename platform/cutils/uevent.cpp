@@ -45,10 +45,9 @@ union SenderAddress {
     sockaddr_nl netlink;
 };
 
-bool isFromKernel(const msghdr& message, const SenderAddress& sender, uid_t uid,
-                  bool requireGroup) {
+bool isFromKernel(const msghdr& message, const SenderAddress& sender, uid_t uid) {
     if (message.msg_namelen >= sizeof(sender.netlink) && sender.any.sa_family == AF_NETLINK) {
-        return sender.netlink.nl_pid == 0 && (!requireGroup || sender.netlink.nl_groups != 0);
+        return sender.netlink.nl_pid == 0 && sender.netlink.nl_groups != 0;
     }
     // The datagram socket: senders need not have a name there.
     return (message.msg_namelen == 0 || sender.any.sa_family == AF_UNIX) &&
@@ -76,16 +75,6 @@ int uevent_open_socket(int buf_sz, bool passcred) {
 }
 
 ssize_t uevent_kernel_multicast_recv(int socket, void* buffer, size_t length) {
-    return uevent_kernel_recv(socket, buffer, length, true, nullptr);
-}
-
-ssize_t uevent_kernel_multicast_uid_recv(int socket, void* buffer, size_t length, uid_t* uid) {
-    return uevent_kernel_recv(socket, buffer, length, true, uid);
-}
-
-ssize_t uevent_kernel_recv(int socket, void* buffer, size_t length, bool require_group,
-                           uid_t* uid) {
-    if (uid != nullptr) *uid = static_cast<uid_t>(-1);
     iovec area = {buffer, length};
     SenderAddress sender = {};
     // No room for descriptors: the kernel drops those that a sender attaches.
@@ -105,8 +94,7 @@ ssize_t uevent_kernel_recv(int socket, void* buffer, size_t length, bool require
     if (size < 0) return -1;
 
     const ucred* credentials = findCredentials(&message);
-    if (credentials != nullptr && uid != nullptr) *uid = credentials->uid;
-    if (credentials != nullptr && isFromKernel(message, sender, credentials->uid, require_group)) {
+    if (credentials != nullptr && isFromKernel(message, sender, credentials->uid)) {
         return size;
     }
     memset(buffer, 0, length);

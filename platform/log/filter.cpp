@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <string_view>
 
 namespace android::log {
 namespace {
@@ -19,8 +20,7 @@ struct Rules {
     static constexpr size_t kMaxRules = 64;
     static constexpr size_t kMaxText = 2048;
     struct Rule {
-        const char* tag;
-        size_t length;
+        std::string_view tag;
         int threshold;
     };
 
@@ -32,7 +32,7 @@ struct Rules {
     Rules();
     void add(const char* word, size_t length);
     // kUnset when no rule applies.
-    int find(const char* tag, size_t length) const;
+    int find(std::string_view tag) const;
 };
 
 int thresholdOf(char letter) {
@@ -86,15 +86,13 @@ void Rules::add(const char* word, size_t length) {
     if (length == 1 || (length == 3 && word[0] == '*' && word[1] == ':')) {
         everyTag = threshold;
     } else if (length > 2 && word[length - 2] == ':' && count < kMaxRules) {
-        rules[count++] = {word, length - 2, threshold};
+        rules[count++] = {{word, length - 2}, threshold};
     }
 }
 
-int Rules::find(const char* tag, size_t length) const {
+int Rules::find(std::string_view tag) const {
     for (size_t i = count; i-- > 0;) {
-        if (rules[i].length == length && memcmp(rules[i].tag, tag, length) == 0) {
-            return rules[i].threshold;
-        }
+        if (rules[i].tag == tag) return rules[i].threshold;
     }
     return everyTag;
 }
@@ -130,10 +128,10 @@ bool mayPass(int priority) {
     return priority >= gFloor.load(std::memory_order_relaxed);
 }
 
-bool passes(int priority, const char* tag, size_t length, int fallback) {
+bool passes(int priority, const char* tag, int fallback) {
     if (!mayPass(priority)) return false;
     if (gFloor.load(std::memory_order_relaxed) == 0) updateFloor();
-    const int rule = environmentRules().find(tag, length);
+    const int rule = environmentRules().find(tag);
     return priority >=
            combine(rule, gMinimum.load(std::memory_order_relaxed), std::max(fallback, kFallback));
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/log.h>
 #include <errno.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -19,7 +20,7 @@ namespace {
 constexpr size_t kMaxFormatted = 1024;  // with the terminator
 
 std::atomic<__android_logger_function> gLogger{__android_log_logd_logger};
-std::atomic<__android_aborter_function> gAborter{__android_log_default_aborter};
+std::atomic<__android_aborter_function> gAborter{[](const char*) { abort(); }};
 std::atomic<const char*> gDefaultTag{nullptr};
 
 const char* defaultTag() {
@@ -32,55 +33,32 @@ bool isLoggable(int priority, const char* tag) {
            __android_log_is_loggable(priority, tag, ANDROID_LOG_VERBOSE) != 0;
 }
 
-void hand(int buffer, int priority, const char* tag, const char* text) {
-    __android_log_message message = {sizeof(message), buffer, priority, tag, nullptr, 0, text};
+void hand(int priority, const char* tag, const char* text) {
+    __android_log_message message = {sizeof(message), LOG_ID_MAIN, priority, tag, nullptr, 0, text};
     __android_log_write_log_message(&message);
-}
-
-int printTo(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
-    const int savedErrno = errno;
-    char text[kMaxFormatted];
-    if (vsnprintf(text, sizeof(text), format, arguments) < 0) {
-        snprintf(text, sizeof(text), "(unprintable: %.900s)", format);
-    }
-    hand(buffer, priority, tag, text);
-    errno = savedErrno;
-    return 1;
 }
 
 }  // namespace
 
 int __android_log_write(int prio, const char* tag, const char* text) {
-    return __android_log_buf_write(LOG_ID_MAIN, prio, tag, text);
-}
-
-int __android_log_buf_write(int bufID, int prio, const char* tag, const char* text) {
     if (!isLoggable(prio, tag)) return -EPERM;
-    hand(bufID, prio, tag, text);
+    hand(prio, tag, text);
     return 1;
 }
 
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     if (!isLoggable(prio, tag)) return -EPERM;
+    const int savedErrno = errno;
+    char text[kMaxFormatted];
     va_list arguments;
     va_start(arguments, fmt);
-    const int result = printTo(LOG_ID_MAIN, prio, tag, fmt, arguments);
+    if (vsnprintf(text, sizeof(text), fmt, arguments) < 0) {
+        snprintf(text, sizeof(text), "(unprintable: %.900s)", fmt);
+    }
     va_end(arguments);
-    return result;
-}
-
-int __android_log_vprint(int prio, const char* tag, const char* fmt, va_list ap) {
-    if (!isLoggable(prio, tag)) return -EPERM;
-    return printTo(LOG_ID_MAIN, prio, tag, fmt, ap);
-}
-
-int __android_log_buf_print(int bufID, int prio, const char* tag, const char* fmt, ...) {
-    if (!isLoggable(prio, tag)) return -EPERM;
-    va_list arguments;
-    va_start(arguments, fmt);
-    const int result = printTo(bufID, prio, tag, fmt, arguments);
-    va_end(arguments);
-    return result;
+    hand(prio, tag, text);
+    errno = savedErrno;
+    return 1;
 }
 
 void __android_log_write_log_message(__android_log_message* log_message) {
@@ -111,10 +89,6 @@ void __android_log_set_logger(__android_logger_function logger) {
 }
 
 void __android_log_logd_logger(const __android_log_message* log_message) {
-    __android_log_stderr_logger(log_message);
-}
-
-void __android_log_stderr_logger(const __android_log_message* log_message) {
     const char* tag = log_message->tag != nullptr ? log_message->tag : defaultTag();
     const char* text = log_message->message;
     std::string withPlace;
@@ -134,19 +108,10 @@ void __android_log_call_aborter(const char* abort_message) {
     gAborter.load(std::memory_order_acquire)(abort_message);
 }
 
-void __android_log_default_aborter(const char* /*abort_message*/) {
-    abort();
-}
-
 int __android_log_is_loggable(int prio, const char* tag, int default_prio) {
     if (!android::log::mayPass(prio)) return 0;
     if (tag == nullptr) tag = defaultTag();
-    return __android_log_is_loggable_len(prio, tag, strlen(tag), default_prio);
-}
-
-int __android_log_is_loggable_len(int prio, const char* tag, size_t len, int default_prio) {
-    if (tag == nullptr) return __android_log_is_loggable(prio, nullptr, default_prio);
-    return android::log::passes(prio, tag, len, default_prio) ? 1 : 0;
+    return android::log::passes(prio, tag, default_prio) ? 1 : 0;
 }
 
 int32_t __android_log_set_minimum_priority(int32_t priority) {

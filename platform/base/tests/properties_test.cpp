@@ -107,53 +107,6 @@ TEST_F(PropertiesTest, ReaderSeesOneWholeValueOrTheOther) {
     EXPECT_THAT(all, ElementsAre(Pair("p", shorter)));
 }
 
-TEST_F(PropertiesTest, NumbersAndBooleansOutsideTheRulesGiveTheDefault) {
-    const struct {
-        const char* text;
-        int expected;  // -1: the default
-    } kNumbers[] = {{"5", 5},     {"+5", 5},
-                    {"0x1F", 31}, {"010", 10},
-                    {"100", 100}, {"101", -1},
-                    {"5 ", -1},   {" 5", -1},
-                    {"-", -1},    {"0x", -1},
-                    {"x", -1},    {"--5", -1},
-                    {"1e1", -1},  {"99999999999999999999", -1},
-                    {"a", -1}};
-    for (const auto& item : kNumbers) {
-        ASSERT_TRUE(SetProperty("n", item.text));
-        EXPECT_EQ(item.expected, GetIntProperty<int>("n", -1, 0, 100)) << item.text;
-    }
-    ASSERT_TRUE(SetProperty("n", "-128"));
-    EXPECT_EQ(-128, GetIntProperty<int8_t>("n", 0));
-    EXPECT_EQ(7u, GetUintProperty<uint64_t>("n", 7));
-    ASSERT_TRUE(SetProperty("n", "18446744073709551615"));
-    EXPECT_EQ(UINT64_MAX, GetUintProperty<uint64_t>("n", 7));
-    EXPECT_EQ(7, GetIntProperty<int64_t>("n", 7));
-
-    for (const char* yes : {"1", "y", "yes", "on", "true"}) {
-        ASSERT_TRUE(SetProperty("b", yes));
-        EXPECT_TRUE(GetBoolProperty("b", false)) << yes;
-    }
-    for (const char* no : {"0", "n", "no", "off", "false"}) {
-        ASSERT_TRUE(SetProperty("b", no));
-        EXPECT_FALSE(GetBoolProperty("b", true)) << no;
-    }
-    ASSERT_TRUE(SetProperty("b", "TRUE"));
-    EXPECT_FALSE(GetBoolProperty("b", false));
-}
-
-TEST_F(PropertiesTest, WaitEndsWithTheValueOrTheTime) {
-    EXPECT_FALSE(WaitForProperty("p", "go", std::chrono::milliseconds(0)));
-    std::thread setter([] {
-        EXPECT_TRUE(SetProperty("p", "not yet"));
-        EXPECT_TRUE(SetProperty("p", "go"));
-    });
-    EXPECT_TRUE(WaitForPropertyCreation("p", std::chrono::seconds(20)));
-    EXPECT_TRUE(WaitForProperty("p", "go", std::chrono::seconds(20)));
-    setter.join();
-    EXPECT_FALSE(WaitForProperty("p", "other", std::chrono::milliseconds(5)));
-}
-
 TEST_F(PropertiesTest, WhatIsNoFileIsNoProperty) {
     ASSERT_TRUE(SetProperty("good", "1"));
     const std::string folder = mDir + "/properties/";

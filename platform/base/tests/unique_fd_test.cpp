@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android-base/stringprintf.h>
 #include <android-base/unique_fd.h>
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -48,15 +47,6 @@ TEST(UniqueFdTest, FailedPipeLeavesArgumentsAlone) {
     const int former = write.get();
     EXPECT_FALSE(Pipe(&read, &write, ~0));
     EXPECT_EQ(former, write.get());
-}
-
-TEST(StringPrintfTest, LengthAroundTheInnerBufferIsWhole) {
-    for (int length = 250; length < 262; ++length) {
-        EXPECT_EQ(static_cast<size_t>(length), StringPrintf("%*d", length, 7).size());
-    }
-    std::string text = "a";
-    StringAppendF(&text, "%s%d", "b", 3);
-    EXPECT_EQ("ab3", text);
 }
 
 }  // namespace

@@ -63,9 +63,6 @@ class LogdLogger {
     LogId mDefaultLogId;
 };
 
-void StderrLogger(LogId id, LogSeverity severity, const char* tag, const char* file,
-                  unsigned int line, const char* message);
-
 // Calls abort().
 void DefaultAborter(const char* abort_message);
 
@@ -79,27 +76,9 @@ void InitLogging(char* argv[], LogFunction&& logger = LogdLogger(),
 LogFunction SetLogger(LogFunction&& logger);
 AbortFunction SetAborter(AbortFunction&& aborter);
 
-std::string GetDefaultTag();
 void SetDefaultTag(const std::string& tag);
 
-// What is logged at least (see android/log.h for how ANDROID_LOG_TAGS combines); INFO when none was
-// set.
-LogSeverity GetMinimumLogSeverity();
-LogSeverity SetMinimumLogSeverity(LogSeverity new_severity);
-
 bool ShouldLog(LogSeverity severity, const char* tag);
-
-// Another minimum for the life of the object.
-class ScopedLogSeverity {
-  public:
-    explicit ScopedLogSeverity(LogSeverity level) : mFormer(SetMinimumLogSeverity(level)) {}
-    ~ScopedLogSeverity() { SetMinimumLogSeverity(mFormer); }
-    ScopedLogSeverity(const ScopedLogSeverity&) = delete;
-    void operator=(const ScopedLogSeverity&) = delete;
-
-  private:
-    LogSeverity mFormer;
-};
 
 // One entry in the making, logged when destroyed. For the macros below.
 class LogMessage {
@@ -151,12 +130,6 @@ inline const char* LogValue(std::nullptr_t) {
 inline bool SameText(const char* lhs, const char* rhs) {
     return lhs == rhs || (lhs != nullptr && rhs != nullptr && strcmp(lhs, rhs) == 0);
 }
-
-#ifdef NDEBUG
-inline constexpr bool kEnableDChecks = false;
-#else
-inline constexpr bool kEnableDChecks = true;
-#endif
 
 }  // namespace android::base
 
@@ -223,18 +196,3 @@ inline constexpr bool kEnableDChecks = true;
 
 #define CHECK_STREQ(s1, s2) CHECK_STROP(s1, s2, true)
 #define CHECK_STRNE(s1, s2) CHECK_STROP(s1, s2, false)
-
-// Checks that release builds compile but do not evaluate.
-#define DCHECK(x) !::android::base::kEnableDChecks || CHECK(x)
-#ifdef NDEBUG
-#define DCHECK_IF_ENABLED while (false)
-#else
-#define DCHECK_IF_ENABLED
-#endif
-#define DCHECK_EQ(x, y) DCHECK_IF_ENABLED CHECK_EQ(x, y)
-#define DCHECK_NE(x, y) DCHECK_IF_ENABLED CHECK_NE(x, y)
-#define DCHECK_LE(x, y) DCHECK_IF_ENABLED CHECK_LE(x, y)
-#define DCHECK_LT(x, y) DCHECK_IF_ENABLED CHECK_LT(x, y)
-#define DCHECK_GE(x, y) DCHECK_IF_ENABLED CHECK_GE(x, y)
-#define DCHECK_GT(x, y) DCHECK_IF_ENABLED CHECK_GT(x, y)
-#define DCHECK_STREQ(s1, s2) DCHECK_IF_ENABLED CHECK_STREQ(s1, s2)

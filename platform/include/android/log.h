@@ -26,10 +26,8 @@
 // again) and delays a caller by at most 20 ms once.
 //
 // All functions may be called from any thread, keep errno, and take a null tag for the default tag.
-// The only ones that may end the process are __android_log_assert, __android_log_call_aborter and
-// __android_log_default_aborter.
+// The only ones that may end the process are __android_log_assert and __android_log_call_aborter.
 
-#include <stdarg.h>
 #include <stddef.h>
 #include <stdint.h>
 
@@ -78,18 +76,11 @@ struct __android_log_message {
 typedef void (*__android_logger_function)(const struct __android_log_message* log_message);
 typedef void (*__android_aborter_function)(const char* abort_message);
 
-// Logs `text` (write), or a text made as by printf and cut to 1,023 bytes (print, vprint). Return
-// 1, or -EPERM when the entry was below its threshold.
+// Logs `text` (write), or a text made as by printf and cut to 1,023 bytes (print). Return 1, or
+// -EPERM when the entry was below its threshold.
 int __android_log_write(int prio, const char* tag, const char* text);
 int __android_log_print(int prio, const char* tag, const char* fmt, ...)
     __attribute__((__format__(printf, 3, 4)));
-int __android_log_vprint(int prio, const char* tag, const char* fmt, va_list ap)
-    __attribute__((__format__(printf, 3, 0)));
-
-// The same for a given log buffer (a log_id_t).
-int __android_log_buf_write(int bufID, int prio, const char* tag, const char* text);
-int __android_log_buf_print(int bufID, int prio, const char* tag, const char* fmt, ...)
-    __attribute__((__format__(printf, 4, 5)));
 
 // Hands an entry to the logger. Does not look at thresholds: callers ask __android_log_is_loggable
 // first.
@@ -104,20 +95,16 @@ void __android_log_assert(const char* cond, const char* tag, const char* fmt, ..
 // longer.
 void __android_log_set_logger(__android_logger_function logger);
 
-// The two loggers of the platform. Here both write to standard error in the form above.
+// The logger in place at start, which writes to standard error in the form above.
 void __android_log_logd_logger(const struct __android_log_message* log_message);
-void __android_log_stderr_logger(const struct __android_log_message* log_message);
 
-// What happens after a FATAL entry. The default aborter calls abort().
+// What happens after a FATAL entry; without an aborter, abort().
 void __android_log_set_aborter(__android_aborter_function aborter);
 void __android_log_call_aborter(const char* abort_message);
-void __android_log_default_aborter(const char* abort_message) __attribute__((__noreturn__));
 
 // Whether an entry of this priority and tag would be logged: 1 or 0. `default_prio` is the
-// threshold when none is set; the stand-in uses I when it is lower than that. The `_len` form takes
-// a tag without terminator.
+// threshold when none is set; the stand-in uses I when it is lower than that.
 int __android_log_is_loggable(int prio, const char* tag, int default_prio);
-int __android_log_is_loggable_len(int prio, const char* tag, size_t len, int default_prio);
 
 // Sets the minimum priority (ANDROID_LOG_DEFAULT takes the setting back) and returns the former
 // one.

@@ -24,7 +24,7 @@ extern "C" {
 // Opens a socket that receives the uevents of all multicast groups, closed on exec, with a receive
 // buffer of `buf_sz` bytes (for more than the system's limit the caller needs CAP_NET_ADMIN;
 // without it the limit holds). `passcred` has the sender's credentials delivered, without which the
-// functions below refuse every message. Returns the descriptor, which the caller closes, or -1 with
+// function below refuses every message. Returns the descriptor, which the caller closes, or -1 with
 // errno set.
 //
 // With ANDROID_HOST_UEVENT_SOCKET: the socket at its path gets mode 0600; a socket that a dead
@@ -42,14 +42,6 @@ int uevent_open_socket(int buf_sz, bool passcred);
 // kernel's (sent by a process, not to a multicast group, or without credentials). Of a refused
 // message nothing stays: `buffer` is then zero throughout.
 ssize_t uevent_kernel_multicast_recv(int socket, void* buffer, size_t length);
-
-// The same; `*uid` becomes the sender's user, also when the message is refused, or (uid_t)-1 when
-// unknown.
-ssize_t uevent_kernel_multicast_uid_recv(int socket, void* buffer, size_t length, uid_t* uid);
-
-// The same; without `require_group` a message of the kernel's to this socket alone is delivered
-// too.
-ssize_t uevent_kernel_recv(int socket, void* buffer, size_t length, bool require_group, uid_t* uid);
 
 #ifdef __cplusplus
 }

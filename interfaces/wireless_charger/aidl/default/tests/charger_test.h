@@ -43,7 +43,7 @@ class LogCapture {
         });
         __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
     }
-    ~LogCapture() { __android_log_set_logger(__android_log_stderr_logger); }
+    ~LogCapture() { __android_log_set_logger(__android_log_logd_logger); }
 
     /** The entries since the last call, without those of the event thread's start. */
     std::vector<std::string> take() {
