@@ -2,6 +2,7 @@
 #include "text.h"
 
 #include <fmt/format.h>
+#include <host/utf8.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,27 +18,6 @@ int hexDigit(char c) {
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
     return -1;
-}
-
-// Length of the UTF-8 sequence at the beginning of the text; 0 when there is no valid one.
-size_t utf8Length(std::string_view text) {
-    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
-    const uint8_t first = byte(0);
-    const size_t length = first < 0x80   ? 1
-                          : first < 0xC2 ? 0
-                          : first < 0xE0 ? 2
-                          : first < 0xF0 ? 3
-                          : first < 0xF5 ? 4
-                                         : 0;
-    if (length == 0 || length > text.size()) return 0;
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-    }
-    if (first == 0xE0 && byte(1) < 0xA0) return 0;
-    if (first == 0xED && byte(1) > 0x9F) return 0;
-    if (first == 0xF0 && byte(1) < 0x90) return 0;
-    if (first == 0xF4 && byte(1) > 0x8F) return 0;
-    return length;
 }
 
 // Edits (insert, remove, replace, swap neighbours) that turn one word into the other.
@@ -89,19 +69,15 @@ std::vector<uint8_t> fromHex(std::string_view text, const std::string& what) {
 std::string printable(std::string_view text) {
     std::string out;
     while (!text.empty()) {
-        const size_t length = utf8Length(text);
-        const auto first = static_cast<uint8_t>(text[0]);
-        const bool control = length == 1 ? first < 0x20 || first == 0x7F
-                                         : first == 0xC2 && static_cast<uint8_t>(text[1]) < 0xA0;
-        if (length == 0 || control) {
-            const size_t count = std::max<size_t>(length, 1);
-            for (size_t i = 0; i < count; ++i) {
-                out += fmt::format("\\x{:02x}", static_cast<uint8_t>(text[i]));
-            }
-            text.remove_prefix(count);
-        } else {
-            out += text.substr(0, length);
-            text.remove_prefix(length);
+        const std::string_view before = text;
+        const char32_t c = android::host::takeCharacter(&text);
+        const std::string_view bytes = before.substr(0, before.size() - text.size());
+        if (c != android::host::kNoCharacter && !android::host::isControl(c)) {
+            out += bytes;
+            continue;
+        }
+        for (const char byte : bytes) {
+            out += fmt::format("\\x{:02x}", static_cast<uint8_t>(byte));
         }
     }
     return out;

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <host/property_list.h>
 #include <host/runtime_dir.h>
+#include <host/utf8.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
@@ -33,25 +34,8 @@ bool isReadOnly(const std::string& name) {
 }
 
 bool isUtf8(std::string_view text) {
-    for (size_t i = 0; i < text.size();) {
-        const auto first = static_cast<uint8_t>(text[i]);
-        const size_t tails = first < 0x80             ? 0
-                             : (first & 0xE0) == 0xC0 ? 1
-                             : (first & 0xF0) == 0xE0 ? 2
-                             : (first & 0xF8) == 0xF0 ? 3
-                                                      : SIZE_MAX;
-        if (tails == SIZE_MAX || text.size() - i <= tails) return false;
-        uint32_t code = tails == 0 ? first : first & (0x3Fu >> tails);
-        for (size_t t = 1; t <= tails; ++t) {
-            const auto byte = static_cast<uint8_t>(text[i + t]);
-            if ((byte & 0xC0) != 0x80) return false;
-            code = code << 6 | (byte & 0x3F);
-        }
-        constexpr uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
-        if (code < kLeast[tails] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-            return false;
-        }
-        i += tails + 1;
+    while (!text.empty()) {
+        if (takeCharacter(&text) == kNoCharacter) return false;
     }
     return true;
 }

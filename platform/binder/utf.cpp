@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "utf.h"
 
+#include <host/utf8.h>
 #include <string.h>
 
 namespace host::binder {
@@ -8,38 +9,10 @@ namespace {
 
 constexpr char32_t kReplacement = 0xfffd;
 
-bool isContinuation(char c) {
-    return (static_cast<uint8_t>(c) & 0xc0) == 0x80;
-}
-
-// Takes one code point off the front of `text`; what is no UTF-8 (overlong forms and surrogates
-// included) costs one byte and gives kReplacement.
+// What is no UTF-8 becomes replacement characters, one a byte.
 char32_t nextCodePoint(std::string_view* text) {
-    auto lead = static_cast<uint8_t>(text->front());
-    size_t length = lead < 0x80   ? 1
-                    : lead < 0xc2 ? 0
-                    : lead < 0xe0 ? 2
-                    : lead < 0xf0 ? 3
-                    : lead < 0xf5 ? 4
-                                  : 0;
-    if (length == 1) {
-        text->remove_prefix(1);
-        return lead;
-    }
-    char32_t value = lead & (0x7f >> length);
-    bool valid = length != 0 && text->size() >= length;
-    for (size_t i = 1; valid && i < length; ++i) {
-        valid = isContinuation((*text)[i]);
-        value = value << 6 | (static_cast<uint8_t>((*text)[i]) & 0x3f);
-    }
-    static constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (!valid || value < kSmallest[length] || value > 0x10ffff ||
-        (value >= 0xd800 && value < 0xe000)) {
-        text->remove_prefix(1);
-        return kReplacement;
-    }
-    text->remove_prefix(length);
-    return value;
+    const char32_t c = android::host::takeCharacter(text);
+    return c != android::host::kNoCharacter ? c : kReplacement;
 }
 
 char16_t unitAt(const uint8_t* in, size_t index) {

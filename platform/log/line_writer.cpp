@@ -3,6 +3,7 @@
 
 #include <android/log.h>
 #include <errno.h>
+#include <host/utf8.h>
 #include <limits.h>
 #include <poll.h>
 #include <pthread.h>
@@ -46,32 +47,12 @@ bool writeWithoutBlocking(int fd, const char* data, size_t size, int patienceMs)
 }
 
 // The number of bytes of the character at the start of `text` that is written as it is, or 0 when
-// its first byte must be escaped: control characters, what is not UTF-8, and line or direction
-// controls.
+// its first byte must be escaped.
 size_t plainLength(std::string_view text) {
-    const auto at = [&](size_t i) -> uint32_t {
-        return i < text.size() ? static_cast<uint8_t>(text[i]) : 0;
-    };
-    const auto isTail = [&](size_t i) { return (at(i) & 0xC0) == 0x80; };
-    const uint32_t first = at(0);
-    if (first < 0x80) return (first >= 0x20 && first != 0x7F) || first == '\t' ? 1 : 0;
-    if (first >= 0xC2 && first <= 0xDF && isTail(1)) {
-        const uint32_t code = (first & 0x1F) << 6 | (at(1) & 0x3F);
-        return code >= 0xA0 ? 2 : 0;
-    }
-    if ((first & 0xF0) == 0xE0 && isTail(1) && isTail(2)) {
-        const uint32_t code = (first & 0x0F) << 12 | (at(1) & 0x3F) << 6 | (at(2) & 0x3F);
-        const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-        const bool control =
-            (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
-        return code >= 0x800 && !surrogate && !control ? 3 : 0;
-    }
-    if ((first & 0xF8) == 0xF0 && isTail(1) && isTail(2) && isTail(3)) {
-        const uint32_t code =
-            (first & 0x07) << 18 | (at(1) & 0x3F) << 12 | (at(2) & 0x3F) << 6 | (at(3) & 0x3F);
-        return code >= 0x10000 && code <= 0x10FFFF ? 4 : 0;
-    }
-    return 0;
+    const size_t before = text.size();
+    const char32_t c = host::takeCharacter(&text);
+    const bool plain = c == '\t' || (c != host::kNoCharacter && !host::isControl(c));
+    return plain ? before - text.size() : 0;
 }
 
 constexpr size_t kEscapeLength = 4;
