@@ -13,6 +13,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string_view>
 
@@ -33,8 +34,11 @@ char letterOf(int priority) {
 // Looks before it writes, since a full pipe would block and one without reader would raise SIGPIPE.
 bool writeWithoutBlocking(int fd, const char* data, size_t size, int patienceMs) {
     while (size > 0) {
+        // To look only is cheaper than to wait, and mostly enough.
         struct pollfd ready = {fd, POLLOUT, 0};
-        if (poll(&ready, 1, patienceMs) != 1 || ready.revents != POLLOUT) return false;
+        int count = poll(&ready, 1, 0);
+        if (count == 0 && patienceMs > 0) count = poll(&ready, 1, patienceMs);
+        if (count != 1 || ready.revents != POLLOUT) return false;
         const ssize_t written = write(fd, data, size);
         if (written < 0) {
             if (errno == EINTR) continue;
@@ -46,56 +50,88 @@ bool writeWithoutBlocking(int fd, const char* data, size_t size, int patienceMs)
     return true;
 }
 
-// The number of bytes of the character at the start of `text` that is written as it is, or 0 when
-// its first byte must be escaped.
-size_t plainLength(std::string_view text) {
-    const size_t before = text.size();
-    const char32_t c = host::takeCharacter(&text);
-    const bool plain = c == '\t' || (c != host::kNoCharacter && !host::isControl(c));
-    return plain ? before - text.size() : 0;
+bool isPlainAscii(char c) {
+    return (c >= 0x20 && c < 0x7F) || c == '\t';
 }
 
-constexpr size_t kEscapeLength = 4;
-
-void escape(uint8_t byte, char* to) {
-    constexpr char kHex[] = "0123456789abcdef";
-    to[0] = '\\';
-    to[1] = 'x';
-    to[2] = kHex[byte >> 4];
-    to[3] = kHex[byte & 15];
+// Takes whole characters off the front of `*text` and writes them, as they are or, when they could
+// mislead, their first byte as \xNN, while there is room. Returns the number of bytes written.
+size_t takeEscaped(std::string_view* text, char* to, size_t room) {
+    size_t used = 0;
+    while (!text->empty()) {
+        size_t run = 0;
+        const size_t most = std::min(text->size(), room - used);
+        while (run < most && isPlainAscii((*text)[run])) ++run;
+        if (run > 0) {
+            memcpy(to + used, text->data(), run);
+            used += run;
+            text->remove_prefix(run);
+            continue;
+        }
+        std::string_view rest = *text;
+        const char32_t c = host::takeCharacter(&rest);
+        const bool plain = c != host::kNoCharacter && (c == '\t' || !host::isControl(c));
+        const size_t taken = plain ? text->size() - rest.size() : 1;
+        const size_t length = plain ? taken : 4;
+        if (used + length > room) break;
+        if (plain) {
+            memcpy(to + used, text->data(), length);
+        } else {
+            constexpr char kHex[] = "0123456789abcdef";
+            const auto byte = static_cast<uint8_t>(text->front());
+            to[used] = '\\';
+            to[used + 1] = 'x';
+            to[used + 2] = kHex[byte >> 4];
+            to[used + 3] = kHex[byte & 15];
+        }
+        used += length;
+        text->remove_prefix(taken);
+    }
+    return used;
 }
 
 std::atomic<uint32_t> gForks{0};
 
-// Process and thread, asked of the kernel once a thread (and again after a fork).
-struct Ids {
-    uint32_t forks;
-    pid_t process;
-    pid_t thread;
-};
-
-const Ids& currentIds() {
+// " PID TID ", worked out once a thread (and again after a fork).
+std::string_view processAndThread() {
     static const int sWatched = pthread_atfork(nullptr, nullptr, [] { ++gForks; });
     (void)sWatched;
-    static thread_local Ids sIds{gForks, getpid(), gettid()};
-    if (const uint32_t forks = gForks; sIds.forks != forks) sIds = {forks, getpid(), gettid()};
-    return sIds;
+    static thread_local uint32_t sForks;
+    static thread_local char sText[32];
+    static thread_local size_t sLength = 0;
+    if (const uint32_t forks = gForks; sLength == 0 || sForks != forks) {
+        sLength =
+            static_cast<size_t>(snprintf(sText, sizeof(sText), " %5d %5d ", getpid(), gettid()));
+        sForks = forks;
+    }
+    return {sText, sLength};
 }
 
-// The local time's part that changes once a minute is worked out once a minute.
-int printTime(char* to, size_t size) {
+void putDigits(char* to, int count, long value) {
+    while (count-- > 0) {
+        to[count] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+}
+
+constexpr size_t kTimeLength = sizeof("MM-DD HH:MM:SS.mmm") - 1;
+
+// The local time; what changes once a minute is worked out once a minute.
+void printTime(char* to) {
     struct timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
     static thread_local time_t sMinute = -1;
-    static thread_local struct tm sTime;
+    static thread_local char sText[kTimeLength + 1];
     const time_t minute = now.tv_sec / 60;
     if (minute != sMinute) {
-        localtime_r(&now.tv_sec, &sTime);
+        struct tm time;
+        localtime_r(&now.tv_sec, &time);
+        strftime(sText, sizeof(sText), "%m-%d %H:%M:00.000", &time);
         sMinute = minute;
     }
-    return snprintf(to, size, "%02d-%02d %02d:%02d:%02d.%03d", sTime.tm_mon + 1, sTime.tm_mday,
-                    sTime.tm_hour, sTime.tm_min, static_cast<int>(now.tv_sec % 60),
-                    static_cast<int>(now.tv_nsec / 1000000));
+    memcpy(to, sText, kTimeLength);
+    putDigits(to + kTimeLength - 6, 2, now.tv_sec % 60);
+    putDigits(to + kTimeLength - 3, 3, now.tv_nsec / 1000000);
 }
 
 // Gathers whole lines and writes them together, at most PIPE_BUF bytes at once, so that lines of
@@ -103,11 +139,13 @@ int printTime(char* to, size_t size) {
 class LineBuffer {
   public:
     LineBuffer(int fd, int priority, std::string_view tag) : mFd(fd) {
-        const Ids& ids = currentIds();
-        size_t used = static_cast<size_t>(printTime(mPrefix, sizeof(mPrefix)));
-        used += static_cast<size_t>(snprintf(mPrefix + used, sizeof(mPrefix) - used, " %5d %5d %c ",
-                                             ids.process, ids.thread, letterOf(priority)));
-        used = appendTag(used, tag);
+        printTime(mPrefix);
+        size_t used = kTimeLength;
+        const std::string_view ids = processAndThread();
+        used += ids.copy(mPrefix + used, ids.size());
+        mPrefix[used++] = letterOf(priority);
+        mPrefix[used++] = ' ';
+        used += takeEscaped(&tag, mPrefix + used, kMaxTag);
         mPrefix[used++] = ':';
         mPrefix[used++] = ' ';
         mPrefixLength = used;
@@ -116,17 +154,10 @@ class LineBuffer {
     // `line` holds no line feed.
     void addLine(std::string_view line) {
         beginLine();
-        while (!line.empty()) {
-            const size_t plain = plainLength(line);
-            const size_t length = plain != 0 ? plain : kEscapeLength;
-            if (mUsed + length + 1 > sizeof(mBuffer)) continueLine();
-            if (plain != 0) {
-                memcpy(mBuffer + mUsed, line.data(), plain);
-            } else {
-                escape(static_cast<uint8_t>(line[0]), mBuffer + mUsed);
-            }
-            mUsed += length;
-            line.remove_prefix(plain != 0 ? plain : 1);
+        for (;;) {
+            mUsed += takeEscaped(&line, mBuffer + mUsed, sizeof(mBuffer) - mUsed - 1);
+            if (line.empty()) break;
+            continueLine();
         }
         mBuffer[mUsed++] = '\n';
         mWholeLines = mUsed;
@@ -139,23 +170,6 @@ class LineBuffer {
     }
 
   private:
-    size_t appendTag(size_t used, std::string_view tag) {
-        const size_t end = used + kMaxTag;
-        while (!tag.empty()) {
-            const size_t plain = plainLength(tag);
-            const size_t length = plain != 0 ? plain : kEscapeLength;
-            if (used + length > end) break;
-            if (plain != 0) {
-                memcpy(mPrefix + used, tag.data(), plain);
-            } else {
-                escape(static_cast<uint8_t>(tag[0]), mPrefix + used);
-            }
-            used += length;
-            tag.remove_prefix(plain != 0 ? plain : 1);
-        }
-        return used;
-    }
-
     void beginLine() {
         if (mUsed + mPrefixLength + 1 > sizeof(mBuffer)) writeWholeLines();
         memcpy(mBuffer + mUsed, mPrefix, mPrefixLength);
