@@ -13,8 +13,10 @@
 #include <stdint.h>
 #include <stdlib.h>
 
+#include <iterator>
 #include <span>
-#include <vector>
+#include <tuple>
+#include <type_traits>
 
 #include "charger_under_fuzz.h"
 
@@ -106,129 +108,61 @@ IWirelessCharger& proxyOfLiar() {
     return *proxy;
 }
 
-template <typename T>
-void call(ndk::ScopedAStatus (IWirelessCharger::*method)(T*)) {
-    T result{};
-    (void)(proxyOfLiar().*method)(&result);
-}
-
-// Every method whose reply has a type of its own.
-void readReply(uint8_t choice, Input bytes) {
-    gReply = bytes;
-    IWirelessCharger& proxy = proxyOfLiar();
-    using I = IWirelessCharger;
-    std::vector<uint8_t> data;
-    switch (choice % 28) {
-        case 0:
-            (void)proxy.challenge(1, {}, &data);
-            break;
-        case 1:
-            call(&I::getAlignInfo);
-            break;
-        case 2: {
-            FanInfo r;
-            (void)proxy.getFanInfo(1, &r);
-            break;
-        }
-        case 3:
-            call(&I::getFanLevel);
-            break;
-        case 4: {
-            WirelessChargerFeature r;
-            (void)proxy.getFeatures(1, &r);
-            break;
-        }
-        case 5:
-            call(&I::getInformation);
-            break;
-        case 6:
-            call(&I::getRtxInformation);
-            break;
-        case 7:
-            (void)proxy.getWpcAuthCertificate(0, 0, 0, &data);
-            break;
-        case 8: {
-            WpcAuthChallengeResponse r;
-            (void)proxy.getWpcAuthChallengeResponse(0, {}, &r);
-            break;
-        }
-        case 9: {
-            WpcAuthDigests r;
-            (void)proxy.getWpcAuthDigests(0, &r);
-            break;
-        }
-        case 10:
-            call(&I::isDockPresent);
-            break;
-        case 11:
-            call(&I::isRtxModeOn);
-            break;
-        case 12: {
-            KeyExchangeResponse r;
-            (void)proxy.keyExchange({}, &r);
-            break;
-        }
-        case 13:
-            call(&I::getFirstMissingChunk);
-            break;
-        case 14: {
-            char16_t r;
-            (void)proxy.sendChunk(0, 0, {}, &r);
-            break;
-        }
-        case 15:
-            call(&I::getUpdateExecutionStatus);
-            break;
-        case 16:
-            call(&I::getUpdateInformation);
-            break;
-        case 17:
-            call(&I::executeUpdate);
-            break;
-        case 18: {
-            UpdateStartResponse r;
-            (void)proxy.updateStart(0, 0, false, {}, &r);
-            break;
-        }
-        case 19: {
-            FwMissingChunk r;
-            (void)proxy.getFirstFwMissingChunk(0, &r);
-            break;
-        }
-        case 20: {
-            FwUpdateStatus r;
-            (void)proxy.getFwUpdateExecutionStatus(0, &r);
-            break;
-        }
-        case 21: {
-            FwUpdateInfo r;
-            (void)proxy.getFwUpdateInformation(0, &r);
-            break;
-        }
-        case 22: {
-            FwUpdateStartResponse r;
-            (void)proxy.fwUpdateStart(0, 0, 0, false, {}, &r);
-            break;
-        }
-        case 23: {
-            ChunkResponse r;
-            (void)proxy.sendCompressFwChunk(0, 0, 0, {}, &r);
-            break;
-        }
-        case 24:
-            call(&I::getSkinTemperature);
-            break;
-        case 25:
-            call(&I::getPhoneInformation);
-            break;
-        case 26:
-            call(&I::getPowerInformation);
-            break;
-        case 27:
-            (void)proxy.reboot();
-            break;
+template <typename T, typename Value>
+T passed(Value& value) {
+    if constexpr (std::is_pointer_v<T>) {
+        return &value;
+    } else {
+        return value;
     }
 }
+
+template <typename... Args>
+void callWithNothing(ndk::ScopedAStatus (IWirelessCharger::*method)(Args...)) {
+    std::tuple<std::remove_pointer_t<std::remove_cvref_t<Args>>...> values{};
+    std::apply([&](auto&... each) { (void)(proxyOfLiar().*method)(passed<Args>(each)...); },
+               values);
+}
+
+// Calls the method with zeros and empty lists; what counts is the reply.
+template <auto method>
+void readReply() {
+    callWithNothing(method);
+}
+
+using I = IWirelessCharger;
+// Every method whose reply has a type of its own.
+constexpr void (*kReplyReaders[])() = {
+    readReply<&I::challenge>,
+    readReply<&I::getAlignInfo>,
+    readReply<&I::getFanInfo>,
+    readReply<&I::getFanLevel>,
+    readReply<&I::getFeatures>,
+    readReply<&I::getInformation>,
+    readReply<&I::getRtxInformation>,
+    readReply<&I::getWpcAuthCertificate>,
+    readReply<&I::getWpcAuthChallengeResponse>,
+    readReply<&I::getWpcAuthDigests>,
+    readReply<&I::isDockPresent>,
+    readReply<&I::isRtxModeOn>,
+    readReply<&I::keyExchange>,
+    readReply<&I::reboot>,
+    readReply<&I::getFirstMissingChunk>,
+    readReply<&I::sendChunk>,
+    readReply<&I::getUpdateExecutionStatus>,
+    readReply<&I::getUpdateInformation>,
+    readReply<&I::executeUpdate>,
+    readReply<&I::updateStart>,
+    readReply<&I::getFirstFwMissingChunk>,
+    readReply<&I::getFwUpdateExecutionStatus>,
+    readReply<&I::getFwUpdateInformation>,
+    readReply<&I::fwUpdateStart>,
+    readReply<&I::sendCompressFwChunk>,
+    readReply<&I::getSkinTemperature>,
+    readReply<&I::getPhoneInformation>,
+    readReply<&I::getPowerInformation>,
+    readReply<&I::getInterfaceHash>,
+};
 
 }  // namespace
 }  // namespace aidl::vendor::zorvak::wireless_charger
@@ -254,7 +188,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             callObject(callbacks[choice % 3].get(), 0, bytes);
             break;
         default:
-            readReply(choice, bytes);
+            gReply = bytes;
+            kReplyReaders[choice % std::size(kReplyReaders)]();
             break;
     }
     return 0;
