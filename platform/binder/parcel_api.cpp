@@ -55,6 +55,29 @@ binder_status_t readArray(const AParcel* parcel, void* arrayData,
     return STATUS_OK;
 }
 
+// Arrays whose items are written and read one by one; the functions get an item's index.
+template <typename Write>
+binder_status_t writeElements(AParcel* parcel, int32_t length, Write write) {
+    if (length < kNullCount) return STATUS_BAD_VALUE;
+    parcel->writeValue(length);
+    for (int32_t i = 0; i < length; ++i) {
+        if (binder_status_t s = write(static_cast<size_t>(i)); s != STATUS_OK) return s;
+    }
+    return STATUS_OK;
+}
+
+template <typename Allocate, typename Read>
+binder_status_t readElements(const AParcel* parcel, Allocate allocator, Read read) {
+    int32_t count;
+    bool done;
+    binder_status_t status = allocate(parcel, sizeof(int32_t), &count, &done, allocator);
+    if (status != STATUS_OK || done) return status;
+    for (int32_t i = 0; i < count; ++i) {
+        if (binder_status_t s = read(static_cast<size_t>(i)); s != STATUS_OK) return s;
+    }
+    return STATUS_OK;
+}
+
 template <typename T>
 binder_status_t writeScalar(AParcel* parcel, T value) {
     parcel->writeValue(value);
@@ -249,57 +272,37 @@ binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
 
 binder_status_t AParcel_writeStringArray(AParcel* parcel, const void* arrayData, int32_t length,
                                          AParcel_stringArrayElementGetter getter) {
-    if (length < kNullCount) return STATUS_BAD_VALUE;
-    parcel->writeValue(length);
-    for (int32_t i = 0; i < length; ++i) {
+    return writeElements(parcel, length, [&](size_t i) {
         int32_t size = 0;
-        const char* text = getter(arrayData, static_cast<size_t>(i), &size);
-        if (binder_status_t s = writeText(parcel, text, size); s != STATUS_OK) return s;
-    }
-    return STATUS_OK;
+        const char* text = getter(arrayData, i, &size);
+        return writeText(parcel, text, size);
+    });
 }
 
 binder_status_t AParcel_readStringArray(const AParcel* parcel, void* arrayData,
                                         AParcel_stringArrayAllocator allocator,
                                         AParcel_stringArrayElementAllocator elementAllocator) {
-    int32_t count;
-    bool done;
-    binder_status_t status = allocate(parcel, sizeof(int32_t), &count, &done,
-                                      [&](int32_t n) { return allocator(arrayData, n); });
-    if (status != STATUS_OK || done) return status;
-    for (int32_t i = 0; i < count; ++i) {
-        status = readText(parcel, [&](int32_t length, char** buffer) {
-            return elementAllocator(arrayData, static_cast<size_t>(i), length, buffer);
+    return readElements(
+        parcel, [&](int32_t count) { return allocator(arrayData, count); },
+        [&](size_t i) {
+            return readText(parcel, [&](int32_t length, char** buffer) {
+                return elementAllocator(arrayData, i, length, buffer);
+            });
         });
-        if (status != STATUS_OK) return status;
-    }
-    return STATUS_OK;
 }
 
 binder_status_t AParcel_writeParcelableArray(AParcel* parcel, const void* arrayData, int32_t length,
                                              AParcel_writeParcelableElement elementWriter) {
-    if (length < kNullCount) return STATUS_BAD_VALUE;
-    parcel->writeValue(length);
-    for (int32_t i = 0; i < length; ++i) {
-        binder_status_t status = elementWriter(parcel, arrayData, static_cast<size_t>(i));
-        if (status != STATUS_OK) return status;
-    }
-    return STATUS_OK;
+    return writeElements(parcel, length,
+                         [&](size_t i) { return elementWriter(parcel, arrayData, i); });
 }
 
 binder_status_t AParcel_readParcelableArray(const AParcel* parcel, void* arrayData,
                                             AParcel_parcelableArrayAllocator allocator,
                                             AParcel_readParcelableElement elementReader) {
-    int32_t count;
-    bool done;
-    binder_status_t status = allocate(parcel, sizeof(int32_t), &count, &done,
-                                      [&](int32_t n) { return allocator(arrayData, n); });
-    if (status != STATUS_OK || done) return status;
-    for (int32_t i = 0; i < count; ++i) {
-        status = elementReader(parcel, arrayData, static_cast<size_t>(i));
-        if (status != STATUS_OK) return status;
-    }
-    return STATUS_OK;
+    return readElements(
+        parcel, [&](int32_t count) { return allocator(arrayData, count); },
+        [&](size_t i) { return elementReader(parcel, arrayData, i); });
 }
 
 binder_status_t AParcel_writeBool(AParcel* p, bool v) {
@@ -363,51 +366,38 @@ binder_status_t AParcel_readDouble(const AParcel* p, double* v) {
 
 binder_status_t AParcel_writeBoolArray(AParcel* parcel, const void* arrayData, int32_t length,
                                        AParcel_boolArrayGetter getter) {
-    if (length < kNullCount) return STATUS_BAD_VALUE;
-    parcel->writeValue(length);
-    for (int32_t i = 0; i < length; ++i) {
-        parcel->writeValue(int32_t{getter(arrayData, static_cast<size_t>(i)) ? 1 : 0});
-    }
-    return STATUS_OK;
+    return writeElements(parcel, length,
+                         [&](size_t i) { return AParcel_writeBool(parcel, getter(arrayData, i)); });
 }
 
 binder_status_t AParcel_readBoolArray(const AParcel* parcel, void* arrayData,
                                       AParcel_boolArrayAllocator allocator,
                                       AParcel_boolArraySetter setter) {
-    int32_t count;
-    bool done;
-    binder_status_t status = allocate(parcel, sizeof(int32_t), &count, &done,
-                                      [&](int32_t n) { return allocator(arrayData, n); });
-    if (status != STATUS_OK || done) return status;
-    for (int32_t i = 0; i < count; ++i) {
-        bool value;
-        if (binder_status_t s = AParcel_readBool(parcel, &value); s != STATUS_OK) return s;
-        setter(arrayData, static_cast<size_t>(i), value);
-    }
-    return STATUS_OK;
+    return readElements(
+        parcel, [&](int32_t count) { return allocator(arrayData, count); },
+        [&](size_t i) {
+            bool value = false;
+            const binder_status_t status = AParcel_readBool(parcel, &value);
+            if (status == STATUS_OK) setter(arrayData, i, value);
+            return status;
+        });
 }
 
 // Characters of an array stand in 32 bits each.
 binder_status_t AParcel_writeCharArray(AParcel* parcel, const char16_t* arrayData, int32_t length) {
-    if (length < kNullCount || (arrayData == nullptr && length > 0)) return STATUS_BAD_VALUE;
-    parcel->writeValue(arrayData == nullptr && length != 0 ? kNullCount : length);
-    for (int32_t i = 0; i < length; ++i) parcel->writeValue(static_cast<int32_t>(arrayData[i]));
-    return STATUS_OK;
+    if (arrayData == nullptr && length > 0) return STATUS_BAD_VALUE;
+    return writeElements(parcel, length,
+                         [&](size_t i) { return AParcel_writeChar(parcel, arrayData[i]); });
 }
 
 binder_status_t AParcel_readCharArray(const AParcel* parcel, void* arrayData,
                                       AParcel_charArrayAllocator allocator) {
-    int32_t count;
-    bool done;
     char16_t* buffer = nullptr;
-    binder_status_t status = allocate(parcel, sizeof(int32_t), &count, &done,
-                                      [&](int32_t n) { return allocator(arrayData, n, &buffer); });
-    if (status != STATUS_OK || done) return status;
-    if (buffer == nullptr) return STATUS_NO_MEMORY;
-    for (int32_t i = 0; i < count; ++i) {
-        if (binder_status_t s = readNarrow(parcel, &buffer[i]); s != STATUS_OK) return s;
-    }
-    return STATUS_OK;
+    return readElements(
+        parcel, [&](int32_t count) { return allocator(arrayData, count, &buffer); },
+        [&](size_t i) {
+            return buffer != nullptr ? readNarrow(parcel, &buffer[i]) : STATUS_NO_MEMORY;
+        });
 }
 
 // The other arrays differ in nothing but the type of their items.
