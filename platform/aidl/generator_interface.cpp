@@ -10,6 +10,17 @@ void publicHead(CodeWriter* out) {
     out->outer("public:");
 }
 
+// The head of a header for a class on top of the interface, whose own header is `interfacePath`.
+void classHead(CodeWriter* out, const std::string& interfacePath) {
+    writeBanner(out);
+    out->line("#pragma once");
+    out->line();
+    out->line("#include \"" + interfacePath + "\"");
+    out->line();
+    out->line("#include <android/binder_ibinder.h>");
+    out->line();
+}
+
 void metaMethods(CodeWriter* out, const GeneratorOptions& options, const std::string& before,
                  const std::string& after) {
     if (options.version > 0) {
@@ -201,13 +212,7 @@ std::string Generator::interfaceHeader(const TypeDecl& type) {
 std::string Generator::nativeHeader(const TypeDecl& type) {
     const std::string name = "Bn" + baseName(type);
     CodeWriter out;
-    writeBanner(&out);
-    out.line("#pragma once");
-    out.line();
-    out.line("#include \"" + headerPath(type, type.name) + "\"");
-    out.line();
-    out.line("#include <android/binder_ibinder.h>");
-    out.line();
+    classHead(&out, headerPath(type, type.name));
     openNamespace(&out, type.package);
     out.open("class " + name + " : public ::ndk::BnCInterface<" + type.name + "> {");
     publicHead(&out);
@@ -225,13 +230,7 @@ std::string Generator::nativeHeader(const TypeDecl& type) {
 std::string Generator::proxyHeader(const TypeDecl& type) {
     const std::string name = "Bp" + baseName(type);
     CodeWriter out;
-    writeBanner(&out);
-    out.line("#pragma once");
-    out.line();
-    out.line("#include \"" + headerPath(type, type.name) + "\"");
-    out.line();
-    out.line("#include <android/binder_ibinder.h>");
-    out.line();
+    classHead(&out, headerPath(type, type.name));
     out.line("#include <atomic>");
     out.line("#include <mutex>");
     out.line("#include <string>");

@@ -110,7 +110,6 @@ TEST(LoggingTest, InitLoggingTakesTagFromProgramPath) {
         InitLogging(arguments, LogdLogger(SYSTEM));
         LOG(ERROR) << "from libbase";
         __android_log_print(ANDROID_LOG_INFO, nullptr, "from liblog");
-        _exit(0);
     });
     EXPECT_EQ(0, child.exitStatus);
     ASSERT_EQ(2u, child.writes.size());
