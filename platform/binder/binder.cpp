@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "forwarded_output.h"
 #include "parcel.h"
+#include "serving_context.h"
 #include "session.h"
 
 using namespace host::binder;
@@ -46,6 +48,22 @@ struct Arguments {
     std::vector<const char*> pointers;
 };
 
+// Runs what writes to the descriptors. For the peer that asked for it, these become pipes of our
+// own: the writer then never waits for a stranger.
+template <typename Run>
+binder_status_t withOutput(std::initializer_list<unique_fd*> fds, Run run) {
+    Connection* requester = ServingContext::takeRequester();
+    if (requester == nullptr) return run();
+    ForwardedOutput output(requester->fd());
+    for (unique_fd* fd : fds) {
+        *fd = output.add(std::move(*fd));
+        if (!fd->ok()) return STATUS_NO_MEMORY;
+    }
+    if (!output.start()) return STATUS_NO_MEMORY;
+    const binder_status_t status = run();
+    return output.finish() ? status : STATUS_TIMED_OUT;
+}
+
 }  // namespace
 
 AIBinder_Class::AIBinder_Class(const char* name, AIBinder_Class_onCreate create,
@@ -55,6 +73,26 @@ AIBinder_Class::AIBinder_Class(const char* name, AIBinder_Class_onCreate create,
       onCreate(create),
       onDestroy(destroy),
       onTransact(transact) {}
+
+AIBinder_DeathRecipient::~AIBinder_DeathRecipient() {
+    std::vector<std::shared_ptr<DeathLink>> links;
+    {
+        std::lock_guard lock(mLock);
+        links.swap(mLinks);
+    }
+    for (const auto& link : links) link->end();
+}
+
+std::shared_ptr<DeathLink> AIBinder_DeathRecipient::makeLink(void* cookie) {
+    auto link = std::make_shared<DeathLink>(*this, cookie);
+    std::lock_guard lock(mLock);
+    if (mLinks.size() >= mForgetAt) {
+        std::erase_if(mLinks, [](const auto& l) { return l->isOver(); });
+        mForgetAt = std::max<size_t>(16, 2 * mLinks.size());
+    }
+    mLinks.push_back(link);
+    return link;
+}
 
 void AIBinder::decStrong() {
     if (mStrong.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
@@ -75,6 +113,22 @@ void AIBinder::decWeak() {
 }
 
 namespace host::binder {
+
+DeathLink::DeathLink(const AIBinder_DeathRecipient& recipient, void* cookie)
+    : mRecipient(&recipient),
+      mCookie(cookie),
+      mOnDied(recipient.onDied),
+      mOnUnlinked(recipient.onUnlinked) {}
+
+void DeathLink::end() {
+    if (!mIsOver.exchange(true) && mOnUnlinked != nullptr) mOnUnlinked(mCookie);
+}
+
+void DeathLink::tellDeath() {
+    if (mIsOver.exchange(true)) return;
+    mOnDied(mCookie);
+    if (mOnUnlinked != nullptr) mOnUnlinked(mCookie);
+}
 
 LocalBinder::LocalBinder(const AIBinder_Class* clazz, void* args)
     : AIBinder(/*isRemote=*/false, clazz), mUserData(clazz->onCreate(args)) {}
@@ -145,7 +199,9 @@ binder_status_t LocalBinder::runDump(const AParcel& in) {
     if (binder_status_t status = in.readFd(&fd); status != STATUS_OK) return status;
     if (binder_status_t status = arguments.read(in); status != STATUS_OK) return status;
     if (clazz()->onDump == nullptr) return STATUS_OK;
-    return clazz()->onDump(this, fd.get(), arguments.pointers.data(), arguments.count());
+    return withOutput({&fd}, [&] {
+        return clazz()->onDump(this, fd.get(), arguments.pointers.data(), arguments.count());
+    });
 }
 
 binder_status_t LocalBinder::runShellCommand(const AParcel& in) {
@@ -162,19 +218,24 @@ binder_status_t LocalBinder::runShellCommand(const AParcel& in) {
     if (shellCallback != nullptr) shellCallback->decStrong();
     if (status != STATUS_OK) return status;
 
-    status = STATUS_INVALID_OPERATION;
+    binder_status_t result = STATUS_INVALID_OPERATION;
     if (clazz()->onShellCommand != nullptr) {
-        status = clazz()->onShellCommand(this, fds[0].get(), fds[1].get(), fds[2].get(),
-                                         arguments.pointers.data(), arguments.count());
+        status = withOutput({&fds[1], &fds[2]}, [&] {
+            result = clazz()->onShellCommand(this, fds[0].get(), fds[1].get(), fds[2].get(),
+                                             arguments.pointers.data(), arguments.count());
+            return STATUS_OK;
+        });
     }
-    if (receiver == nullptr) return STATUS_OK;
-    AParcel result;
-    AParcel none;
-    result.writeString(kResultReceiver);
-    result.writeValue(status);
-    (void)receiver->transact(kResultReceiverSend, result, none, FLAG_ONEWAY);
+    if (receiver == nullptr) return status;
+    if (status == STATUS_OK) {
+        AParcel report;
+        AParcel none;
+        report.writeString(kResultReceiver);
+        report.writeValue(result);
+        (void)receiver->transact(kResultReceiverSend, report, none, FLAG_ONEWAY);
+    }
     receiver->decStrong();
-    return STATUS_OK;
+    return status;
 }
 
 ProxyBinder::ProxyBinder(std::shared_ptr<Session> session, WireAddress address, int32_t stability)
@@ -185,14 +246,12 @@ ProxyBinder::ProxyBinder(std::shared_ptr<Session> session, WireAddress address, 
 
 void ProxyBinder::onLastStrong() {
     mSession->proxyDropped(*this);
-    std::vector<DeathLink> links;
+    std::vector<std::shared_ptr<DeathLink>> links;
     {
         std::lock_guard lock(mLock);
         links.swap(mDeathLinks);
     }
-    for (const DeathLink& link : links) {
-        if (auto unlinked = link.recipient->onUnlinked.load()) unlinked(link.cookie);
-    }
+    for (const auto& link : links) link->end();
 }
 
 binder_status_t ProxyBinder::transact(transaction_code_t code, AParcel& in, AParcel& out,
@@ -225,27 +284,26 @@ bool ProxyBinder::associate(const AIBinder_Class* clazz) {
     return true;
 }
 
-binder_status_t ProxyBinder::link(const std::shared_ptr<AIBinder_DeathRecipient::Shared>& recipient,
-                                  void* cookie) {
-    mSession->ensureIncoming();
+binder_status_t ProxyBinder::link(const std::shared_ptr<DeathLink>& link) {
+    if (binder_status_t status = mSession->ensureIncoming(); status != STATUS_OK) return status;
     std::lock_guard lock(mLock);
     // Asked under the lock: the end of the session is marked before the recipients are told.
     if (mDeathTold || mSession->hasEnded()) return STATUS_DEAD_OBJECT;
-    mDeathLinks.push_back({recipient, cookie});
+    mDeathLinks.push_back(link);
     return STATUS_OK;
 }
 
-binder_status_t ProxyBinder::unlink(
-    const std::shared_ptr<AIBinder_DeathRecipient::Shared>& recipient, void* cookie) {
+binder_status_t ProxyBinder::unlink(const AIBinder_DeathRecipient* recipient, void* cookie) {
+    std::shared_ptr<DeathLink> link;
     {
         std::lock_guard lock(mLock);
-        auto link = std::find_if(mDeathLinks.begin(), mDeathLinks.end(), [&](const auto& l) {
-            return l.recipient == recipient && l.cookie == cookie;
-        });
-        if (link == mDeathLinks.end()) return STATUS_NAME_NOT_FOUND;
-        mDeathLinks.erase(link);
+        auto found = std::find_if(mDeathLinks.begin(), mDeathLinks.end(),
+                                  [&](const auto& l) { return l->isOf(recipient, cookie); });
+        if (found == mDeathLinks.end()) return STATUS_NAME_NOT_FOUND;
+        link = std::move(*found);
+        mDeathLinks.erase(found);
     }
-    if (auto unlinked = recipient->onUnlinked.load()) unlinked(cookie);
+    link->end();
     return STATUS_OK;
 }
 
@@ -255,16 +313,13 @@ bool ProxyBinder::hasDeathLinks() {
 }
 
 void ProxyBinder::tellDeath() {
-    std::vector<DeathLink> links;
+    std::vector<std::shared_ptr<DeathLink>> links;
     {
         std::lock_guard lock(mLock);
         mDeathTold = true;
         links.swap(mDeathLinks);
     }
-    for (const DeathLink& link : links) {
-        if (!link.recipient->deleted) link.recipient->onDied(link.cookie);
-        if (auto unlinked = link.recipient->onUnlinked.load()) unlinked(link.cookie);
-    }
+    for (const auto& link : links) link->tellDeath();
 }
 
 }  // namespace host::binder

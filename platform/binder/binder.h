@@ -69,13 +69,48 @@ struct AIBinder {
     std::atomic<int32_t> mWeak{1};  // all strong references together hold one
 };
 
+namespace host::binder {
+
+// A recipient linked to an object. Known to both; whichever goes first ends it.
+class DeathLink {
+  public:
+    DeathLink(const AIBinder_DeathRecipient& recipient, void* cookie);
+
+    bool isOf(const AIBinder_DeathRecipient* recipient, void* cookie) const {
+        return mRecipient == recipient && mCookie == cookie;
+    }
+    bool isOver() const { return mIsOver; }
+
+    // Ends the link: the cookie is given back, once. Without locks.
+    void end();
+    // Tells the death, unless the link is over, and ends it.
+    void tellDeath();
+
+  private:
+    const AIBinder_DeathRecipient* const mRecipient;  // compared only
+    void* const mCookie;
+    const AIBinder_DeathRecipient_onBinderDied mOnDied;
+    const AIBinder_DeathRecipient_onBinderUnlinked mOnUnlinked;
+    std::atomic<bool> mIsOver{false};
+};
+
+}  // namespace host::binder
+
 struct AIBinder_DeathRecipient {
-    struct Shared {
-        AIBinder_DeathRecipient_onBinderDied onDied;
-        std::atomic<AIBinder_DeathRecipient_onBinderUnlinked> onUnlinked{nullptr};
-        std::atomic<bool> deleted{false};
-    };
-    std::shared_ptr<Shared> shared;
+  public:
+    explicit AIBinder_DeathRecipient(AIBinder_DeathRecipient_onBinderDied died) : onDied(died) {}
+    // Ends all its links.
+    ~AIBinder_DeathRecipient();
+
+    std::shared_ptr<host::binder::DeathLink> makeLink(void* cookie) EXCLUDES(mLock);
+
+    const AIBinder_DeathRecipient_onBinderDied onDied;
+    AIBinder_DeathRecipient_onBinderUnlinked onUnlinked = nullptr;  // set before the first link
+
+  private:
+    std::mutex mLock;
+    std::vector<std::shared_ptr<host::binder::DeathLink>> mLinks GUARDED_BY(mLock);
+    size_t mForgetAt GUARDED_BY(mLock) = 16;  // links, when those that are over are forgotten
 };
 
 namespace host::binder {
@@ -124,21 +159,14 @@ class ProxyBinder final : public AIBinder {
     // of another interface.
     bool associate(const AIBinder_Class* clazz) EXCLUDES(mLock);
 
-    binder_status_t link(const std::shared_ptr<AIBinder_DeathRecipient::Shared>& recipient,
-                         void* cookie) EXCLUDES(mLock);
-    binder_status_t unlink(const std::shared_ptr<AIBinder_DeathRecipient::Shared>& recipient,
-                           void* cookie) EXCLUDES(mLock);
+    binder_status_t link(const std::shared_ptr<DeathLink>& link) EXCLUDES(mLock);
+    binder_status_t unlink(const AIBinder_DeathRecipient* recipient, void* cookie) EXCLUDES(mLock);
     bool hasDeathLinks() EXCLUDES(mLock);
 
     // Tells every recipient, once. Called by a pool thread without locks.
     void tellDeath() EXCLUDES(mLock);
 
   private:
-    struct DeathLink {
-        std::shared_ptr<AIBinder_DeathRecipient::Shared> recipient;
-        void* cookie;
-    };
-
     ~ProxyBinder() override = default;
     void onLastStrong() override;
 
@@ -148,7 +176,7 @@ class ProxyBinder final : public AIBinder {
     std::mutex mLock;
     std::string mDescriptor GUARDED_BY(mLock);  // empty until asked for
     bool mDeathTold GUARDED_BY(mLock) = false;
-    std::vector<DeathLink> mDeathLinks GUARDED_BY(mLock);
+    std::vector<std::shared_ptr<DeathLink>> mDeathLinks GUARDED_BY(mLock);
 };
 
 // Who makes the call that the current thread is serving.

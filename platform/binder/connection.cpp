@@ -1,24 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connection.h"
 
-#include <android-base/logging.h>
 #include <errno.h>
 #include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
-
-#include "session.h"
 
 namespace host::binder {
 namespace {
 
 using android::base::unique_fd;
-
-// How long a peer may leave a message half taken before its session ends.
-constexpr int kHalfMessageTimeoutMs = 5000;
 
 // Room for the control message of a full set of descriptors.
 struct FdControl {
@@ -37,6 +32,16 @@ std::vector<unique_fd> takeFds(msghdr* message) {
         }
     }
     return fds;
+}
+
+void attachFds(msghdr* message, FdControl* control, std::span<const int> fds) {
+    message->msg_control = control->bytes.data();
+    message->msg_controllen = CMSG_SPACE(fds.size_bytes());
+    cmsghdr* c = CMSG_FIRSTHDR(message);
+    c->cmsg_level = SOL_SOCKET;
+    c->cmsg_type = SCM_RIGHTS;
+    c->cmsg_len = CMSG_LEN(fds.size_bytes());
+    memcpy(CMSG_DATA(c), fds.data(), fds.size_bytes());
 }
 
 size_t totalSize(std::span<const iovec> pieces) {
@@ -58,71 +63,142 @@ std::span<iovec> skip(std::span<iovec> pieces, size_t count) {
     return pieces;
 }
 
+bool wouldBlock() {
+    return errno == EAGAIN || errno == EWOULDBLOCK;
+}
+
+Clock::rep ticksNow() {
+    return Clock::now().time_since_epoch().count();
+}
+
+bool isOver(Clock::rep since, Deadline now) {
+    return since != 0 && now - Deadline(Clock::duration(since)) > kPeerTimeout;
+}
+
+// Waits until the socket has one of the events, or an error. False when the deadline passes first.
+bool waitFor(int socket, short events, Deadline deadline) {
+    while (true) {
+        int limit = -1;
+        if (deadline != kNoDeadline) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+            if (left.count() <= 0) return false;
+            limit = static_cast<int>(left.count());
+        }
+        pollfd state{socket, events, 0};
+        const int count = poll(&state, 1, limit);
+        if (count > 0) return true;
+        if (count < 0 && errno != EINTR) return true;  // the next call on the socket says why
+    }
+}
+
 }  // namespace
 
-Connection::Connection(unique_fd socket, Caller caller, bool passesFds,
-                       std::weak_ptr<Session> session)
+Connection::Connection(unique_fd socket, const Options& options, std::weak_ptr<ConnectionUser> user,
+                       std::shared_ptr<HeldFds> heldFds)
     : mSocket(std::move(socket)),
-      mCaller(caller),
-      mPassesFds(passesFds),
-      mSession(std::move(session)) {}
+      mOptions(options),
+      mUser(std::move(user)),
+      mHeldFds(std::move(heldFds)) {}
 
-void Connection::onReady(bool drain) {
-    std::shared_ptr<Session> session = mSession.lock();
-    if (!session) {
+Connection::~Connection() {
+    (void)mHeldFds->change(mCountedFds, 0);
+}
+
+bool Connection::onReady(bool drain) {
+    std::shared_ptr<ConnectionUser> user = mUser.lock();
+    if (!user) {
         // It ended before the pool had been told of this connection.
         Reactor::get().remove(*this);
-        return;
+        return true;
     }
     mUnread = true;
     mDrain = mDrain || drain;
-    if (mQueued && !flushQueue()) {
-        session->connectionBroken(*this);
-        return;
-    }
     Frame frame;
-    while (!mQueued) {  // a peer that does not read its answers is not read from either
-        switch (receive(&frame, /*wait=*/false)) {
+    while (!hasUnsent()) {  // a peer that does not read its answers is not read from either
+        switch (receive(&frame)) {
             case Received::kFrame:
-                session->serveFrame(*this, frame);
+                if (!user->serveFrame(*this, frame)) return false;
                 break;
             case Received::kNothing:
-                return;
+                return true;
             case Received::kBroken:
-                session->connectionBroken(*this);
-                return;
+                user->connectionBroken(*this, mReason);
+                return true;
         }
     }
+    return true;
+}
+
+void Connection::onWritable() {
+    if (!flush()) tellBroken(mReason);
 }
 
 void Connection::onDisowned() {
-    if (mCaller == Caller::kPeer) return;
-    if (std::shared_ptr<Session> session = mSession.lock()) session->connectionFreed();
+    if (caller() == Caller::kPeer) return;
+    if (std::shared_ptr<ConnectionUser> user = mUser.lock()) user->connectionFreed();
 }
 
 void Connection::onHangUpWhileOwned() {
-    if (!mPeerWaits) return;
-    if (std::shared_ptr<Session> session = mSession.lock()) session->connectionBroken(*this);
+    if (mPeerWaits) tellBroken(nullptr);
 }
 
-Connection::Received Connection::receive(Frame* frame, bool wait) {
+bool Connection::onTick(Deadline now) {
+    const Clock::rep unfinished = mUnfinishedSince;
+    const Clock::rep unsent = mUnsentSince;
+    if (isOver(unfinished, now)) {
+        tellBroken("it began a message and did not finish it in time");
+    } else if (isOver(unsent, now)) {
+        tellBroken("it does not read what it is sent");
+    } else {
+        return unfinished != 0 || unsent != 0;
+    }
+    return false;
+}
+
+void Connection::tellBroken(const char* reason) {
+    if (std::shared_ptr<ConnectionUser> user = mUser.lock()) user->connectionBroken(*this, reason);
+}
+
+Connection::Sent Connection::broken(const char* reason) {
+    mReason = reason;
+    return Sent::kBroken;
+}
+
+Connection::Received Connection::nextFrame(Frame* frame) {
+    switch (mIn.next(frame)) {
+        case FrameBuffer::Result::kFrame:
+            mUnfinishedSince = 0;
+            return Received::kFrame;
+        case FrameBuffer::Result::kIncomplete:
+            return Received::kNothing;
+        case FrameBuffer::Result::kTooLarge:
+            mReason = "it announced a frame larger than 100000 bytes";
+            return Received::kBroken;
+        case FrameBuffer::Result::kTooManyFds:
+            mReason = "it sent more than 253 descriptors with one frame";
+            return Received::kBroken;
+    }
+    return Received::kBroken;
+}
+
+// Called when no whole frame is there: starts the clock for one that has begun.
+bool Connection::noteUnfinished() {
+    const size_t held = mIn.heldFds();
+    const bool allowed = mHeldFds->change(std::exchange(mCountedFds, held), held);
+    if (!mIn.empty() && mOptions.isWatched && mUnfinishedSince == 0) {
+        mUnfinishedSince = ticksNow();
+        Reactor::get().watchTime(*this);
+    }
+    if (!allowed) mReason = "it sent too many descriptors with unfinished frames";
+    return allowed;
+}
+
+Connection::Received Connection::receive(Frame* frame) {
     while (true) {
-        switch (mIn.next(frame)) {
-            case FrameBuffer::Result::kFrame:
-                return Received::kFrame;
-            case FrameBuffer::Result::kIncomplete:
-                break;
-            case FrameBuffer::Result::kTooLarge:
-                LOG(WARNING) << "Binder peer announced a frame of " << frame->header.bodySize
-                             << " bytes; at most " << kMaxBodySize << " are allowed";
-                return Received::kBroken;
-            case FrameBuffer::Result::kTooManyFds:
-                LOG(WARNING) << "Binder peer sent more than " << kMaxFdsPerMessage
-                             << " descriptors with one message";
-                return Received::kBroken;
-        }
-        if (!wait && !mUnread) return Received::kNothing;
-        switch (read(wait)) {
+        if (Received received = nextFrame(frame); received != Received::kNothing) return received;
+        if (!noteUnfinished()) return Received::kBroken;
+        if (!mUnread) return Received::kNothing;
+        switch (read(/*wait=*/false)) {
             case Read::kSome:
                 break;
             case Read::kNothing:
@@ -133,6 +209,16 @@ Connection::Received Connection::receive(Frame* frame, bool wait) {
     }
 }
 
+Connection::Received Connection::receiveUntil(Deadline deadline, Frame* frame) {
+    const bool mayBlock = deadline == kNoDeadline;
+    while (true) {
+        if (Received received = nextFrame(frame); received != Received::kNothing) return received;
+        if (!noteUnfinished()) return Received::kBroken;
+        if (!mayBlock && !waitFor(mSocket.get(), POLLIN, deadline)) return Received::kNothing;
+        if (read(mayBlock) == Read::kBroken) return Received::kBroken;
+    }
+}
+
 Connection::Read Connection::read(bool wait) {
     std::span<uint8_t> space = mIn.space();
     iovec piece{space.data(), space.size()};
@@ -140,7 +226,7 @@ Connection::Read Connection::read(bool wait) {
     msghdr message{};
     message.msg_iov = &piece;
     message.msg_iovlen = 1;
-    if (mPassesFds) {
+    if (mOptions.passesFds) {
         message.msg_control = control.bytes.data();
         message.msg_controllen = control.bytes.size();
     }
@@ -148,12 +234,15 @@ Connection::Read Connection::read(bool wait) {
     do {
         count = recvmsg(mSocket.get(), &message, MSG_CMSG_CLOEXEC | (wait ? 0 : MSG_DONTWAIT));
     } while (count < 0 && errno == EINTR);
-    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+    if (count < 0 && wouldBlock()) {
         mUnread = mDrain = false;
         return Read::kNothing;
     }
-    if (count <= 0) return Read::kBroken;
-    bool hasFds = mPassesFds && message.msg_controllen > 0;
+    if (count <= 0) {
+        mReason = nullptr;
+        return Read::kBroken;
+    }
+    bool hasFds = mOptions.passesFds && message.msg_controllen > 0;
     // After a short read the socket is empty, and what comes later wakes the pool again: one system
     // call a frame. But a read also ends behind a message with descriptors, and the news of a
     // hang-up may have come together with that of these bytes.
@@ -162,87 +251,93 @@ Connection::Read Connection::read(bool wait) {
     return Read::kSome;
 }
 
-Connection::Sent Connection::send(std::span<iovec> pieces, std::span<const int> fds, Full full) {
+Connection::Sent Connection::send(std::span<iovec> pieces, std::span<const int> fds, Full full,
+                                  Deadline deadline) {
     FdControl control;
     msghdr message{};
     message.msg_iov = pieces.data();
     message.msg_iovlen = pieces.size();
-    if (!fds.empty()) {
-        message.msg_control = control.bytes.data();
-        message.msg_controllen = CMSG_SPACE(fds.size_bytes());
-        cmsghdr* c = CMSG_FIRSTHDR(&message);
-        c->cmsg_level = SOL_SOCKET;
-        c->cmsg_type = SCM_RIGHTS;
-        c->cmsg_len = CMSG_LEN(fds.size_bytes());
-        memcpy(CMSG_DATA(c), fds.data(), fds.size_bytes());
-    }
-    size_t size = totalSize(pieces);
+    if (!fds.empty()) attachFds(&message, &control, fds);
+    const size_t size = totalSize(pieces);
 
     while (true) {
         {
             std::lock_guard lock(mSendLock);
-            if (mQueued && full == Full::kFail) return Sent::kFull;
-            ssize_t sent;
-            do {
-                sent = sendmsg(mSocket.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
-            } while (sent < 0 && errno == EINTR);
-            if (sent == static_cast<ssize_t>(size)) return Sent::kAll;
-            if (sent > 0) return sendRest(skip(pieces, static_cast<size_t>(sent)), full);
-            if (errno != EAGAIN && errno != EWOULDBLOCK) return Sent::kBroken;
-            if (full == Full::kFail) return Sent::kFull;
-            if (full == Full::kQueue && fds.empty()) return sendRest(pieces, full);
+            ssize_t sent = 0;
+            if (!hasUnsent()) {
+                do {
+                    sent = sendmsg(mSocket.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+                } while (sent < 0 && errno == EINTR);
+                if (sent == static_cast<ssize_t>(size)) return Sent::kAll;
+                if (sent < 0 && !wouldBlock()) return broken(nullptr);
+            }
+            const bool hasBegun = sent > 0;
+            if (!hasBegun && full == Full::kFail) return Sent::kFull;
+            // Descriptors go with the first byte or not at all.
+            if (hasBegun || fds.empty()) {
+                pieces = skip(pieces, hasBegun ? static_cast<size_t>(sent) : 0);
+                if (mUnsent.size() - mUnsentBegin + totalSize(pieces) > kMaxUnsentBytes) {
+                    return broken("it does not read what it is sent");
+                }
+                keep(pieces);
+                break;
+            }
         }
-        pollfd wait{mSocket.get(), POLLOUT, 0};
-        if (poll(&wait, 1, full == Full::kWait ? -1 : kHalfMessageTimeoutMs) == 0) {
-            return Sent::kBroken;
+        if (full == Full::kQueue) return broken("it does not read what it is sent");
+        if (hasUnsent() ? flushUntil(deadline) != Sent::kAll
+                        : !waitFor(mSocket.get(), POLLOUT, deadline)) {
+            return broken("it does not read what it is sent");
         }
     }
-}
-
-Connection::Sent Connection::sendRest(std::span<iovec> pieces, Full full) {
-    size_t size = totalSize(pieces);
-    if (full == Full::kQueue) {
-        mQueue.reset(new uint8_t[size]);
-        mQueueBegin = 0;
-        mQueueEnd = 0;
-        for (const iovec& piece : pieces) {
-            if (piece.iov_len == 0) continue;
-            memcpy(mQueue.get() + mQueueEnd, piece.iov_base, piece.iov_len);
-            mQueueEnd += piece.iov_len;
-        }
-        mQueued = true;
-        Reactor::get().watchWritable(*this, true);
-        return Sent::kAll;
-    }
-    // The peer has the beginning: the rest must follow before anything else can.
-    while (size > 0) {
-        pollfd wait{mSocket.get(), POLLOUT, 0};
-        if (poll(&wait, 1, kHalfMessageTimeoutMs) <= 0) return Sent::kBroken;
-        msghdr message{};
-        message.msg_iov = pieces.data();
-        message.msg_iovlen = pieces.size();
-        ssize_t sent = sendmsg(mSocket.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && errno != EAGAIN && errno != EINTR) return Sent::kBroken;
-        if (sent <= 0) continue;
-        size -= static_cast<size_t>(sent);
-        pieces = skip(pieces, static_cast<size_t>(sent));
-    }
+    if (full == Full::kWait) return flushUntil(deadline);
+    // Nobody else would send the rest.
+    if (!mOptions.isWatched) return flushUntil(Clock::now() + kPeerTimeout);
     return Sent::kAll;
 }
 
-bool Connection::flushQueue() {
-    std::lock_guard lock(mSendLock);
-    while (mQueueBegin < mQueueEnd) {
-        ssize_t sent = ::send(mSocket.get(), mQueue.get() + mQueueBegin, mQueueEnd - mQueueBegin,
-                              MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && errno == EINTR) continue;
-        if (sent < 0) return errno == EAGAIN || errno == EWOULDBLOCK;
-        mQueueBegin += static_cast<size_t>(sent);
+void Connection::keep(std::span<iovec> pieces) {
+    for (const iovec& piece : pieces) {
+        const auto* bytes = static_cast<const uint8_t*>(piece.iov_base);
+        mUnsent.insert(mUnsent.end(), bytes, bytes + piece.iov_len);
     }
-    mQueue.reset();
-    mQueued = false;
-    Reactor::get().watchWritable(*this, false);
+    if (hasUnsent()) return;
+    mUnsentSince = ticksNow();
+    if (!mOptions.isWatched) return;
+    Reactor::get().watchWritable(*this, true);
+    Reactor::get().watchTime(*this);
+}
+
+// Sends what it can of the kept output. False when the connection is broken.
+bool Connection::flush() {
+    std::lock_guard lock(mSendLock);
+    if (!hasUnsent()) return true;
+    while (mUnsentBegin < mUnsent.size()) {
+        ssize_t sent = ::send(mSocket.get(), mUnsent.data() + mUnsentBegin,
+                              mUnsent.size() - mUnsentBegin, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent < 0 && errno == EINTR) continue;
+        if (sent < 0 && wouldBlock()) return true;
+        if (sent < 0) {
+            mReason = nullptr;
+            return false;
+        }
+        mUnsentBegin += static_cast<size_t>(sent);
+        mUnsentSince = ticksNow();
+    }
+    std::vector<uint8_t>().swap(mUnsent);
+    mUnsentBegin = 0;
+    mUnsentSince = 0;
+    if (mOptions.isWatched) Reactor::get().watchWritable(*this, false);
     return true;
+}
+
+Connection::Sent Connection::flushUntil(Deadline deadline) {
+    while (hasUnsent()) {
+        if (!waitFor(mSocket.get(), POLLOUT, deadline)) {
+            return broken("it does not read what it is sent");
+        }
+        if (!flush()) return Sent::kBroken;
+    }
+    return Sent::kAll;
 }
 
 bool Connection::isHungUp() const {

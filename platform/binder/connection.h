@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One socket of a session: whole frames in, whole frames out. What a frame means is the session's.
+// One socket of a session: whole frames in, whole frames out. What a frame means is its user's.
 #pragma once
 
 #include <sys/uio.h>
@@ -8,45 +8,76 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <vector>
 
 #include "frame_buffer.h"
+#include "held_fds.h"
 #include "reactor.h"
 
 namespace host::binder {
 
-class Session;
+class Connection;
+
+// Whoever uses connections. Told by any thread, with no lock of the connection held.
+class ConnectionUser {
+  public:
+    virtual ~ConnectionUser() = default;
+
+    // A frame arrived unasked; the calling thread owns the connection. False when the ownership
+    // was handed on, see Pollable::onReady.
+    virtual bool serveFrame(Connection& connection, Frame& frame) = 0;
+
+    // The peer closed the connection, or broke a rule: `reason`, or null. May come more than once.
+    virtual void connectionBroken(Connection& connection, const char* reason) = 0;
+
+    // Nobody owns the connection any more.
+    virtual void connectionFreed() = 0;
+};
 
 class Connection : public Pollable {
   public:
     // Who begins the calls on it. Peer: this process serves them. Us: this process makes them, and
-    // only gives-back of references may come unasked.
+    // only DEC_STRONGs may come unasked.
     enum class Caller { kPeer, kUs };
 
     enum class Full {
         kWait,   // wait until the peer has read enough
         kFail,   // send nothing and say so
-        kQueue,  // keep the rest and send it when the peer reads; no more is read from it meanwhile
+        kQueue,  // keep it and send it when the peer reads; no more is read from it meanwhile
     };
     enum class Sent { kAll, kFull, kBroken };
     enum class Received { kFrame, kNothing, kBroken };
 
-    Connection(android::base::unique_fd socket, Caller caller, bool passesFds,
-               std::weak_ptr<Session> session);
+    struct Options {
+        Caller caller;
+        bool passesFds;
+        // Whether the pool reads it and limits apply, or only whoever calls on it: a client's own.
+        bool isWatched;
+    };
 
-    Caller caller() const { return mCaller; }
+    Connection(android::base::unique_fd socket, const Options& options,
+               std::weak_ptr<ConnectionUser> user, std::shared_ptr<HeldFds> heldFds);
+    ~Connection() override;
+
+    Caller caller() const { return mOptions.caller; }
+    bool isWatched() const { return mOptions.isWatched; }
     int fd() const override { return mSocket.get(); }
-    void onReady(bool drain) override;
+    bool onReady(bool drain) override;
+    void onWritable() override;
     void onDisowned() override;
     void onHangUpWhileOwned() override;
+    bool onTick(Deadline now) override;
 
-    // Sends the pieces as one message in one system call, with the descriptors on its first byte.
-    // Any thread; messages never mix.
-    [[nodiscard]] Sent send(std::span<iovec> pieces, std::span<const int> fds, Full full)
-        EXCLUDES(mSendLock);
+    // Sends the pieces as one message, in one system call when the peer reads, with the descriptors
+    // on its first byte. kWait waits until the deadline at most. Any thread; messages never mix.
+    [[nodiscard]] Sent send(std::span<iovec> pieces, std::span<const int> fds, Full full,
+                            Deadline deadline = kNoDeadline) EXCLUDES(mSendLock);
 
-    // Takes the next frame, waiting for it when asked to. The owner's only; the frame's body is
-    // valid until the next call. kBroken: the peer closed, or sent what cannot be a frame.
-    [[nodiscard]] Received receive(Frame* frame, bool wait);
+    // Takes the next frame that has arrived. The owner's only; the frame's body is valid until the
+    // next call. kBroken: the peer closed, or sent what cannot be a frame.
+    [[nodiscard]] Received receive(Frame* frame);
+    // As above, but waits for it. kNothing: the deadline has passed.
+    [[nodiscard]] Received receiveUntil(Deadline deadline, Frame* frame);
 
     // Wakes whoever waits in it; every later send and receive fails. Any thread.
     void shutDown();
@@ -58,29 +89,43 @@ class Connection : public Pollable {
     // on the way any more. The owner's.
     void setPeerWaits(bool waits) { mPeerWaits = waits; }
 
+    // Why receive() or send() gave kBroken; null when the peer just closed.
+    const char* reason() const { return mReason; }
+
   private:
     enum class Read { kSome, kNothing, kBroken };
 
+    bool hasUnsent() const { return mUnsentSince != 0; }
+    Received nextFrame(Frame* frame);
+    bool noteUnfinished();
     Read read(bool wait);
-    Sent sendRest(std::span<iovec> pieces, Full full) REQUIRES(mSendLock);
-    bool flushQueue() EXCLUDES(mSendLock);
+    void keep(std::span<iovec> pieces) REQUIRES(mSendLock);
+    bool flush() EXCLUDES(mSendLock);
+    Sent flushUntil(Deadline deadline) EXCLUDES(mSendLock);
+    Sent broken(const char* reason);
+    void tellBroken(const char* reason);
 
     const android::base::unique_fd mSocket;
-    const Caller mCaller;
-    const bool mPassesFds;
-    const std::weak_ptr<Session> mSession;
+    const Options mOptions;
+    const std::weak_ptr<ConnectionUser> mUser;
+    const std::shared_ptr<HeldFds> mHeldFds;
 
     // The owner's.
     FrameBuffer mIn;
-    bool mUnread = false;  // the socket may hold more: news came, or the last read was cut off
-    bool mDrain = false;   // read until the kernel says that nothing is left
+    size_t mCountedFds = 0;  // in mHeldFds
+    bool mUnread = false;    // the socket may hold more: news came, or the last read was cut off
+    bool mDrain = false;     // read until the kernel says that nothing is left
+
+    // Since when, in ticks of the clock; 0 for not.
+    std::atomic<Clock::rep> mUnfinishedSince{0};  // a frame that has begun and not ended
+    std::atomic<Clock::rep> mUnsentSince{0};      // output of which the peer takes nothing
 
     std::atomic<bool> mPeerWaits{false};
-    std::atomic<bool> mQueued{false};
-    std::mutex mSendLock;  // held for a system call, never across a wait for the peer's answer
-    std::unique_ptr<uint8_t[]> mQueue GUARDED_BY(mSendLock);
-    size_t mQueueBegin GUARDED_BY(mSendLock) = 0;
-    size_t mQueueEnd GUARDED_BY(mSendLock) = 0;
+    std::atomic<const char*> mReason{nullptr};
+
+    std::mutex mSendLock;  // held for system calls that do not block
+    std::vector<uint8_t> mUnsent GUARDED_BY(mSendLock);
+    size_t mUnsentBegin GUARDED_BY(mSendLock) = 0;
 };
 
 }  // namespace host::binder

@@ -36,6 +36,8 @@ class FrameBuffer {
     Result next(Frame* frame);
 
     bool empty() const { return mBegin == mEnd; }
+    // Descriptors that wait for the rest of their frame.
+    size_t heldFds() const { return mFdCount; }
 
   private:
     // Descriptors travel with the first byte of their frame, and one read ends with the message

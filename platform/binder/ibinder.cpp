@@ -114,7 +114,8 @@ binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint3
     if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
     AParcel in;
     AParcel out;
-    if (binder_status_t status = writeFdCopy(&in, fd); status != STATUS_OK) return status;
+    // A descriptor that is none is what the platform finds when it sends the call.
+    if (writeFdCopy(&in, fd) != STATUS_OK) return STATUS_FAILED_TRANSACTION;
     writeArguments(&in, args, numArgs);
     return binder->transact(kDumpCode, in, out, 0);
 }
@@ -203,11 +204,14 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
         return STATUS_UNEXPECTED_NULL;
     }
     *out = nullptr;
-    constexpr binder_flags_t kKnownFlags = binder_flags_t{FLAG_ONEWAY} | FLAG_PRIVATE_VENDOR;
+    constexpr binder_flags_t kClearBuffer = 0x20;  // the platform's FLAG_CLEAR_BUF
+    constexpr binder_flags_t kKnownFlags =
+        binder_flags_t{FLAG_ONEWAY} | kClearBuffer | FLAG_PRIVATE_VENDOR;
     binder_status_t status = STATUS_BAD_VALUE;
     AParcel* received = AParcel::obtain();
-    if (code >= FIRST_CALL_TRANSACTION && code <= LAST_CALL_TRANSACTION && sent->target == binder &&
-        (flags & ~kKnownFlags) == 0) {
+    if (code < FIRST_CALL_TRANSACTION || code > LAST_CALL_TRANSACTION) {
+        status = STATUS_UNKNOWN_TRANSACTION;
+    } else if (sent->target == binder && (flags & ~kKnownFlags) == 0) {
         status = binder->transact(code, *sent, *received, flags);
     }
     AParcel::recycle(sent);
@@ -246,20 +250,15 @@ bool AIBinder_Weak_lt(const AIBinder_Weak* lhs, const AIBinder_Weak* rhs) {
 
 AIBinder_DeathRecipient* AIBinder_DeathRecipient_new(
     AIBinder_DeathRecipient_onBinderDied onBinderDied) {
-    auto* recipient = new AIBinder_DeathRecipient;
-    recipient->shared = std::make_shared<AIBinder_DeathRecipient::Shared>();
-    recipient->shared->onDied = onBinderDied;
-    return recipient;
+    return new AIBinder_DeathRecipient(onBinderDied);
 }
 
 void AIBinder_DeathRecipient_setOnUnlinked(AIBinder_DeathRecipient* recipient,
                                            AIBinder_DeathRecipient_onBinderUnlinked onUnlinked) {
-    recipient->shared->onUnlinked = onUnlinked;
+    recipient->onUnlinked = onUnlinked;
 }
 
 void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* recipient) {
-    if (recipient == nullptr) return;
-    recipient->shared->deleted = true;
     delete recipient;
 }
 
@@ -267,15 +266,18 @@ binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* 
                                      void* cookie) {
     if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
     ProxyBinder* proxy = asProxy(binder);
+    const std::shared_ptr<DeathLink> link = recipient->makeLink(cookie);
     // An object of this process dies with everybody who could be told.
-    return proxy == nullptr ? STATUS_INVALID_OPERATION : proxy->link(recipient->shared, cookie);
+    const binder_status_t status = proxy == nullptr ? STATUS_INVALID_OPERATION : proxy->link(link);
+    if (status != STATUS_OK) link->end();
+    return status;
 }
 
 binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
                                        void* cookie) {
     if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
     ProxyBinder* proxy = asProxy(binder);
-    return proxy == nullptr ? STATUS_NAME_NOT_FOUND : proxy->unlink(recipient->shared, cookie);
+    return proxy == nullptr ? STATUS_NAME_NOT_FOUND : proxy->unlink(recipient, cookie);
 }
 
 size_t host::binder::addressCount(AIBinder* remote) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The serving end of one name: a listening socket, the opening of its connections, its sessions.
+// The serving end of one name: a listening socket and its sessions.
 #pragma once
 
 #include <map>
@@ -13,12 +13,18 @@ namespace host::binder {
 
 class Listener : public Pollable {
   public:
-    // Sessions made here give out `root`, of which the listener keeps a strong reference.
-    Listener(android::base::unique_fd socket, AIBinder* root);
+    // Sessions made here give out `root`, of which the listener keeps a strong reference, and let
+    // their client call on `maxCalls` connections.
+    Listener(android::base::unique_fd socket, AIBinder* root,
+             size_t maxCalls = kMinCallConnections);
     ~Listener() override;
 
     int fd() const override { return mSocket.get(); }
-    void onReady(bool drain) override;
+    // Whoever waits to be accepted is not forgotten, whatever kept it waiting.
+    Trigger trigger() const override { return Trigger::kOneShot; }
+    bool onReady(bool drain) override;
+    void onDisowned() override;
+    bool onTick(Deadline now) override;
 
     std::shared_ptr<Session> open(const Session::Setup& setup) EXCLUDES(mLock);
     std::shared_ptr<Session> find(const Session::Id& id) EXCLUDES(mLock);
@@ -28,11 +34,16 @@ class Listener : public Pollable {
 
     const android::base::unique_fd mSocket;
     AIBinder* const mRoot;
+    const size_t mMaxCalls;
+
+    // The owning thread's.
     // Given up for a moment when the process has no descriptor left, to turn a caller away at once.
-    android::base::unique_fd mReserve;  // the owning thread's
+    android::base::unique_fd mReserve;
+    bool mIsExhausted = false;  // wait before accepting again
 
     std::mutex mLock;
     std::map<Session::Id, std::weak_ptr<Session>> mSessions GUARDED_BY(mLock);
+    size_t mForgetAt GUARDED_BY(mLock) = 64;  // sessions, when those that have ended are forgotten
 };
 
 }  // namespace host::binder

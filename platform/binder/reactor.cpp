@@ -2,18 +2,19 @@
 #include "reactor.h"
 
 #include <android-base/logging.h>
-#include <errno.h>
-#include <pthread.h>
-#include <signal.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
-#include <thread>
 #include <utility>
+
+#include "thread.h"
 
 namespace host::binder {
 namespace {
+
+using android::base::unique_fd;
 
 // Edge-triggered: the news of one arrival wakes one thread once, and a thread that reads all that
 // was there needs no further system call to go back to waiting.
@@ -21,6 +22,14 @@ constexpr uint32_t kReadEvents = EPOLLIN | EPOLLRDHUP | EPOLLET;
 
 // Fetched in one system call; a burst of calls to many connections costs one for several.
 constexpr int kEventsAtOnce = 16;
+
+thread_local bool tIsPoolThread = false;
+thread_local int tPeerWaits = 0;
+
+uint32_t eventsOf(const Pollable& object) {
+    return object.trigger() == Pollable::Trigger::kEdge ? kReadEvents
+                                                        : uint32_t{EPOLLIN | EPOLLONESHOT};
+}
 
 }  // namespace
 
@@ -36,7 +45,13 @@ bool Pollable::tryDisown() {
     return false;
 }
 
+void Pollable::giveBack() {
+    mState = State::kIdle;
+    Reactor::get().schedule(*this);
+}
+
 void Pollable::serve(uint32_t epollEvents) {
+    if ((epollEvents & EPOLLOUT) != 0) onWritable();
     while (!tryOwn()) {
         State owned = State::kOwned;
         (void)mState.compare_exchange_strong(owned, State::kOwnedWithNews);
@@ -46,7 +61,7 @@ void Pollable::serve(uint32_t epollEvents) {
     }
     bool drain = (epollEvents & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
     do {
-        onReady(drain);
+        if (!onReady(drain)) return;
         drain = true;
     } while (!tryDisown());
     onDisowned();
@@ -67,10 +82,11 @@ class Reactor::TaskQueue : public Pollable {
         (void)eventfd_write(mEvent.get(), 1);
     }
 
-    void onReady(bool) override {
+    bool onReady(bool) override {
         eventfd_t count;
         (void)eventfd_read(mEvent.get(), &count);
         while (std::function<void()> task = pop()) task();
+        return true;
     }
 
   private:
@@ -82,9 +98,52 @@ class Reactor::TaskQueue : public Pollable {
         return task;
     }
 
-    const android::base::unique_fd mEvent;
+    const unique_fd mEvent;
     std::mutex mLock;
     std::deque<std::function<void()>> mTasks GUARDED_BY(mLock);
+};
+
+// Rings while somebody has something pending, and not otherwise: an idle process sleeps.
+class Reactor::Ticker : public Pollable {
+  public:
+    Ticker() : mTimer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+        PCHECK(mTimer.ok());
+    }
+
+    int fd() const override { return mTimer.get(); }
+
+    void watch(std::weak_ptr<Timed> object) EXCLUDES(mLock) {
+        std::lock_guard lock(mLock);
+        if (mWatched.empty()) {
+            constexpr long kNanoseconds = std::chrono::nanoseconds(kLimitCheckInterval).count();
+            const itimerspec once{.it_interval = {}, .it_value = {0, kNanoseconds}};
+            (void)timerfd_settime(mTimer.get(), 0, &once, nullptr);
+        }
+        mWatched.push_back(std::move(object));
+    }
+
+    bool onReady(bool) override {
+        uint64_t rings;
+        (void)read(mTimer.get(), &rings, sizeof(rings));
+        std::vector<std::weak_ptr<Timed>> watched;
+        {
+            std::lock_guard lock(mLock);
+            watched.swap(mWatched);
+        }
+        const Deadline now = Clock::now();
+        for (const auto& weak : watched) {
+            const std::shared_ptr<Timed> object = weak.lock();
+            if (!object) continue;
+            object->mTicking = false;
+            if (object->onTick(now) && !object->mTicking.exchange(true)) watch(weak);
+        }
+        return true;
+    }
+
+  private:
+    const unique_fd mTimer;
+    std::mutex mLock;
+    std::vector<std::weak_ptr<Timed>> mWatched GUARDED_BY(mLock);
 };
 
 // Brings one waiting thread back from the kernel.
@@ -94,10 +153,11 @@ class Reactor::WakeUp : public Pollable {
 
     int fd() const override { return mEvent.get(); }
     void ring() { (void)eventfd_write(mEvent.get(), 1); }
-    void onReady(bool) override {}  // each ring is news of its own; the count is never read
+    // Each ring is news of its own; the count is never read.
+    bool onReady(bool) override { return true; }
 
   private:
-    const android::base::unique_fd mEvent;
+    const unique_fd mEvent;
 };
 
 Reactor& Reactor::get() {
@@ -108,9 +168,11 @@ Reactor& Reactor::get() {
 Reactor::Reactor()
     : mEpoll(epoll_create1(EPOLL_CLOEXEC)),
       mTasks(std::make_shared<TaskQueue>()),
+      mTicker(std::make_shared<Ticker>()),
       mWakeUp(std::make_shared<WakeUp>()) {
     PCHECK(mEpoll.ok());
     CHECK(add(mTasks));
+    CHECK(add(mTicker));
     CHECK(add(mWakeUp));
 }
 
@@ -127,7 +189,7 @@ bool Reactor::add(const std::shared_ptr<Pollable>& object) {
         slot.object = object;
         object->mToken = uint64_t{++slot.generation} << 32 | index;
     }
-    epoll_event event{.events = kReadEvents, .data = {.u64 = object->mToken}};
+    epoll_event event{.events = eventsOf(*object), .data = {.u64 = object->mToken}};
     if (epoll_ctl(mEpoll.get(), EPOLL_CTL_ADD, object->fd(), &event) == 0) return true;
     PLOG(ERROR) << "Cannot watch a binder socket";
     remove(*object);
@@ -157,28 +219,73 @@ void Reactor::watchWritable(Pollable& object, bool wanted) {
     (void)epoll_ctl(mEpoll.get(), EPOLL_CTL_MOD, object.fd(), &event);
 }
 
+void Reactor::rearm(Pollable& object) {
+    epoll_event event{.events = eventsOf(object), .data = {.u64 = object.mToken}};
+    (void)epoll_ctl(mEpoll.get(), EPOLL_CTL_MOD, object.fd(), &event);
+}
+
+void Reactor::tick(std::weak_ptr<Timed> object) {
+    mTicker->watch(std::move(object));
+}
+
 void Reactor::post(std::function<void()> task) {
     mTasks->post(std::move(task));
 }
 
 void Reactor::startPool() {
-    if (!mStarted.exchange(true)) startThread();
+    if (!mStarted.exchange(true)) (void)startPoolThread();
 }
 
-void Reactor::startThread() {
-    std::thread([this] {
-        pthread_setname_np(pthread_self(), "binder");
-        joinPool();
-    }).detach();
+bool Reactor::startPoolThread() {
+    const bool started = startThread("binder", [this] {
+        tIsPoolThread = true;
+        while (!retire()) serveOne();
+    });
+    if (!started) LOG(ERROR) << "Cannot start a binder thread: no thread left";
+    return started;
+}
+
+bool Reactor::startSpareThread() {
+    uint32_t spawned = mSpawned;
+    if (!mStarted || spawned >= mMaxSpawned + mWaiting ||
+        !mSpawned.compare_exchange_strong(spawned, spawned + 1)) {
+        return true;  // there are as many as there may be
+    }
+    if (startPoolThread()) return true;
+    --mSpawned;
+    return false;
+}
+
+bool Reactor::retire() {
+    uint32_t spawned = mSpawned;
+    // The last idle thread stays: somebody has to notice what comes.
+    return spawned > mMaxSpawned + mWaiting && mIdle > 0 &&
+           mSpawned.compare_exchange_strong(spawned, spawned - 1);
 }
 
 void Reactor::joinPool() {
-    // Who writes to a client's descriptor, a dump for one, is told by the write that nobody reads.
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+    tIsPoolThread = true;
     while (true) serveOne();
+}
+
+Reactor::PeerWait::PeerWait() : mCounts(tIsPoolThread && tPeerWaits == 0) {
+    ++tPeerWaits;
+    if (!mCounts) return;
+    Reactor& reactor = Reactor::get();
+    mAllowed = ++reactor.mWaiting <= kMaxWaitingThreads;
+    if (mAllowed && reactor.mIdle == 0) mAllowed = reactor.startSpareThread();
+    if (!mAllowed) {
+        LOG(WARNING) << "A call to a binder peer fails: too many threads wait for peers";
+    }
+}
+
+Reactor::PeerWait::~PeerWait() {
+    --tPeerWaits;
+    if (!mCounts) return;
+    Reactor& reactor = Reactor::get();
+    --reactor.mWaiting;
+    // The thread that took the place shall notice that it is one too many.
+    if (reactor.mSpawned > reactor.mMaxSpawned + reactor.mWaiting) reactor.mWakeUp->ring();
 }
 
 void Reactor::serveOne() {
@@ -187,23 +294,29 @@ void Reactor::serveOne() {
     if (!takeReady(&event)) waitForEvents(&event);
     const bool lastIdle = --mIdle == 0;
     if (event.token == 0) return;
-    if (lastIdle && mStarted) {
-        uint32_t spawned = mSpawned;
-        if (spawned < mMaxSpawned && mSpawned.compare_exchange_strong(spawned, spawned + 1)) {
-            startThread();
-        }
-    }
+    if (lastIdle) (void)startSpareThread();
     if (std::shared_ptr<Pollable> object = find(event.token)) object->serve(event.events);
+}
+
+void Reactor::schedule(Pollable& object) {
+    {
+        std::lock_guard lock(mReadyLock);
+        mReady.push_back({object.mToken, EPOLLIN});
+        mReadyCount = mReady.size();
+    }
+    shareReady(mIdle);
 }
 
 bool Reactor::takeReady(Event* event) {
     if (mReadyCount == 0) return false;
-    std::lock_guard lock(mReadyLock);
-    if (mReady.empty()) return false;
-    *event = mReady.front();
-    mReady.pop_front();
-    mReadyCount = mReady.size();
-    shareReady();
+    {
+        std::lock_guard lock(mReadyLock);
+        if (mReady.empty()) return false;
+        *event = mReady.front();
+        mReady.pop_front();
+        mReadyCount = mReady.size();
+    }
+    shareReady(mIdle - 1);
     return true;
 }
 
@@ -218,13 +331,13 @@ void Reactor::waitForEvents(Event* first) {
         for (int i = 1; i < count; ++i) mReady.push_back({events[i].data.u64, events[i].events});
         mReadyCount = mReady.size();
     }
-    shareReady();
+    shareReady(mIdle - 1);
 }
 
-void Reactor::shareReady() {
-    // This thread's own event may take long, so an idle thread must know of those left; this one
-    // still counts as idle. A thread that becomes idle now looks for them itself.
-    if (mReadyCount > 0 && mIdle > 1) mWakeUp->ring();
+void Reactor::shareReady(uint32_t otherIdle) {
+    // This thread's own work may take long, so an idle thread must know of what is left. A thread
+    // that becomes idle now looks for it itself.
+    if (mReadyCount > 0 && otherIdle > 0) mWakeUp->ring();
 }
 
 }  // namespace host::binder

@@ -14,25 +14,50 @@
 #include <mutex>
 #include <vector>
 
+#include "peer_limits.h"
+
 namespace host::binder {
+
+// Something that may be pending for too long.
+class Timed {
+  public:
+    virtual ~Timed() = default;
+
+    // Checks that. Called by a pool thread, in regular intervals from Reactor::watchTime() on, for
+    // as long as it returns true.
+    virtual bool onTick(Deadline now) = 0;
+
+  private:
+    friend class Reactor;
+    std::atomic<bool> mTicking{false};
+};
 
 // Something with a descriptor that the pool serves. At most one thread at a time owns it: the pool
 // thread that serves it, or a caller that uses its socket for a call of its own.
-class Pollable : public std::enable_shared_from_this<Pollable> {
+class Pollable : public std::enable_shared_from_this<Pollable>, public Timed {
   public:
-    virtual ~Pollable() = default;
+    // When the pool hears of new input again: at the next arrival, for whoever reads all there is;
+    // or once rearm() asks for it, and then also of what is still there.
+    enum class Trigger { kEdge, kOneShot };
 
     virtual int fd() const = 0;
+    virtual Trigger trigger() const { return Trigger::kEdge; }
 
     // Serves what has arrived; the calling thread owns the object. With `drain` it must read until
-    // the kernel has nothing more, since the news of it may have been given out already.
-    virtual void onReady(bool drain) = 0;
+    // the kernel has nothing more, since the news of it may have been given out already. Returns
+    // false when it handed the ownership to another thread, which ends it with giveBack().
+    virtual bool onReady(bool drain) = 0;
+
+    // The descriptor can take bytes again. Called by any thread, owner or not.
+    virtual void onWritable() {}
 
     // The other side closed while another thread owns the object, perhaps for long.
     virtual void onHangUpWhileOwned() {}
 
     // A pool thread has given the object up; others may have waited for it.
     virtual void onDisowned() {}
+
+    bool onTick(Deadline /*now*/) override { return false; }
 
     bool isOwned() const { return mState != State::kIdle; }
 
@@ -42,6 +67,9 @@ class Pollable : public std::enable_shared_from_this<Pollable> {
     // Gives ownership up. False: something arrived meanwhile; the thread still owns the object and
     // must call onReady(true) and try again.
     [[nodiscard]] bool tryDisown();
+
+    // Ends an ownership that onReady() handed on: the pool serves what has arrived meanwhile.
+    void giveBack();
 
     // Ownership for the pool: when somebody has it, that thread is told to look once more.
     void serve(uint32_t epollEvents);
@@ -65,10 +93,20 @@ class Reactor {
     [[nodiscard]] bool add(const std::shared_ptr<Pollable>& object);
     void remove(Pollable& object);
 
-    // Whether the object's onReady is also wanted when its socket can take bytes again.
+    // Whether the object's onWritable and onReady are also wanted when its socket can take bytes
+    // again.
     void watchWritable(Pollable& object, bool wanted);
+    // For Trigger::kOneShot: hear of input again, also of what is there already.
+    void rearm(Pollable& object);
 
-    // Runs `task` on a pool thread; waits for one where the pool has not been started yet.
+    // Has onTick called from kLimitCheckInterval on. Costs a system call when nothing was watched.
+    template <typename Object>
+    void watchTime(Object& object) {
+        if (!static_cast<Timed&>(object).mTicking.exchange(true)) tick(object.weak_from_this());
+    }
+
+    // Runs `task` on a pool thread, behind earlier tasks; waits for one where the pool has not been
+    // started yet.
     void post(std::function<void()> task);
 
     // How many threads the runtime may start itself when all are busy, beside the first.
@@ -81,8 +119,26 @@ class Reactor {
     // Makes the caller a pool thread, for good.
     void joinPool();
 
+    // For the time of its life the calling thread waits for a peer. When that leaves nobody to
+    // serve the others, a further thread takes its place until the wait is over.
+    class PeerWait {
+      public:
+        PeerWait();
+        ~PeerWait();
+        PeerWait(const PeerWait&) = delete;
+        PeerWait& operator=(const PeerWait&) = delete;
+
+        // False when too many threads wait already, or there is no thread to take the place.
+        [[nodiscard]] bool isAllowed() const { return mAllowed; }
+
+      private:
+        const bool mCounts;  // a pool thread's, and not inside another wait of the same thread
+        bool mAllowed = true;
+    };
+
   private:
     class TaskQueue;
+    class Ticker;
     class WakeUp;
 
     struct Event {
@@ -91,12 +147,20 @@ class Reactor {
     };
 
     Reactor();
-    void startThread();
+    void tick(std::weak_ptr<Timed> object);
+    // Starts one more thread when the limit, and those waiting for peers, leave room for it.
+    bool startSpareThread();
+    bool startPoolThread();
+    // False when a thread that replaced a waiting one is no longer needed and shall end.
+    bool retire();
     void serveOne() EXCLUDES(mReadyLock);
+    void schedule(Pollable& object) EXCLUDES(mReadyLock);
     bool takeReady(Event* event) EXCLUDES(mReadyLock);
     void waitForEvents(Event* first) EXCLUDES(mReadyLock);
-    void shareReady();
+    void shareReady(uint32_t otherIdle);
     std::shared_ptr<Pollable> find(uint64_t token) EXCLUDES(mLock);
+
+    friend class Pollable;
 
     struct Slot {
         uint32_t generation = 0;
@@ -105,6 +169,7 @@ class Reactor {
 
     android::base::unique_fd mEpoll;
     std::shared_ptr<TaskQueue> mTasks;  // const after construction, locks itself
+    std::shared_ptr<Ticker> mTicker;    // const after construction, locks itself
     std::shared_ptr<WakeUp> mWakeUp;    // const after construction
 
     std::mutex mLock;
@@ -120,6 +185,7 @@ class Reactor {
     std::atomic<uint32_t> mMaxSpawned{15};  // the platform's default
     std::atomic<uint32_t> mSpawned{0};
     std::atomic<uint32_t> mIdle{0};
+    std::atomic<uint32_t> mWaiting{0};  // pool threads that wait for peers
 };
 
 }  // namespace host::binder

@@ -88,7 +88,9 @@ unique_fd openLock(const std::string& socket, int flags) {
 
 bool isServed(const std::string& socket) {
     unique_fd lock = openLock(socket, 0);
-    return lock.ok() && flock(lock.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (lock.ok()) return flock(lock.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    // A server built on another library listens there without a lock.
+    return errno == ENOENT && connectUnix(socket).ok();
 }
 
 // Every connection is a descriptor: a service should not run out of them before its users do.
@@ -137,7 +139,8 @@ binder_exception_t addService(AIBinder* binder, const std::string& name) {
         PLOG(ERROR) << "Cannot listen at " << path;
         return EX_ILLEGAL_STATE;
     }
-    if (!Reactor::get().add(std::make_shared<Listener>(std::move(socket), binder))) {
+    const size_t maxCalls = std::max(kMinCallConnections, Reactor::get().maxThreads() + 1);
+    if (!Reactor::get().add(std::make_shared<Listener>(std::move(socket), binder, maxCalls))) {
         return EX_ILLEGAL_STATE;
     }
     Registry& names = registry();

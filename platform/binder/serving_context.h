@@ -2,6 +2,7 @@
 #pragma once
 
 #include "binder.h"
+#include "peer_limits.h"
 
 namespace host::binder {
 
@@ -13,19 +14,36 @@ class Session;
 // peer that can be called nowhere else can be called there.
 class ServingContext {
   public:
-    // `mayNest`: the peer waits for an answer on the connection.
-    ServingContext(Session& session, Connection& connection, const Caller& caller, bool mayNest);
+    enum class Kind {
+        kOneway,
+        kCall,        // the peer waits for an answer on the connection
+        kDiagnostic,  // likewise, for output too: kDiagnosticsTimeout applies
+    };
+
+    ServingContext(Session& session, Connection& connection, const Caller& caller, Kind kind);
     ~ServingContext();
     ServingContext(const ServingContext&) = delete;
     ServingContext& operator=(const ServingContext&) = delete;
 
+    // The connection of the peer whose dump or shell command this thread serves, for the first who
+    // asks; null for others, and when it serves no such call.
+    static Connection* takeRequester();
+
     // The connection for a call back to that session's peer, or null when the thread serves none.
     static Connection* nestedConnection(const Session& session);
+
+    // How many calls of that session the current thread serves, one inside the other.
+    static size_t depth(const Session& session);
+
+    // False once a dump or shell command shall not wait for further peers.
+    static bool mayCall();
 
   private:
     const Session& mSession;
     Connection& mConnection;
-    const bool mMayNest;
+    const Kind mKind;
+    const Deadline mCallsUntil;
+    bool mRequesterTaken = false;
     const CallerScope mCaller;
     ServingContext* const mOuter;
 };

@@ -2,7 +2,6 @@
 #include "session.h"
 
 #include <android-base/logging.h>
-#include <errno.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -11,33 +10,24 @@
 #include <algorithm>
 #include <utility>
 
+#include "serving_context.h"
 #include "unix_socket.h"
 
 namespace host::binder {
-namespace {
 
 using android::base::unique_fd;
 
-// The platform's client opens no more connections than this, whatever the server would allow.
-constexpr size_t kMaxClientConnections = 10;
-constexpr size_t kMaxIncomingConnections = 10;
-
-// How long a server may take over the opening of a connection. All its threads may be busy with
-// slow calls, so this only tells a hang from a wait.
-constexpr timeval kOpeningTimeout{60, 0};
-
-bool sendAll(int socket, const void* data, size_t size) {
-    return send(socket, data, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
-}
-
-bool receiveAll(int socket, void* data, size_t size) {
-    return recv(socket, data, size, MSG_WAITALL) == static_cast<ssize_t>(size);
-}
-
-}  // namespace
-
-Session::Session(const Setup& setup, AIBinder* root, std::string path, size_t maxConnections)
-    : mSetup(setup), mPath(std::move(path)), mRoot(root), mMaxConnections(maxConnections) {
+Session::Session(const Setup& setup, AIBinder* root, std::string path, size_t maxCalls)
+    : mSetup(setup),
+      mPath(std::move(path)),
+      mConnections(setup.isServer, maxCalls,
+                   [this] {
+                       unique_fd socket = dialAnother(/*incoming=*/false);
+                       return socket.ok() &&
+                              addConnection(std::move(socket), Connection::Caller::kUs);
+                   }),
+      mObjects(*this, setup.isServer),
+      mRoot(root) {
     if (mRoot != nullptr) mRoot->incStrong();
 }
 
@@ -45,9 +35,8 @@ Session::~Session() {
     end(nullptr);
 }
 
-std::shared_ptr<Session> Session::serve(const Setup& setup, AIBinder* root,
-                                        uint32_t maxConnections) {
-    std::shared_ptr<Session> session(new Session(setup, root, {}, maxConnections));
+std::shared_ptr<Session> Session::serve(const Setup& setup, AIBinder* root, size_t maxCalls) {
+    std::shared_ptr<Session> session(new Session(setup, root, {}, maxCalls));
     std::lock_guard lock(session->mLock);
     session->mSelf = session;
     return session;
@@ -74,7 +63,7 @@ AIBinder* Session::connect(const std::string& path) {
 }
 
 binder_status_t Session::setUpClient(AIBinder** root) {
-    unique_fd socket = dial(/*incoming=*/false, /*newSession=*/true);
+    unique_fd socket = dial(mPath, {});
     if (!socket.ok()) return STATUS_DEAD_OBJECT;
     WireNewSessionResponse response;
     if (!receiveAll(socket.get(), &response, sizeof(response))) return STATUS_DEAD_OBJECT;
@@ -95,10 +84,7 @@ binder_status_t Session::setUpClient(AIBinder** root) {
     if (status == STATUS_OK) status = out.readValue(&threads);
     if (status == STATUS_OK && threads < 1) status = STATUS_BAD_VALUE;
     if (status != STATUS_OK) return status;
-    {
-        std::lock_guard lock(mLock);
-        mMaxConnections = std::min(static_cast<size_t>(threads), kMaxClientConnections);
-    }
+    mConnections.setMaxClientCalls(std::min(static_cast<size_t>(threads), kMaxClientConnections));
 
     out.clear();
     int32_t size = 0;
@@ -117,210 +103,108 @@ binder_status_t Session::setUpClient(AIBinder** root) {
     return status;
 }
 
-unique_fd Session::dial(bool incoming, bool newSession) {
-    unique_fd socket = connectUnix(mPath);
-    if (!socket.ok()) return socket;
-    (void)setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &kOpeningTimeout,
-                     sizeof(kOpeningTimeout));
-    // Header, id and init are written at once, without waiting for an answer.
-    struct {
-        WireConnectionHeader header;
-        std::array<uint8_t, kSessionIdSize + sizeof(WireConnectionInit)> rest;
-    } opening{};
-    opening.header.version = mSetup.version;
-    opening.header.options = incoming ? kConnectionIncoming : 0;
-    opening.header.fdMode =
-        static_cast<uint8_t>(mSetup.passesFds ? WireFdMode::kUnix : WireFdMode::kNone);
-    size_t size = sizeof(opening.header);
-    if (!newSession) {
-        opening.header.sessionIdSize = kSessionIdSize;
-        memcpy(opening.rest.data(), mSetup.id.data(), kSessionIdSize);
-        size += kSessionIdSize;
-    }
-    if (!incoming) {
-        memcpy(reinterpret_cast<uint8_t*>(&opening) + size, &kConnectionInit,
-               sizeof(kConnectionInit));
-        size += sizeof(kConnectionInit);
-    }
-    if (!sendAll(socket.get(), &opening, size)) return {};
-    if (incoming) {
-        WireConnectionInit init;
-        if (!receiveAll(socket.get(), &init, sizeof(init)) ||
-            memcmp(init.magic, kConnectionInit.magic, sizeof(init.magic)) != 0) {
-            LOG(WARNING) << "The service at " << mPath << " takes no callback connection";
-            return {};
-        }
-    }
-    return socket;
+unique_fd Session::dialAnother(bool incoming) {
+    return dial(mPath, {.version = mSetup.version,
+                        .passesFds = mSetup.passesFds,
+                        .incoming = incoming,
+                        .id = &mSetup.id});
 }
 
-void Session::ensureIncoming() {
-    if (mSetup.isServer) return;
+binder_status_t Session::ensureIncoming() {
+    if (mSetup.isServer) return STATUS_OK;
     std::lock_guard lock(mIncomingLock);
-    if (mIncomingOpened || mEnded) return;
-    mIncomingOpened = true;
-    unique_fd socket = dial(/*incoming=*/true, /*newSession=*/false);
-    if (socket.ok()) (void)addConnection(std::move(socket), Connection::Caller::kPeer);
+    if (mIncomingOpened) return STATUS_OK;
+    if (mEnded) return STATUS_DEAD_OBJECT;
+    unique_fd socket = dialAnother(/*incoming=*/true);
+    mIncomingOpened = socket.ok() && addConnection(std::move(socket), Connection::Caller::kPeer);
+    return mIncomingOpened ? STATUS_OK : STATUS_FAILED_TRANSACTION;
 }
 
 bool Session::addConnection(unique_fd socket, Connection::Caller caller) {
     constexpr timeval kNoTimeout{0, 0};
     (void)setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &kNoTimeout, sizeof(kNoTimeout));
-    bool onlyOurs = !mSetup.isServer && caller == Connection::Caller::kUs;
+    const Connection::Options options{
+        .caller = caller,
+        .passesFds = mSetup.passesFds,
+        // A client's own connections are read by whoever calls on them and by nobody else.
+        .isWatched = mSetup.isServer || caller == Connection::Caller::kPeer};
     auto connection =
-        std::make_shared<Connection>(std::move(socket), caller, mSetup.passesFds, weak_from_this());
-    {
-        std::lock_guard lock(mLock);
-        if (mEnded) return false;
-        auto& list = caller == Connection::Caller::kPeer ? mServing : mCalling;
-        bool clientCalls = mSetup.isServer == (caller == Connection::Caller::kPeer);
-        if (list.size() >= (clientCalls ? mMaxConnections : kMaxIncomingConnections)) {
-            LOG(WARNING) << "Binder peer " << mSetup.peer.pid << " wants more than the "
-                         << list.size() << " connections its session may have";
-            return false;
-        }
-        // Under the lock: once the client reads it, its callbacks find the connection here.
-        if (mSetup.isServer && caller == Connection::Caller::kUs &&
-            !sendAll(connection->fd(), &kConnectionInit, sizeof(kConnectionInit))) {
-            return false;
-        }
-        list.push_back(connection);
-    }
-    // A client's own connections are read by whoever calls on them and by nobody else.
-    if (onlyOurs || Reactor::get().add(connection)) {
-        connectionFreed();
-        return true;
-    }
-    connectionBroken(*connection);
+        std::make_shared<Connection>(std::move(socket), options, weak_from_this(), mHeldFds);
+    if (!mConnections.add(connection)) return false;
+    if (!options.isWatched || Reactor::get().add(connection)) return true;
+    connectionBroken(*connection, nullptr);
     return false;
 }
 
-std::shared_ptr<Connection> Session::freeConnection() {
-    for (const std::shared_ptr<Connection>& connection : mCalling) {
-        if (connection->tryOwn()) return connection;
-    }
-    return nullptr;
-}
-
-std::shared_ptr<Connection> Session::acquireConnection(binder_status_t* status)
-    NO_THREAD_SAFETY_ANALYSIS {  // std::unique_lock is not annotated
-    std::unique_lock lock(mLock);
-    ++mWaiting;
-    std::shared_ptr<Connection> connection;
-    *status = STATUS_OK;
-    while (*status == STATUS_OK) {
-        if (mEnded) {
-            *status = STATUS_DEAD_OBJECT;
-        } else if ((connection = freeConnection())) {
-            break;
-        } else if (mSetup.isServer && mCalling.empty()) {
-            *status = STATUS_WOULD_BLOCK;
-        } else if (!mSetup.isServer && mCalling.size() + mOpening < mMaxConnections) {
-            ++mOpening;
-            lock.unlock();
-            unique_fd socket = dial(/*incoming=*/false, /*newSession=*/false);
-            bool opened = socket.ok() && addConnection(std::move(socket), Connection::Caller::kUs);
-            lock.lock();
-            --mOpening;
-            // A server that refuses gets no further attempts; what is open must do.
-            if (!opened) mMaxConnections = std::max<size_t>(mCalling.size(), 1);
-        } else {
-            mConnectionFreed.wait(lock);
-        }
-    }
-    --mWaiting;
-    return connection;
-}
-
 bool Session::isAlive() {
-    bool hungUp = false;
-    if (!mEnded && !mSetup.isServer) {
-        std::lock_guard lock(mLock);
-        hungUp = !mCalling.empty() && mCalling.front()->isHungUp();
-    }
-    if (hungUp) end(nullptr);
+    if (!mEnded && !mSetup.isServer && mConnections.isHungUp()) end(nullptr);
     return !mEnded;
 }
 
-void Session::releaseConnection(Connection& connection) {
-    while (!connection.tryDisown()) connection.onReady(/*drain=*/true);
-    connectionFreed();
-}
-
-void Session::connectionFreed() {
-    if (mWaiting == 0) return;
-    std::lock_guard lock(mLock);
-    mConnectionFreed.notify_all();
-}
-
-void Session::connectionBroken(Connection& connection) {
-    bool last = false;
-    {
-        std::lock_guard lock(mLock);
-        auto& list = connection.caller() == Connection::Caller::kPeer ? mServing : mCalling;
-        std::erase_if(list, [&](const auto& c) { return c.get() == &connection; });
-        // A server's session lives while a client can call in it; a client's needs every connection
-        // it opened, since what was under way on a lost one cannot be known.
-        last = !mSetup.isServer || mServing.empty();
-        mConnectionFreed.notify_all();
-    }
+void Session::connectionBroken(Connection& connection, const char* reason) {
+    const bool isLast = mConnections.remove(connection);
     connection.shutDown();
     Reactor::get().remove(connection);
-    if (last) end(nullptr);
+    if (isLast || reason != nullptr) end(reason);
+}
+
+bool Session::onTick(Deadline now) {
+    Deadline since;
+    if (!mObjects.hasGap(&since)) return false;
+    if (now - since <= kPeerTimeout) return true;
+    end("a oneway call that others wait for did not come in time");
+    return false;
+}
+
+binder_status_t Session::addressArrived(WireAddress address, int32_t stability, bool isFirst,
+                                        AIBinder** binder) {
+    return mObjects.addressArrived(shared_from_this(), address, stability, isFirst, binder);
+}
+
+void Session::proxyDropped(ProxyBinder& proxy) {
+    // While this thread serves the same peer, the answer carries what is to be given back.
+    if (mObjects.proxyDropped(proxy) && ServingContext::nestedConnection(*this) == nullptr) {
+        sendPending();
+    }
+}
+
+void Session::tidyUp() {
+    const ObjectTable::Leftovers leftovers = mObjects.takeLeftovers();
+    for (AIBinder* binder : leftovers.released) binder->decStrong();
+    if (leftovers.isUnused) end(nullptr);
 }
 
 void Session::end(const char* reason) {
-    std::vector<std::shared_ptr<Connection>> connections;
-    std::unordered_map<uint64_t, Node> nodes;
-    std::vector<AIBinder*> released;
     std::shared_ptr<Session> self;  // let go last
+    std::vector<AIBinder*> released;
+    std::vector<ProxyBinder*> proxies;
     {
         std::lock_guard lock(mLock);
         if (mEnded.exchange(true)) return;
         self = std::move(mSelf);
-        connections = std::move(mServing);
-        connections.insert(connections.end(), mCalling.begin(), mCalling.end());
-        mCalling.clear();
-        nodes = std::move(mNodes);
-        mNodes.clear();
-        mLocalAddresses.clear();
-        mOwing.clear();
-        released = std::move(mReleased);
         if (mRoot != nullptr) released.push_back(std::exchange(mRoot, nullptr));
-        for (auto& [_, node] : nodes) {
-            if (node.local != nullptr) released.push_back(node.local);
-            // Held until told; under the lock, since proxyDropped() waits for it before the proxy
-            // goes.
-            if (node.proxy != nullptr && !node.proxy->tryIncStrong()) node.proxy = nullptr;
-        }
-        mConnectionFreed.notify_all();
     }
     if (reason != nullptr) {
         LOG(WARNING) << "Ending the binder session with process " << mSetup.peer.pid << ": "
                      << reason;
     }
-    for (const auto& connection : connections) {
+    for (const auto& connection : mConnections.close()) {
         connection->shutDown();
         Reactor::get().remove(*connection);
     }
-    for (auto& [_, node] : nodes) {
-        if (node.proxy == nullptr) continue;
+    mObjects.close(&released, &proxies);
+    for (ProxyBinder* proxy : proxies) {
         // Recipients run on a pool thread: this one may hold locks of its own.
-        if (node.proxy->hasDeathLinks()) {
-            Reactor::get().post([proxy = node.proxy] {
+        if (proxy->hasDeathLinks()) {
+            Reactor::get().post([proxy] {
                 proxy->tellDeath();
                 proxy->decStrong();
             });
         } else {
-            node.proxy->decStrong();
+            proxy->decStrong();
         }
     }
     for (AIBinder* binder : released) binder->decStrong();
-}
-
-size_t Session::addressCount() {
-    std::lock_guard lock(mLock);
-    return mNodes.size();
 }
 
 }  // namespace host::binder

@@ -29,7 +29,7 @@ class TransportTest : public ::testing::Test {
         mFolder = mkdtemp(folder.data());
         mPath = mFolder + "/socket";
         mRoot = echo::makeServer(&mServer);
-        mListener = std::make_shared<Listener>(listenUnix(mPath), mRoot.get());
+        mListener = std::make_shared<Listener>(listenUnix(mPath), mRoot.get(), 3);
         ASSERT_TRUE(Reactor::get().add(mListener));
     }
 

@@ -164,6 +164,9 @@ class WirelessCharger : public BnWirelessCharger {
     /** The override that is in force, else what the charger says; nothing when it fails. */
     std::optional<int32_t> readValue(DiagType type) EXCLUDES(mDiagOverridesLock);
 
+    /** The cached identity as a client gets it: its texts in valid UTF-8. */
+    void copyDockInfo(DockInfo* out) const REQUIRES(mDockInfoLock);
+
     /** Both return 0 or a service-specific error; response is left alone on an error. */
     uint8_t updateStartInternal(int8_t target, int32_t size, int8_t chunkSize, bool freshStart,
                                 int32_t compressSize, const FirmwareVersion& newVersion,
@@ -201,7 +204,7 @@ class WirelessCharger : public BnWirelessCharger {
     // In force when there and not 0. The lock is held for a look-up or a store only.
     std::unordered_map<DiagType, uint32_t> mDiagOverrides GUARDED_BY(mDiagOverridesLock);
 
-    // The cached identity of the dock. The lock is held for a copy or a write only.
+    // The cached identity of the dock, its texts as the dock sends them. The lock is held for a copy or a write only.
     DockInfo mDockInfo GUARDED_BY(mDockInfoLock);
 
     // Serialises requests to libchargelink; held for one exchange.

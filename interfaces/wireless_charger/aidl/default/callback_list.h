@@ -66,6 +66,14 @@ void removeCallback(CallbackList<Callback>& list, Callback& callback) {
     if (auto found = findCallback(list, callback); found != list.end()) list.erase(found);
 }
 
+/** Removes these entries; a client that has registered anew since then has another one. */
+template <typename Callback>
+void removeEntries(CallbackList<Callback>& list, const CallbackList<Callback>& gone) {
+    std::erase_if(list, [&](const auto& registered) {
+        return std::find(gone.begin(), gone.end(), registered) != gone.end();
+    });
+}
+
 /** Removes every callback whose process is gone. */
 template <typename Callback>
 void removeDeadCallbacks(CallbackList<Callback>& list) {

@@ -96,7 +96,7 @@ ScopedAStatus WirelessCharger::getDockInformation(DockInfo* out) {
         reduce(kCompatibilities, readValue(DiagType::COMPATIBILITY).value_or(0)));
     std::lock_guard lock(mDockInfoLock);
     mDockInfo.compatibility = compatibility;
-    *out = mDockInfo;
+    copyDockInfo(out);
     return ScopedAStatus::ok();
 }
 

@@ -8,6 +8,7 @@
 #include "WirelessCharger.h"
 #include "dock_kind.h"
 #include "protocol/chargelink.h"
+#include "utf8_text.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -91,8 +92,16 @@ ScopedAStatus WirelessCharger::getInformation(DockInfo* out) {
     std::lock_guard lock(mDockInfoLock);
     store(found, mDockInfo);
     if (found.error != 0) return statusOfError(found.error);
-    *out = mDockInfo;
+    copyDockInfo(out);
     return ScopedAStatus::ok();
+}
+
+void WirelessCharger::copyDockInfo(DockInfo* out) const {
+    *out = mDockInfo;
+    for (std::string* text : {&out->infoText0, &out->infoText1, &out->infoText2,
+                              &out->firmwareVersion.name, &out->qiId}) {
+        makeValidUtf8(*text);
+    }
 }
 
 ScopedAStatus WirelessCharger::updateInformation(const WlcInfo& info) {

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The state report.
-#include <errno.h>
-#include <stdarg.h>
 #include <stdio.h>
-#include <unistd.h>
 
 #include "WirelessCharger.h"
 #include "reverse_charging.h"
@@ -14,49 +11,33 @@ namespace {
 
 constexpr int8_t kRtxModeActive = 1;
 
-// One write a line: a C library's dprintf makes several system calls of it. What cannot be written
-// is left out, as whoever asked for the report has stopped reading it.
-__attribute__((format(printf, 2, 3))) void print(int fd, const char* format, ...) {
-    char line[128];
-    va_list args;
-    va_start(args, format);
-    const int length = vsnprintf(line, sizeof(line), format, args);
-    va_end(args);
-    for (int done = 0; done < length;) {
-        const ssize_t count = write(fd, line + done, static_cast<size_t>(length - done));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return;
-        done += static_cast<int>(count);
-    }
-}
-
 void dumpDevice(int fd, const RtxStatusInfo& rtx) {
-    print(fd, "    prmc = 0x%x\n", static_cast<uint32_t>(rtx.prmc));
-    print(fd, "    device level = %d\n", rtx.deviceLevel);
+    dprintf(fd, "    prmc = 0x%x\n", static_cast<uint32_t>(rtx.prmc));
+    dprintf(fd, "    device level = %d\n", rtx.deviceLevel);
 }
 
 void dumpReverseCharging(int fd, const RtxStatusInfo& rtx) {
     if (rtx.mode != kRtxModeActive && rtx.errorType == 0) {
-        print(fd, "  It is not working now\n");
+        dprintf(fd, "  It is not working now\n");
         return;
     }
-    print(fd, "  Reverse charging status:\n");
+    dprintf(fd, "  Reverse charging status:\n");
     if (rtx.connected) {
         dumpDevice(fd, rtx);
     } else if (rtx.errorType != 0) {
-        print(fd, "    error type = %d\n", rtx.errorType);
+        dprintf(fd, "    error type = %d\n", rtx.errorType);
     } else {
-        print(fd, "    active but not connected\n");
+        dprintf(fd, "    active but not connected\n");
     }
 }
 
 void dumpCharging(int fd, const DockPresent& dock, const PowerInfo& power) {
-    print(fd, "  Charging status:\n");
-    print(fd, "    id = 0x%x\n", static_cast<uint32_t>(dock.id));
-    print(fd, "    GetInfoSupported = %c\n", dock.getInfoSupported ? 'Y' : 'N');
-    print(fd, "    ptmc = 0x%x, product = %d\n", static_cast<uint32_t>(dock.ptmc), dock.product);
-    print(fd, "    max power: %d, negotiated power: %d\n", power.maxPower, power.negotiatedPower);
-    print(fd, "    limit reason: %d\n", power.limitReason);
+    dprintf(fd, "  Charging status:\n");
+    dprintf(fd, "    id = 0x%x\n", static_cast<uint32_t>(dock.id));
+    dprintf(fd, "    GetInfoSupported = %c\n", dock.getInfoSupported ? 'Y' : 'N');
+    dprintf(fd, "    ptmc = 0x%x, product = %d\n", static_cast<uint32_t>(dock.ptmc), dock.product);
+    dprintf(fd, "    max power: %d, negotiated power: %d\n", power.maxPower, power.negotiatedPower);
+    dprintf(fd, "    limit reason: %d\n", power.limitReason);
 }
 
 template <typename Callback>
@@ -73,7 +54,7 @@ binder_status_t WirelessCharger::dump(int fd, const char** args, uint32_t numArg
     RtxStatusInfo rtx;
     getRtxInfoInternal(rtx);
 
-    print(fd, "IWirelessCharger Service:\n");
+    dprintf(fd, "IWirelessCharger Service:\n");
     if (presenceKnown && dock.docked && rtx.mode != kRtxModeActive) {
         PowerInfo power;
         getPowerInformation(&power);
@@ -93,15 +74,15 @@ binder_status_t WirelessCharger::dump(int fd, const char** args, uint32_t numArg
         infoCallbacks = mInfoCallbacks;
         fanCallbacks = mFanLevelCallbacks;
     }
-    print(fd, "  Number of callback registered:\n");
-    print(fd, "    RTx: %zu\n", rtxCallbacks.size());
-    print(fd, "    Alignment: %zu\n", infoCallbacks.size());
-    print(fd, "    Fan level: %zu\n", fanCallbacks.size());
-    print(fd, "  Dump registered interfaces: [\n");
+    dprintf(fd, "  Number of callback registered:\n");
+    dprintf(fd, "    RTx: %zu\n", rtxCallbacks.size());
+    dprintf(fd, "    Alignment: %zu\n", infoCallbacks.size());
+    dprintf(fd, "    Fan level: %zu\n", fanCallbacks.size());
+    dprintf(fd, "  Dump registered interfaces: [\n");
     dumpCallbacks(fd, args, numArgs, rtxCallbacks);
     dumpCallbacks(fd, args, numArgs, infoCallbacks);
     dumpCallbacks(fd, args, numArgs, fanCallbacks);
-    print(fd, "  ]\n");
+    dprintf(fd, "  ]\n");
     return STATUS_OK;
 }
 

@@ -15,11 +15,6 @@ constexpr uint8_t kAlignmentOff = 3;
 // The charger has no alignment now: worth telling, unlike a failure.
 constexpr uint32_t kResultUnavailable = 6;
 
-template <typename Callback>
-void removeCallbacks(CallbackList<Callback>& list, const CallbackList<Callback>& gone) {
-    for (const auto& callback : gone) removeCallback(list, *callback);
-}
-
 }  // namespace
 
 void WirelessCharger::rtxCallback(RtxStatusInfo& info) {
@@ -32,7 +27,7 @@ void WirelessCharger::rtxCallback(RtxStatusInfo& info) {
     const auto failed = callEach(callbacks, "StatusChanged",
                                  [&](auto& callback) { return callback.statusChanged(info); });
     std::lock_guard lock(mRtxCallbackLock);
-    removeCallbacks(mRtxCallbacks, failed);
+    removeEntries(mRtxCallbacks, failed);
 }
 
 void WirelessCharger::alignCallback(AlignInfo& info) {
@@ -56,7 +51,7 @@ void WirelessCharger::alignCallback(AlignInfo& info) {
     const auto failed = callEach(callbacks, "AlignChanged",
                                  [&](auto& callback) { return callback.alignChanged(info); });
     std::lock_guard lock(mInfoCallbackLock);
-    removeCallbacks(mInfoCallbacks, failed);
+    removeEntries(mInfoCallbacks, failed);
 }
 
 void WirelessCharger::fanCallback(int& level) {
@@ -76,7 +71,7 @@ void WirelessCharger::fanCallback(int& level) {
     const auto failed = callEach(callbacks, "FanLevelChanged",
                                  [&](auto& callback) { return callback.fanLevelChanged(level); });
     std::lock_guard lock(mFanLevelCallbackLock);
-    removeCallbacks(mFanLevelCallbacks, failed);
+    removeEntries(mFanLevelCallbacks, failed);
 }
 
 void WirelessCharger::wlcCallback(int& chargingOff) {

@@ -3,6 +3,7 @@
 #include <android-base/logging.h>
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
+#include <signal.h>
 
 #include <memory>
 #include <string>
@@ -15,6 +16,8 @@ using aidl::vendor::zorvak::wireless_charger::IWirelessCharger;
 using aidl::vendor::zorvak::wireless_charger::WirelessCharger;
 
 int main(int /*argc*/, char** argv) {
+    // A dump whose reader has gone is an error of the write, not the end of the service.
+    signal(SIGPIPE, SIG_IGN);
     android::base::InitLogging(argv, android::base::LogdLogger(android::base::SYSTEM));
     LOG(INFO) << "WirelessCharger AIDL HAL service is starting";
     ABinderProcess_setThreadPoolMaxThreadCount(2);
