@@ -73,29 +73,27 @@ int main(int argc, char** argv) {
     gAlignCount = atoi(argv[1]);
     ABinderProcess_startThreadPool();
     const std::string instance = std::string(charger::IWirelessCharger::descriptor) + "/default";
-    const auto service = charger::IWirelessCharger::fromBinder(
-        ndk::SpAIBinder(AServiceManager_checkService(instance.c_str())));
-    if (service == nullptr) return 3;
     const auto align = make<AlignSubscriber>(argv[1]);
     const auto rtx = make<RtxSubscriber>(argv[2]);
     const auto fan = make<FanSubscriber>(argv[3]);
 
+    // With a session of its own each time the one before has ended.
+    std::shared_ptr<charger::IWirelessCharger> service;
     const auto registerAll = [&] {
+        service = charger::IWirelessCharger::fromBinder(
+            ndk::SpAIBinder(AServiceManager_checkService(instance.c_str())));
+        if (service == nullptr) return std::string("no service");
         for (const auto& subscriber : align) {
-            if (ScopedAStatus status = service->registerCallback(subscriber); !status.isOk()) {
-                return status.getDescription();
-            }
+            ScopedAStatus status = service->registerCallback(subscriber);
+            if (!status.isOk()) return status.getDescription();
         }
         for (const auto& subscriber : rtx) {
-            if (ScopedAStatus status = service->registerRtxCallback(subscriber); !status.isOk()) {
-                return status.getDescription();
-            }
+            ScopedAStatus status = service->registerRtxCallback(subscriber);
+            if (!status.isOk()) return status.getDescription();
         }
         for (const auto& subscriber : fan) {
-            if (ScopedAStatus status = service->registerFanLevelChangedCallback(subscriber);
-                !status.isOk()) {
-                return status.getDescription();
-            }
+            ScopedAStatus status = service->registerFanLevelChangedCallback(subscriber);
+            if (!status.isOk()) return status.getDescription();
         }
         return std::string();
     };

@@ -204,7 +204,8 @@ class WirelessCharger : public BnWirelessCharger {
     // In force when there and not 0. The lock is held for a look-up or a store only.
     std::unordered_map<DiagType, uint32_t> mDiagOverrides GUARDED_BY(mDiagOverridesLock);
 
-    // The cached identity of the dock, its texts as the dock sends them. The lock is held for a copy or a write only.
+    // The cached identity of the dock, its texts as the dock sends them. The lock is held for a
+    // copy or a write only.
     DockInfo mDockInfo GUARDED_BY(mDockInfoLock);
 
     // Serialises requests to libchargelink; held for one exchange.
