@@ -24,7 +24,7 @@ namespace {
 using android::base::unique_fd;
 
 // A description of our own for a pipe or terminal, so that it can be non-blocking without being so
-// for its other users. Not ok when nobody reads from it.
+// for its other users.
 unique_fd openAnew(const unique_fd& fd) {
     return unique_fd(open(("/proc/self/fd/" + std::to_string(fd.get())).c_str(),
                           O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
@@ -109,10 +109,10 @@ unique_fd ForwardedOutput::add(unique_fd target) {
     struct stat info {};
     (void)fstat(target.get(), &info);
     channel.isSocket = S_ISSOCK(info.st_mode);
-    if (S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode)) {
-        target = openAnew(target);
-        if (!target.ok()) channel.close();
-    }
+    pollfd reader{target.get(), 0, 0};
+    (void)poll(&reader, 1, 0);
+    if (S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode)) target = openAnew(target);
+    if (!target.ok() || (reader.revents & (POLLERR | POLLHUP)) != 0) channel.close();
     channel.target = std::move(target);
     mState->channels.push_back(std::move(channel));
     return writeEnd;

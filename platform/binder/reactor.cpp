@@ -275,7 +275,8 @@ Reactor::PeerWait::PeerWait() : mCounts(tIsPoolThread && tPeerWaits == 0) {
     mAllowed = ++reactor.mWaiting <= kMaxWaitingThreads;
     if (mAllowed && reactor.mIdle == 0) mAllowed = reactor.startSpareThread();
     if (!mAllowed) {
-        LOG(WARNING) << "A call to a binder peer fails: too many threads wait for peers";
+        LOG(WARNING) << "A call to a binder peer fails: too many threads wait for peers, "
+                        "or no thread is left";
     }
 }
 

@@ -33,13 +33,7 @@ binder_status_t fire(Server& server, int count, AParcel* out) {
     }
     const SpAIBinder callback = server.callback();
     for (int i = 0; i < count; ++i) {
-        ScopedAParcel in;
-        ScopedAParcel none;
-        AIBinder_prepareTransaction(callback.get(), in.getR());
-        AParcel_writeInt32(in.get(), i);
-        binder_status_t status =
-            AIBinder_transact(callback.get(), 1, in.getR(), none.getR(), FLAG_ONEWAY);
-        if (status != STATUS_OK) return status;
+        if (auto s = callOneway(callback.get(), 1, i); s != STATUS_OK) return s;
     }
     return answer(out, ScopedAStatus::ok());
 }
@@ -156,13 +150,16 @@ binder_status_t callWithInt(AIBinder* binder, Code code, int argument, int* resu
     return s;
 }
 
-binder_status_t ping(AIBinder* binder, int x, int* result, binder_flags_t flags) {
-    if (flags == 0) return callWithInt(binder, kPing, x, result);
+binder_status_t ping(AIBinder* binder, int x, int* result) {
+    return callWithInt(binder, kPing, x, result);
+}
+
+binder_status_t callOneway(AIBinder* binder, transaction_code_t code, int argument) {
     ScopedAParcel in;
     ScopedAParcel out;
     if (auto s = AIBinder_prepareTransaction(binder, in.getR()); s != STATUS_OK) return s;
-    AParcel_writeInt32(in.get(), x);
-    return AIBinder_transact(binder, kPing, in.getR(), out.getR(), flags);
+    AParcel_writeInt32(in.get(), argument);
+    return AIBinder_transact(binder, code, in.getR(), out.getR(), FLAG_ONEWAY);
 }
 
 binder_status_t echo(AIBinder* binder, const std::vector<int8_t>& data,

@@ -72,7 +72,8 @@ const AIBinder_Class* serverClass();
 const AIBinder_Class* callbackClass();
 
 // Calls. The binder's class must have been associated.
-binder_status_t ping(AIBinder* binder, int x, int* result, binder_flags_t flags = 0);
+binder_status_t ping(AIBinder* binder, int x, int* result);
+binder_status_t callOneway(AIBinder* binder, transaction_code_t code, int argument);
 binder_status_t echo(AIBinder* binder, const std::vector<int8_t>& data,
                      std::vector<int8_t>* result);
 binder_status_t callWithBinder(AIBinder* binder, Code code, AIBinder* argument,

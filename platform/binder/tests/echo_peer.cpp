@@ -26,6 +26,7 @@ void say(const char* text) {
 int serve(const char* name) {
     static echo::Server server;
     ndk::SpAIBinder binder = echo::makeServer(&server);
+    ABinderProcess_setThreadPoolMaxThreadCount(2);
     if (AServiceManager_addService(binder.get(), name) != EX_NONE) return 1;
     ABinderProcess_startThreadPool();
     say("serving");

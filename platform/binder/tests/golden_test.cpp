@@ -257,5 +257,42 @@ TEST_F(GoldenTest, ClientSaysWhatThePlatformsClientSaid) {
     script.join();
 }
 
+// A link that nobody could ever tell is refused, and the next attempt tries anew.
+TEST_F(GoldenTest, ClientThatCannotBeCalledBackIsTold) {
+    const std::string path = mFolder + "/scripted";
+    ScriptedServer server(path);
+    std::thread script([&] {
+        RawPeer peer(server.accept());
+        (void)peer.receive(24);
+        peer.send(hex("0100000000000000"));
+        (void)peer.receive(56);
+        peer.send(hex(kExchanges[0].reply));
+        (void)peer.receive(56);
+        Bytes body = hex("00000000 24000000 000000000000000000000000 20000000");
+        append(&body, Bytes(kSessionIdSize, 0x4a));
+        peer.send(frameOf(WireCommand::kReply, body));
+        (void)peer.receive(56);
+        peer.send(hex(kExchanges[1].reply));
+        RawPeer(server.accept()).close();
+        RawPeer(server.accept()).close();
+        RawPeer incoming(server.accept());
+        (void)incoming.receive(48);
+        incoming.send(hex("63636900 00000000"));
+        EXPECT_TRUE(peer.hasEnded());
+    });
+    ndk::SpAIBinder root(connectService(path));
+    ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new([](void*) {}));
+    AIBinder_DeathRecipient* told = recipient.get();
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, AIBinder_linkToDeath(root.get(), told, nullptr));
+    ndk::SpAIBinder callback = echo::makeCallback([](int) { return 0; });
+    AParcel in;
+    AParcel out;
+    in.writeBinder(callback.get());
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, root.get()->transact(echo::kRegisterCallback, in, out, 0));
+    EXPECT_EQ(STATUS_OK, AIBinder_linkToDeath(root.get(), told, nullptr));
+    root = {};
+    script.join();
+}
+
 }  // namespace
 }  // namespace host::binder::test

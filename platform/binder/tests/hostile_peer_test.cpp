@@ -17,12 +17,6 @@ using HostilePeerTest = TransportTest;
 
 constexpr WireAddress kRoot{kAddressCreated | kAddressForServer, 0};
 
-Bytes pingFrame(int32_t number, const Bytes& surplus = {}) {
-    Bytes arguments = int32(number);
-    append(&arguments, surplus);
-    return frameOf(Call{.code = echo::kPing, .parcel = echoParcel(arguments)});
-}
-
 // A frame with some of its bytes overwritten.
 Bytes patched(Bytes frame, size_t at, const Bytes& with) {
     std::copy(with.begin(), with.end(), frame.begin() + static_cast<long>(at));

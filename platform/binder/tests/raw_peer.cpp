@@ -89,6 +89,12 @@ Bytes int32(int32_t value) {
     return bytes;
 }
 
+Bytes pingFrame(int32_t number, const Bytes& surplus) {
+    Bytes arguments = int32(number);
+    append(&arguments, surplus);
+    return frameOf(Call{.code = 2, .parcel = echoParcel(arguments)});
+}
+
 int32_t RawFrame::replyStatus() const {
     int32_t status = 1;
     if (body.size() >= sizeof(status)) memcpy(&status, body.data(), sizeof(status));
@@ -187,7 +193,7 @@ void RawPeer::fetchRoot() {
 }
 
 std::optional<RawFrame> RawPeer::ping(int32_t number) {
-    send(frameOf(Call{.code = 2, .parcel = echoParcel(int32(number))}));
+    send(pingFrame(number));
     return frame();
 }
 

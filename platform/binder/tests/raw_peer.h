@@ -47,6 +47,7 @@ Bytes decStrong(WireAddress address, uint32_t amount);
 // A parcel that begins with the descriptor "test.IEcho".
 Bytes echoParcel(const Bytes& arguments = {});
 Bytes int32(int32_t value);
+Bytes pingFrame(int32_t number, const Bytes& surplus = {});
 
 struct RawFrame {
     WireCommand command;

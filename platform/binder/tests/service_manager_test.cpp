@@ -12,7 +12,9 @@
 
 #include "echo.h"
 #include "host/binder_host.h"
+#include "listener.h"
 #include "other_process.h"
+#include "raw_peer.h"
 #include "unix_socket.h"
 
 namespace host::binder::test {
@@ -53,6 +55,45 @@ TEST_F(ServiceManagerTest, NamesAreServedOnceWhileTheirProcessLives) {
     EXPECT_EQ("serving", successor.line());
     ndk::SpAIBinder next(AServiceManager_waitForService(kName));
     EXPECT_EQ(STATUS_OK, AIBinder_ping(next.get()));
+}
+
+// What another implementation serves has a socket at the documented place and no lock beside it.
+TEST_F(ServiceManagerTest, ServersWithoutALockAreFoundWhileTheyListen) {
+    constexpr char kName[] = "test.IEcho/foreign";
+    const std::string path = mFolder + "/binder/" + kName;
+    fs::create_directories(mFolder + "/binder/test.IEcho");
+    fs::permissions(mFolder + "/binder", fs::perms::owner_all);
+    fs::permissions(mFolder + "/binder/test.IEcho", fs::perms::owner_all);
+    echo::Server server;
+    ndk::SpAIBinder binder = echo::makeServer(&server);
+    auto listener = std::make_shared<Listener>(listenUnix(path), binder.get());
+    ASSERT_TRUE(Reactor::get().add(listener));
+    Reactor::get().startPool();
+    EXPECT_EQ(std::vector<std::string>{kName}, listServices());
+    {
+        ndk::SpAIBinder found(AServiceManager_checkService(kName));
+        EXPECT_EQ(STATUS_OK, AIBinder_ping(found.get()));
+    }
+    Reactor::get().remove(*listener);
+    std::weak_ptr<Listener> gone = listener;
+    listener.reset();
+    EXPECT_TRUE(eventually([&] { return gone.expired(); }));
+    EXPECT_TRUE(listServices().empty());
+    EXPECT_EQ(nullptr, AServiceManager_checkService(kName));
+    EXPECT_TRUE(eventually([&] { return AIBinder_debugGetRefCount(binder.get()) == 1; }));
+}
+
+TEST_F(ServiceManagerTest, AtLeastFourThreadsOfAClientMayCallAtOnce) {
+    OtherProcess server({ECHO_PEER, "serve", "test.IEcho/many"});
+    ASSERT_EQ("serving", server.line());
+    RawPeer peer(mFolder + "/binder/test.IEcho/many");
+    peer.open();
+    peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetMaxThreads}));
+    std::optional<RawFrame> reply = peer.frame();
+    ASSERT_TRUE(reply);
+    const Bytes threads = reply->replyParcel();
+    ASSERT_EQ(4u, threads.size());
+    EXPECT_GE(threads[0], 4);
 }
 
 TEST_F(ServiceManagerTest, NamesThatLeaveTheFolderAreRefused) {

@@ -175,12 +175,7 @@ TEST_F(SessionTest, OnewayReferencesAreGivenBackWithoutACall) {
     ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
     // Called by nobody's call, so that no answer can carry the references back.
     for (int i = 0; i < 100; ++i) {
-        ndk::ScopedAParcel in;
-        ndk::ScopedAParcel out;
-        ASSERT_EQ(STATUS_OK, AIBinder_prepareTransaction(mServer.callback().get(), in.getR()));
-        AParcel_writeInt32(in.get(), i);
-        ASSERT_EQ(STATUS_OK, AIBinder_transact(mServer.callback().get(), 1, in.getR(), out.getR(),
-                                               FLAG_ONEWAY));
+        ASSERT_EQ(STATUS_OK, echo::callOneway(mServer.callback().get(), echo::Code{1}, i));
     }
     EXPECT_TRUE(eventually([&] { return calls == 100; }));
     mServer.setCallback({});
@@ -191,18 +186,7 @@ TEST_F(SessionTest, OnewayReferencesAreGivenBackWithoutACall) {
 
 TEST_F(SessionTest, ACallbackWithoutAConnectionForItFailsAtOnce) {
     RawPeer peer = openRaw();
-    Bytes binder = int32(kObjectBinder);
-    append(&binder, WireAddress{kAddressCreated, 0});
-    append(&binder, int32(0x3f));
-    peer.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
-    ASSERT_TRUE(peer.frame());  // asks for the descriptor
-    AParcel descriptor;
-    descriptor.writeString("test.ICb");
-    Bytes body;
-    append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
-    append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
-    peer.send(frameOf(WireCommand::kReply, body));
-    ASSERT_TRUE(peer.frame());
+    subscribe(peer);
     int answer = 0;
     EXPECT_EQ(STATUS_WOULD_BLOCK,
               echo::callWithInt(mServer.callback().get(), echo::Code{1}, 1, &answer));
@@ -212,24 +196,15 @@ TEST_F(SessionTest, ASubscriberThatDoesNotReadLosesItsSessionAndIsToldByItsEnd) 
     RawPeer caller = openRaw();
     RawPeer incoming(mPath);
     incoming.open(caller.sessionId(), kConnectionIncoming);
-    Bytes binder = int32(kObjectBinder);
-    append(&binder, WireAddress{kAddressCreated, 0});
-    append(&binder, int32(0x3f));
-    caller.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
-    ASSERT_TRUE(caller.frame());
-    AParcel descriptor;
-    descriptor.writeString("test.ICb");
-    Bytes body;
-    append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
-    append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
-    caller.send(frameOf(WireCommand::kReply, body));
-    ASSERT_TRUE(caller.frame());
+    subscribe(caller);
 
-    caller.send(frameOf(Call{.code = echo::kFire, .parcel = echoParcel(int32(1'000'000))}));
+    binder_status_t status = STATUS_OK;
+    for (int i = 0; i < 1'000'000 && status == STATUS_OK; ++i) {
+        status = echo::callOneway(mServer.callback().get(), echo::Code{1}, i);
+    }
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, status);
     EXPECT_TRUE(caller.hasEnded());
-    int answer = 0;
-    EXPECT_EQ(STATUS_DEAD_OBJECT,
-              echo::callWithInt(mServer.callback().get(), echo::Code{1}, 1, &answer));
+    EXPECT_EQ(STATUS_DEAD_OBJECT, echo::callOneway(mServer.callback().get(), echo::Code{1}, 1));
     expectServed();
     // What was sent before arrives whole and in order.
     uint64_t next = 0;
@@ -287,28 +262,77 @@ TEST_F(SessionTest, CallsToADeadServerFailAndItsClientsAreTold) {
     EXPECT_EQ(nullptr, AServiceManager_checkService("test.IEcho/mortal"));
 }
 
-TEST_F(SessionTest, UnlinkedAndDeletedRecipientsAreNotTold) {
+TEST_F(SessionTest, UnlinkedAndDeletedRecipientsAreNotToldAndEveryCookieComesBackOnce) {
     OtherProcess client = startPeer("subscribe");
     ASSERT_EQ("connected", client.line());
     static std::atomic<int> told;
     static std::atomic<int> unlinked;
     told = unlinked = 0;
-    auto onDied = [](void*) { ++told; };
-    ndk::ScopedAIBinder_DeathRecipient first(AIBinder_DeathRecipient_new(onDied));
-    ndk::ScopedAIBinder_DeathRecipient second(AIBinder_DeathRecipient_new(onDied));
-    ndk::ScopedAIBinder_DeathRecipient third(AIBinder_DeathRecipient_new(onDied));
-    AIBinder_DeathRecipient_setOnUnlinked(first.get(), [](void*) { ++unlinked; });
+    const auto make = [] {
+        ndk::ScopedAIBinder_DeathRecipient recipient(
+            AIBinder_DeathRecipient_new([](void*) { ++told; }));
+        AIBinder_DeathRecipient_setOnUnlinked(recipient.get(), [](void*) { ++unlinked; });
+        return recipient;
+    };
+    ndk::ScopedAIBinder_DeathRecipient first = make();
+    ndk::ScopedAIBinder_DeathRecipient second = make();
+    ndk::ScopedAIBinder_DeathRecipient third = make();
     AIBinder* callback = mServer.callback().get();
     for (auto* recipient : {&first, &second, &third}) {
         ASSERT_EQ(STATUS_OK, AIBinder_linkToDeath(callback, recipient->get(), nullptr));
     }
     EXPECT_EQ(STATUS_OK, AIBinder_unlinkToDeath(callback, first.get(), nullptr));
     EXPECT_EQ(STATUS_NAME_NOT_FOUND, AIBinder_unlinkToDeath(callback, first.get(), nullptr));
-    EXPECT_EQ(1, unlinked);
+    EXPECT_EQ(1, unlinked) << "by unlinking";
     second = ndk::ScopedAIBinder_DeathRecipient();
+    EXPECT_EQ(2, unlinked) << "by deleting the recipient";
+    EXPECT_EQ(STATUS_INVALID_OPERATION, AIBinder_linkToDeath(mRoot.get(), first.get(), nullptr));
+    EXPECT_EQ(3, unlinked) << "an object of this process cannot be linked";
     client.kill();
-    EXPECT_TRUE(eventually([] { return told == 1; }));
+    EXPECT_TRUE(eventually([] { return unlinked == 4; })) << "behind the death";
     EXPECT_EQ(1, told);
+    EXPECT_EQ(STATUS_DEAD_OBJECT, AIBinder_linkToDeath(callback, first.get(), nullptr));
+    EXPECT_EQ(5, unlinked) << "a dead object cannot be linked";
+    third = ndk::ScopedAIBinder_DeathRecipient();
+    EXPECT_EQ(5, unlinked);
+}
+
+TEST_F(SessionTest, LinksGoWithTheLastReferenceToTheirObject) {
+    static std::atomic<int> told;
+    told = 0;
+    ndk::ScopedAIBinder_DeathRecipient recipient(
+        AIBinder_DeathRecipient_new([](void*) { ++told; }));
+    {
+        SpAIBinder root = connect();
+        SpAIBinder callback = echo::makeCallback([](int x) { return x; });
+        for (int i = 0; i < 1000; ++i) {
+            ASSERT_EQ(STATUS_OK,
+                      echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+            ASSERT_EQ(STATUS_OK,
+                      AIBinder_linkToDeath(mServer.callback().get(), recipient.get(), nullptr));
+            if (i + 1 < 1000) mServer.setCallback({});
+        }
+        static_cast<ProxyBinder*>(root.get())->session().end(nullptr);
+    }
+    EXPECT_TRUE(eventually([] { return told > 0; }));
+    mServer.setCallback({});
+    EXPECT_EQ(1, told);
+}
+
+TEST_F(SessionTest, CallsAreCheckedAsOnThePlatform) {
+    SpAIBinder root = connect();
+    const auto call = [&](transaction_code_t code, binder_flags_t flags) {
+        ndk::ScopedAParcel in;
+        ndk::ScopedAParcel out;
+        EXPECT_EQ(STATUS_OK, AIBinder_prepareTransaction(root.get(), in.getR()));
+        AParcel_writeInt32(in.get(), 7);
+        return AIBinder_transact(root.get(), code, in.getR(), out.getR(), flags);
+    };
+    EXPECT_EQ(STATUS_UNKNOWN_TRANSACTION, call(0, 0));
+    EXPECT_EQ(STATUS_UNKNOWN_TRANSACTION, call(LAST_CALL_TRANSACTION + 1, 0));
+    EXPECT_EQ(STATUS_OK, call(echo::kPing, 0x20)) << "FLAG_CLEAR_BUF";
+    EXPECT_EQ(STATUS_BAD_VALUE, call(echo::kPing, 0x40));
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, AIBinder_dump(root.get(), -1, nullptr, 0));
 }
 
 TEST_F(SessionTest, SessionsOfALivingClientCloseWhenItHasDroppedEverything) {
@@ -325,7 +349,7 @@ TEST_F(SessionTest, SessionsOfALivingClientCloseWhenItHasDroppedEverything) {
 
     // Its last call has no answer.
     for (int i = 0; i < 10; ++i) {
-        ASSERT_EQ(STATUS_OK, echo::ping(connect().get(), i, nullptr, FLAG_ONEWAY));
+        ASSERT_EQ(STATUS_OK, echo::callOneway(connect().get(), echo::kPing, i));
     }
     EXPECT_TRUE(eventually([&] { return openDescriptors() <= before + 1; }));
 
@@ -364,7 +388,11 @@ TEST_F(SessionTest, CallersAreKnownByTheirSocket) {
     EXPECT_TRUE(eventually([&] { return pid == client.pid(); }));
     EXPECT_EQ(getuid(), uid);
     EXPECT_EQ(getpid(), AIBinder_getCallingPid()) << "outside a call it is this process";
-    EXPECT_TRUE(eventually([&] { return pid == client.pid(); }));
+    // Who made a oneway call may be gone when it runs.
+    SpAIBinder root = connect();
+    ASSERT_EQ(STATUS_OK, echo::callOneway(root.get(), echo::kBlock, 0));
+    EXPECT_TRUE(eventually([&] { return pid == 0; }));
+    EXPECT_EQ(getuid(), uid);
     mServer.onBlock([] {});
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include "echo.h"
 #include "host/binder_host.h"
 #include "listener.h"
+#include "parcel.h"
 #include "raw_peer.h"
 #include "unix_socket.h"
 
@@ -22,6 +24,7 @@ namespace host::binder::test {
 class TransportTest : public ::testing::Test {
   protected:
     void SetUp() override {
+        signal(SIGPIPE, SIG_IGN);  // as the service does
         // As the service: a first thread, two more of the runtime's.
         Reactor::get().setMaxThreads(2);
         Reactor::get().startPool();
@@ -65,6 +68,26 @@ class TransportTest : public ::testing::Test {
         peer.open();
         peer.fetchRoot();
         return peer;
+    }
+
+    // The first half of a registration by a raw peer; the server then asks for the descriptor.
+    static void sendCallback(RawPeer& caller) {
+        Bytes binder = int32(kObjectBinder);
+        append(&binder, WireAddress{kAddressCreated, 0});
+        append(&binder, int32(0x3f));
+        caller.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
+    }
+    // The whole registration.
+    static void subscribe(RawPeer& caller) {
+        sendCallback(caller);
+        ASSERT_TRUE(caller.frame());
+        AParcel descriptor;
+        descriptor.writeString("test.ICb");
+        Bytes body;
+        append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
+        append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
+        caller.send(frameOf(WireCommand::kReply, body));
+        ASSERT_TRUE(caller.frame());
     }
 
     std::string mFolder;

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a hostile peer can hold: nothing for long, and nobody else's turn. While each attack runs, a
+// client that keeps the rules calls without a break.
+#include <android/binder_process.h>
+#include <android/log.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+#include <thread>
+
+#include "transport_fixture.h"
+
+namespace host::binder::test {
+namespace {
+
+using android::base::unique_fd;
+
+// Nobody may wait for others' limits.
+constexpr std::chrono::milliseconds kLongestWait(2500);
+
+class WellBehavedClient {
+  public:
+    explicit WellBehavedClient(ndk::SpAIBinder root) : mRoot(std::move(root)) {}
+    ~WellBehavedClient() {
+        mStop = true;
+        mThread.join();
+        EXPECT_GT(mCalls, 0);
+        EXPECT_LT(mLongest, kLongestWait);
+    }
+
+  private:
+    void run() {
+        while (!mStop) {
+            const auto begin = Clock::now();
+            int answer = 0;
+            ASSERT_EQ(STATUS_OK, echo::ping(mRoot.get(), 1, &answer));
+            mLongest = std::max<Clock::duration>(mLongest, Clock::now() - begin);
+            ++mCalls;
+            std::this_thread::yield();
+        }
+    }
+
+    const ndk::SpAIBinder mRoot;
+    std::atomic<bool> mStop = false;
+    Clock::duration mLongest{};
+    int mCalls = 0;
+    std::thread mThread{[this] { run(); }};
+};
+
+size_t threadCount() {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word && word != "Threads:") {
+    }
+    size_t count = 0;
+    status >> count;
+    return count;
+}
+
+Bytes firstHalf(const Bytes& frame) {
+    return {frame.begin(), frame.begin() + 30};
+}
+
+Bytes onewayFrame(uint64_t number, size_t size = 0) {
+    Bytes arguments = int32(1);
+    append(&arguments, Bytes(size));
+    return frameOf(Call{.code = echo::kPing,
+                        .flags = kFlagOneway,
+                        .asyncNumber = number,
+                        .parcel = echoParcel(arguments)});
+}
+
+Bytes dumpFrame() {
+    Bytes parcel;
+    append(&parcel, WireFd{kObjectFd, 0});
+    append(&parcel, int32(0));
+    return frameOf(Call{.code = kDumpCode, .parcel = parcel, .objectTable = int32(0)});
+}
+
+// A pipe that takes nothing more.
+struct FullPipe {
+    FullPipe() {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) abort();
+        reader.reset(ends[0]);
+        writer.reset(ends[1]);
+        const Bytes page(4096);
+        while (write(writer.get(), page.data(), page.size()) > 0) {
+        }
+        (void)fcntl(writer.get(), F_SETFL, 0);
+    }
+    unique_fd reader;
+    unique_fd writer;
+};
+
+class LimitsTest : public TransportTest {
+  protected:
+    void sendUnreadCalls(RawPeer& peer) {
+        Bytes arguments = int32(90'000);
+        append(&arguments, Bytes(90'000));
+        const Bytes call = frameOf(Call{.code = echo::kEcho, .parcel = echoParcel(arguments)});
+        for (int i = 0; i < 8; ++i) (void)peer.trySend(call);
+    }
+};
+
+// All at once, since each lasts as long as its limit.
+TEST_F(LimitsTest, PeersThatKeepTheServiceWaitingLoseTheirSessionsAndAllTheyHold) {
+    struct Row {
+        const char* what;
+        std::function<void(RawPeer&)> attack;
+        bool opens = true;
+        bool dies = false;  // and leaves the service with the other end of its own socket
+    };
+    FullPipe pipe;
+    const Row rows[] = {
+        {"half an opening", [](RawPeer& p) { p.send(Bytes(5)); }, false},
+        {"half a frame", [](RawPeer& p) { p.send(firstHalf(pingFrame(1))); }},
+        {"half a frame with its own socket",
+         [](RawPeer& p) { p.send(firstHalf(dumpFrame()), {p.fd()}); }, true, true},
+        {"its own socket behind unread replies",
+         [&](RawPeer& p) {
+             sendUnreadCalls(p);
+             p.send(dumpFrame(), {p.fd()});
+         },
+         true, true},
+        {"replies not read", [&](RawPeer& p) { sendUnreadCalls(p); }},
+        {"a oneway call whose predecessor never comes", [](RawPeer& p) { p.send(onewayFrame(1)); }},
+        {"a nested question not answered", [](RawPeer& p) { sendCallback(p); }},
+        {"a dump into a full pipe", [&](RawPeer& p) { p.send(dumpFrame(), {pipe.writer.get()}); }},
+    };
+    expectServed();
+    const size_t descriptors = openDescriptors();
+    const size_t threads = threadCount();
+    {
+        std::vector<RawPeer> peers;
+        {
+            const WellBehavedClient client(connect());
+            for (int round = 0; round < 4; ++round) {  // more than there are threads
+                for (const Row& row : rows) {
+                    RawPeer peer(mPath);
+                    if (row.opens) {
+                        peer.open();
+                        peer.fetchRoot();
+                    }
+                    row.attack(peer);
+                    if (!row.dies) peers.push_back(std::move(peer));
+                }
+            }
+            const auto begin = Clock::now();
+            for (size_t i = 0; i < peers.size(); ++i) EXPECT_TRUE(peers[i].hasEnded()) << i;
+            EXPECT_LT(Clock::now() - begin, kDiagnosticsTimeout + 2 * kPeerTimeout);
+        }
+        peers.clear();
+    }
+    mServer.setCallback({});
+    EXPECT_TRUE(eventually([&] { return openDescriptors() <= descriptors; }));
+    EXPECT_TRUE(eventually([&] { return threadCount() <= threads + 2; })) << threadCount();
+    expectServed();
+}
+
+TEST_F(LimitsTest, NestedCallsAreNestedOnlySoDeep) {
+    RawPeer peer = openRaw();
+    subscribe(peer);
+    const WellBehavedClient client(connect());
+    const Bytes askBack = frameOf(Call{.code = echo::kAskBack, .parcel = echoParcel(int32(1))});
+    size_t depth = 0;
+    do {
+        peer.send(askBack);
+        ++depth;
+    } while (peer.frame() && depth < 1000);
+    EXPECT_EQ(kMaxNesting + 1, depth);
+    mServer.setCallback({});
+}
+
+TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
+    const unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    const WellBehavedClient client(connect());
+    {
+        RawPeer peer = openRaw();
+        size_t sent = 0;
+        for (uint64_t number = 1; number < 1000; ++number) {
+            peer.send(onewayFrame(number, 90'000));
+            if (recv(peer.fd(), nullptr, 0, MSG_PEEK | MSG_DONTWAIT) == 0) break;
+            sent += 90'000;
+        }
+        EXPECT_TRUE(peer.hasEnded()) << "early oneway calls";
+        EXPECT_LT(sent, 2 * kMaxWaitingOnewayBytes);
+    }
+    {
+        RawPeer peer = openRaw();
+        Bytes call = dumpFrame();
+        call[sizeof(WireHeader) + offsetof(WireTransaction, flags)] = kFlagOneway;
+        call[sizeof(WireHeader) + offsetof(WireTransaction, asyncNumber)] = 1;
+        peer.send(call, {null.get()});
+        EXPECT_TRUE(peer.hasEnded()) << "an early oneway call with a descriptor";
+    }
+    {
+        const size_t before = openDescriptors();
+        std::vector<RawPeer> peers;
+        const Bytes half = firstHalf(dumpFrame());
+        for (int i = 0; i < 8; ++i) {
+            peers.push_back(openRaw());
+            peers.back().send(half, std::vector<int>(253, null.get()));
+        }
+        EXPECT_TRUE(eventually(
+            [&] { return openDescriptors() < before + kMaxHeldFdsInAll + 2 * peers.size() + 8; }));
+        size_t ended = 0;
+        for (RawPeer& peer : peers) {
+            if (recv(peer.fd(), nullptr, 1, MSG_PEEK | MSG_DONTWAIT) == 0) ++ended;
+        }
+        EXPECT_TRUE(eventually([&] {
+            ended = 0;
+            for (RawPeer& peer : peers) {
+                uint8_t byte;
+                if (recv(peer.fd(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0) ++ended;
+            }
+            return ended >= peers.size() - kMaxHeldFdsInAll / 253;
+        })) << "descriptors of unfinished frames";
+    }
+}
+
+// Counts the entries of the log while it lives.
+class LogCounter {
+  public:
+    LogCounter() {
+        sCount = 0;
+        __android_log_set_logger([](const __android_log_message*) { ++sCount; });
+    }
+    ~LogCounter() { __android_log_set_logger(__android_log_logd_logger); }
+    size_t count() const { return sCount; }
+
+  private:
+    static inline std::atomic<size_t> sCount;
+};
+
+TEST_F(LimitsTest, WhoCallsWhileThereAreNoDescriptorsIsAcceptedWhenThereAre) {
+    const WellBehavedClient client(connect());
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    std::vector<unique_fd> sockets;
+    for (int i = 0; i < 18; ++i) sockets.emplace_back(socket(AF_UNIX, SOCK_STREAM, 0));
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    mPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const LogCounter log;
+    const rlimit none{3, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    std::vector<RawPeer> peers;
+    for (unique_fd& socket : sockets) {
+        EXPECT_EQ(0, ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
+                               sizeof(address)));
+        peers.emplace_back(std::move(socket));
+    }
+    EXPECT_TRUE(eventually([&] { return log.count() > 0; }));
+    setrlimit(RLIMIT_NOFILE, &before);
+    for (RawPeer& peer : peers) {
+        peer.open();
+        peer.fetchRoot();
+        EXPECT_TRUE(peer.ping(1)) << "not accepted";
+    }
+    EXPECT_LE(log.count(), 50u);
+    peers.clear();
+    expectServed();
+}
+
+TEST_F(LimitsTest, WithoutFurtherThreadsCallsAreServedOrFailAndNothingEnds) {
+    // No stack is that large: every start of a thread fails.
+    pthread_attr_t usual;
+    pthread_attr_t huge;
+    ASSERT_EQ(0, pthread_getattr_default_np(&usual));
+    ASSERT_EQ(0, pthread_getattr_default_np(&huge));
+    const unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    std::vector<RawPeer> peers;
+    for (int i = 0; i < 8; ++i) peers.push_back(openRaw());
+    ASSERT_EQ(0, pthread_attr_setstacksize(&huge, size_t{1} << 46));
+    ASSERT_EQ(0, pthread_setattr_default_np(&huge));
+    for (size_t i = 0; i < 6; ++i) sendCallback(peers[i]);
+    peers[6].send(dumpFrame(), {null.get()});
+    std::optional<RawFrame> reply = peers[6].frame();
+    EXPECT_TRUE(peers[7].ping(1));
+    ASSERT_EQ(0, pthread_setattr_default_np(&usual));
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, reply->replyStatus());
+    peers.clear();
+    mServer.setCallback({});
+    expectServed();
+}
+
+TEST_F(LimitsTest, ASubscriberThatTakesHalfAMessageDelaysNobody) {
+    RawPeer caller = openRaw();
+    RawPeer incoming(mPath);
+    incoming.open(caller.sessionId(), kConnectionIncoming);
+    subscribe(caller);
+    const ndk::SpAIBinder callback = mServer.callback();
+    // Messages that do not fit as a whole, so that the last one is cut.
+    binder_status_t status = STATUS_OK;
+    Clock::duration longest{};
+    while (status == STATUS_OK) {
+        ndk::ScopedAParcel in;
+        ndk::ScopedAParcel out;
+        ASSERT_EQ(STATUS_OK, AIBinder_prepareTransaction(callback.get(), in.getR()));
+        AParcel_writeByteArray(in.get(), std::array<int8_t, 90'000>().data(), 90'000);
+        const auto begin = Clock::now();
+        status = AIBinder_transact(callback.get(), 1, in.getR(), out.getR(), FLAG_ONEWAY);
+        longest = std::max<Clock::duration>(longest, Clock::now() - begin);
+    }
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, status);
+    EXPECT_LT(longest, kPeerTimeout / 2);
+    EXPECT_TRUE(caller.hasEnded());
+    mServer.setCallback({});
+}
+
+}  // namespace
+}  // namespace host::binder::test
