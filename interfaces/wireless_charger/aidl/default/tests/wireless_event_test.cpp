@@ -4,18 +4,16 @@
 #include "wireless_event.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "test_environment.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 namespace {
@@ -144,8 +142,7 @@ TEST(UeventTest, ThreadDoesNotStartWithoutAllHandlers) {
     EXPECT_FALSE(started(rtx, align, level, nullptr));
 }
 
-// The real thread on the socket that stands in for the kernel's. It never ends, so what it uses is
-// never freed.
+// The real thread. It never ends, so what it uses is never freed nor closed.
 TEST(UeventTest, ThreadHandlesEachMessageThatFits) {
     struct Journal {
         std::mutex lock;
@@ -158,29 +155,21 @@ TEST(UeventTest, ThreadHandlesEachMessageThatFits) {
         journal.steps += step;
         journal.changed.notify_all();
     };
-    const std::string path = getenv("ANDROID_HOST_DIR") + "/uevent"s;
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    setenv("ANDROID_HOST_UEVENT_SOCKET", path.c_str(), 1);
+    int ends[2] = {};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+    giveUeventSocket(ends[0]);
     static auto& event = *new ::android::sp<WirelessEvent>(::android::sp<WirelessEvent>::make(
         [=](RtxStatusInfo& info) { note("R" + std::to_string(info.prmc++)); },
         [=](AlignInfo&) { note("A"); }, [=](int& level) { note("F" + std::to_string(level++)); },
         [=](int& off) { note(off ? "O" : "W"); }));
     ASSERT_TRUE(event->startThread());
 
-    const int sender = socket(AF_UNIX, SOCK_DGRAM, 0);
-    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    while (connect(sender, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
-        ASSERT_LT(std::chrono::steady_clock::now(), limit) << "the socket does not appear";
-        std::this_thread::yield();
-    }
     const std::string driver = message("|DRIVER=p9221");
     const auto sized = [&](size_t size) { return std::string(size - driver.size(), 'x') + driver; };
     for (const std::string& text : {sized(2048), sized(2047), "\0"s + driver, driver.substr(1),
                                     message("SOURCE=WLC_OFF|DRIVER=p9221|")}) {
-        ASSERT_EQ(send(sender, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+        ASSERT_EQ(send(ends[1], text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     }
-    close(sender);
     std::unique_lock lock(journal.lock);
     EXPECT_TRUE(journal.changed.wait_for(lock, std::chrono::seconds(30),
                                          [] { return journal.steps.ends_with("OA"); }));

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/**
+ * The next event thread that starts reads its messages from this datagram socket, which it then
+ * owns. All others end at once, because they find none: a test may then destroy the service it
+ * made.
+ */
+void giveUeventSocket(int fd);
