@@ -75,7 +75,7 @@ class Checker:
             self.check_sources()
             self.check_names()
             self.check_policy()
-        except (blueprint.Error, xml.etree.ElementTree.ParseError, ValueError, LookupError) as error:
+        except (ValueError, LookupError) as error:
             self.complaints.append(f"cannot go on: {error!r}")
 
     def expect(self, right, complaint):
@@ -86,7 +86,7 @@ class Checker:
         for path, text in self.tree.items():
             if posixpath.basename(path) != "Android.bp":
                 continue
-            for module in blueprint.parse(text):
+            for module in blueprint.parse(path, text):
                 place = f"{path}:{module.line}"
                 known = MODULE_PROPERTIES | FILE_PROPERTIES | OTHER_PROPERTIES
                 for key in sorted({key for names, _ in module.leaves() for key in names} - known):
@@ -202,9 +202,13 @@ class Checker:
                     f"{path} does not start {program}")
         self.expect(re.findall(r"^ +interface aidl (.*)$", text, re.M) == [self.name],
                     f"{path} does not name {self.name}")
+        self.expect(re.search(r"^ +capabilities$", text, re.M), f"{path} leaves capabilities")
 
     def check_hal(self, path, attributes, texts):
-        root = xml.etree.ElementTree.fromstring(self.tree[path])
+        try:
+            root = xml.etree.ElementTree.fromstring(self.tree[path])
+        except xml.etree.ElementTree.ParseError as error:
+            raise ValueError(f"{path}: {error}") from error
         hal, = root.findall("hal")
         found = {**root.attrib, **hal.attrib}
         for name, value in {"format": "aidl", "version": "1.0", **attributes}.items():
@@ -273,17 +277,15 @@ class Checker:
                 ("sepolicy/vendor/service_contexts", self.name,
                  {"hal_service_type", "protected_service", "service_manager_type"}),
                 ("sepolicy/vendor/property_contexts", self.property, {"vendor_property_type"})):
+            same = re.fullmatch if path.endswith("file_contexts") else str.__eq__
+            suffix = " exact string" if path.endswith("property_contexts") else ""
             label = None
             for line in self.tree[path].splitlines():
-                if not line or line.startswith("#"):
-                    continue
-                found = re.fullmatch(r"(\S+)\s+u:object_r:(\w+):s0( exact string)?", line)
-                self.expect(found and found[2] in types, f"{path}: no label of the policy: {line}")
-                self.expect(not path.endswith("property_contexts") or line.endswith("exact string"),
-                            f"{path}: not an exact string: {line}")
-                same = re.fullmatch if path.endswith("file_contexts") else str.__eq__
-                if found and same(found[1], name):
-                    label = found[2]
+                found = re.fullmatch(rf"(\S+)\s+u:object_r:(\w+):s0{suffix}", line)
+                if found and found[2] in types:
+                    label = found[2] if same(found[1], name) else label
+                else:
+                    self.expect(line[:1] in ("", "#"), f"{path}: no label of the policy: {line}")
             self.expect(label, f"{path} does not label {name}")
             for attribute in attributes if label else ():
                 self.expect(label in members.get(attribute, ()), f"{label} is no {attribute}")
@@ -294,7 +296,7 @@ DEFAULT = "aidl/default/Android.bp"
 RC = "aidl/default/vendor.zorvak.wireless_charger-service.rc"
 TE = "sepolicy/vendor/hal_wireless_charger_default.te"
 MUTATIONS = (
-    (DEFAULT, '"dump.cpp",', '"dump.cpp"', "instead of ,"),
+    (DEFAULT, '"dump.cpp",', '"dump.cpp"', 'Android.bp:44: "event_handlers.cpp" instead of ,'),
     (DEFAULT, '"dump.cpp",', "", "no module builds aidl/default/dump.cpp"),
     (DEFAULT, '"dump.cpp",', '"dumb.cpp",', "no file dumb.cpp"),
     (DEFAULT, '"main.cpp"', '"main.cpp", "dump.cpp"', "disagree on aidl/default/dump.cpp"),
@@ -307,9 +309,10 @@ MUTATIONS = (
     ("apex/apex_manifest.json", "hardware.", "", "does not name"),
     ("apex/vendor.zorvak.hardware.wireless_charger.rc", "40 40", "10 10", "differs from"),
     (RC, "/vendor/bin/hw/", "/vendor/bin/", "does not start"),
+    (RC, "capabilities\n", "capabilities NET_ADMIN\n", "leaves capabilities"),
     (RC, "/default", "/other", "does not name"),
     ("compatibility_matrix.xml", "8", "7", "version is not 8"),
-    ("compatibility_matrix.xml", "</hal>", "", "ParseError"),
+    ("compatibility_matrix.xml", "</hal>", "", "compatibility_matrix.xml: mismatched tag"),
     ("aidl/default/vendor.zorvak.wireless_charger-service.xml", "/default", "", "fqname is not"),
     ("TEST_MAPPING", "wireless_event_test", "event_test", "no test event_test"),
     (TE, "set_prop(", "set_property(", "does not compile"),
@@ -323,7 +326,7 @@ MUTATIONS = (
      "user: wrong set of callers: {'shell'}"),
     ("sepolicy/vendor/service.te", "protected_service, ", "", "is no protected_service"),
     ("sepolicy/vendor/service_contexts", "/default", "/other", "does not label"),
-    ("sepolicy/vendor/property_contexts", "exact string", "", "not an exact string"),
+    ("sepolicy/vendor/property_contexts", " exact string", "", "no label of the policy"),
     ("sepolicy/vendor/file_contexts", "_default_exec", "_exec", "no label of the policy"),
     ("apex/file_contexts", "/bin/hw", "/bin", "is no exec_type"),
 )

@@ -6,10 +6,6 @@ TOKEN = re.compile(r'(?P<space>\s+|//[^\n]*|/\*.*?\*/)|(?P<word>[A-Za-z_]\w*|-?\
                    r'|(?P<string>"(?:[^"\\\n]|\\.)*")|(?P<sign>[{}\[\]:,])', re.S)
 
 
-class Error(Exception):
-    """The message begins with the line."""
-
-
 class Module:
     def __init__(self, kind, properties, line):
         self.kind, self.properties, self.line = kind, properties, line
@@ -32,13 +28,13 @@ class Module:
 
 
 class Parser:
-    def __init__(self, text):
-        self.tokens, self.at = [], 0
+    def __init__(self, path, text):
+        self.path, self.tokens, self.at = path, [], 0
         position, line = 0, 1
         while position < len(text):
             match = TOKEN.match(text, position)
             if not match:
-                raise Error(f"{line}: cannot read {text[position]!r}")
+                raise ValueError(f"{path}:{line}: cannot read {text[position]!r}")
             if match.lastgroup != "space":
                 self.tokens.append((match.lastgroup, match.group(), line))
             line += match.group().count("\n")
@@ -49,7 +45,7 @@ class Parser:
         """The next token's text; its kind or text must be one of those wanted."""
         kind, text, line = self.tokens[self.at]
         if kind not in wanted and text not in wanted:
-            raise Error(f"{line}: {text} instead of {' or '.join(wanted)}")
+            raise ValueError(f"{self.path}:{line}: {text} instead of {' or '.join(wanted)}")
         self.at += 1
         return text
 
@@ -86,7 +82,7 @@ class Parser:
             key = self.take("word")
             self.take(":")
             if key in result:
-                raise Error(f"{line}: {key} stands here twice")
+                raise ValueError(f"{self.path}:{line}: {key} stands here twice")
             result[key] = self.value()
             if self.tokens[self.at][1] != "}":
                 self.take(",")
@@ -94,6 +90,6 @@ class Parser:
         return result
 
 
-def parse(text):
-    """The modules of one file; raises Error."""
-    return Parser(text).file()
+def parse(path, text):
+    """The modules of one file; ValueError says where and why it cannot be read."""
+    return Parser(path, text).file()
