@@ -39,6 +39,7 @@ Process::Process(const std::vector<std::string>& command, const std::string& fil
     mPid = fork();
     if (mPid == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
+        ::signal(SIGPIPE, SIG_DFL);  // as init leaves it
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
         const int log = file.empty() ? -1 : open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         dup2(log >= 0 ? log : out[1], STDOUT_FILENO);
