@@ -113,6 +113,27 @@ TYPED_TEST(CallbackTest, SecondRegistrationOfTheSameIsRefused) {
     EXPECT_THAT(this->told(), ElementsAre("a:0"));
 }
 
+/** Another proxy of the same object, as each arrival of a client's callback makes one. */
+template <typename Subscriber>
+struct Twin : Subscriber {
+    using Subscriber::Subscriber;
+    ndk::SpAIBinder asBinder() override { return other->asBinder(); }
+    std::shared_ptr<Subscriber> other;
+};
+
+TYPED_TEST(CallbackTest, OneThatRegistersAnewWhileItsCallFailsStays) {
+    auto first = this->added("first", /*fails=*/true);
+    auto anew = ndk::SharedRefBase::make<Twin<typename TypeParam::Type>>(
+        Subscriber{"anew", &this->journal});
+    anew->other = first;
+    first->action = [&] {
+        (this->charger.get()->*TypeParam::remove)(first);
+        (this->charger.get()->*TypeParam::add)(anew);
+    };
+    EXPECT_THAT(this->told(), ElementsAre("first:0"));
+    EXPECT_THAT(this->told(), ElementsAre("anew:0"));
+}
+
 TYPED_TEST(CallbackTest, NullIsRefusedWithItsMessage) {
     LogCapture log;
     ScopedAStatus add = (this->charger.get()->*TypeParam::add)(nullptr);

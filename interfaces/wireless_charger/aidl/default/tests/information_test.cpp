@@ -228,6 +228,38 @@ TEST_F(InformationTest, DockInformationFillsTheCache) {
     EXPECT_EQ(info.firmwareVersion.name, "AB");
 }
 
+TEST_F(InformationTest, ClientsGetTheDocksTextsAsValidUtf8) {
+    constexpr char kReplaced[] = "\xEF\xBF\xBD";
+    const struct {
+        std::string sent;
+        std::string read;
+    } kCases[] = {
+        {"ab\xFF", std::string("ab") + kReplaced},
+        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x8B", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x8B"},
+        {"\xC3", kReplaced},
+        {"\xC1\x81z", std::string(kReplaced) + kReplaced + "z"},
+        {"\xED\xA0\x80", std::string(kReplaced) + kReplaced + kReplaced},
+        {"\xE0\x9F\xBF", std::string(kReplaced) + kReplaced + kReplaced},
+        {"\xF4\x90\x80\x80", std::string(kReplaced) + kReplaced + kReplaced + kReplaced},
+        {"\xF0\x8F\x80\x80", std::string(kReplaced) + kReplaced + kReplaced + kReplaced},
+    };
+    for (const auto& [sent, read] : kCases) {
+        Bytes version = {1, 2};
+        for (char c : sent) version.push_back(static_cast<uint8_t>(c));
+        fake::answerAll(
+            {.bytes = packet({element(0, text(sent)), element(1, text(sent)),
+                              element(2, text(sent)), element(3, {0}), element(4, version)})});
+        DockInfo info;
+        EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
+        for (const DockInfo& got : {info, dock()}) {
+            EXPECT_EQ(got.infoText0, read);
+            EXPECT_EQ(got.infoText1, read);
+            EXPECT_EQ(got.infoText2, read);
+            EXPECT_EQ(got.firmwareVersion.name, read);
+        }
+    }
+}
+
 TEST_F(InformationTest, FaultyElementStopsTheWalkAndKeepsWhatCameBefore) {
     const Bytes t0 = element(0, text("new")), t1 = element(1, {}), t2 = element(2, {});
     const Bytes flags = element(3, {0}), version = element(4, {1, 2});
