@@ -128,13 +128,16 @@ bool AIBinder_isAlive(const AIBinder* _Nullable binder);
 binder_status_t AIBinder_ping(AIBinder* _Nullable binder);
 
 // Has the object write its report to `fd`, which the caller keeps. `args` are numArgs
-// NUL-terminated texts. STATUS_UNEXPECTED_NULL for a null object, STATUS_FDS_NOT_ALLOWED when the
-// session carries no descriptors. Blocks until the object has finished.
+// NUL-terminated texts. STATUS_UNEXPECTED_NULL for a null object, STATUS_FAILED_TRANSACTION for an
+// `fd` that is not open, STATUS_FDS_NOT_ALLOWED when the session carries no descriptors. Blocks until
+// the object has finished. An object of another process writes into a pipe of its own runtime,
+// which passes the bytes on; on the platform it writes to `fd` itself.
 binder_status_t AIBinder_dump(AIBinder* _Nullable binder, int fd,
                               const char* _Nullable* _Nullable args, uint32_t numArgs);
 
 // The user and process that made the call this thread is serving; this process itself when it
-// serves none. Known from the socket's credentials, so nobody can forge them.
+// serves none. Known from the socket's credentials, so nobody can forge them. In a oneway call the
+// process is 0: whoever made it may be gone.
 __attribute__((warn_unused_result)) uid_t AIBinder_getCallingUid(void);
 __attribute__((warn_unused_result)) pid_t AIBinder_getCallingPid(void);
 
@@ -181,7 +184,7 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* _Nullable binder,
                                             AParcel* _Nullable* _Nonnull in);
 
 // Makes the call. Takes ownership of *in in any case and sets it to null; `in` must come from
-// AIBinder_prepareTransaction for the same object and `code` be a method's, else STATUS_BAD_VALUE.
+// AIBinder_prepareTransaction for the same object, else STATUS_BAD_VALUE.
 // With STATUS_OK the caller owns the answer in *out, which stands at its beginning; on an error
 // *out is null.
 //
@@ -190,9 +193,14 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* _Nullable binder,
 // when the call is on its way: calls on one object arrive in the order they were made.
 //
 // STATUS_DEAD_OBJECT when the other process is gone, STATUS_WOULD_BLOCK when it has no connection
-// for calls from this side or its oneway queue is full, STATUS_FAILED_TRANSACTION when the call is
-// too large, STATUS_UNKNOWN_TRANSACTION when the object does not know the method, and whatever
+// for calls from this side, STATUS_FAILED_TRANSACTION when the call is too large (100,000 bytes; over
+// the platform's kernel driver about 1 MiB) or when a oneway call finds its queue full,
+// STATUS_UNKNOWN_TRANSACTION when `code` is no method's or the object does not know it, and whatever
 // transport status the object's onTransact returned.
+//
+// Where it differs: a server does not wait for its clients as they wait for it. A client that does
+// not answer a call of its server within five seconds, or lets its oneway queue fill up, loses its
+// session, and with it everything it has registered; its death recipients run.
 binder_status_t AIBinder_transact(AIBinder* _Nullable binder, transaction_code_t code,
                                   AParcel* _Nullable* _Nonnull in, AParcel* _Nullable* _Nonnull out,
                                   binder_flags_t flags);
@@ -224,8 +232,8 @@ bool AIBinder_Weak_lt(const AIBinder_Weak* _Nonnull lhs, const AIBinder_Weak* _N
 typedef void (*AIBinder_DeathRecipient_onBinderDied)(void* _Nullable cookie);
 
 // Tells that the runtime will not use a link's cookie again: after its death call, after
-// AIBinder_unlinkToDeath, or when nobody holds the object any more. Once per link, also after the
-// recipient itself is deleted.
+// AIBinder_unlinkToDeath, when an AIBinder_linkToDeath fails, when nobody holds the object any more
+// or when the recipient is deleted. Once per link.
 typedef void (*AIBinder_DeathRecipient_onBinderUnlinked)(void* _Nullable cookie);
 
 // A recipient, owned by the caller, that may be linked to many objects.
@@ -242,11 +250,12 @@ void AIBinder_DeathRecipient_setOnUnlinked(
 void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* _Nullable recipient);
 
 // Has the recipient told, with `cookie`, when the object dies. Somebody has to hold the object and
-// the recipient: the link ends silently with either. The cookie is the caller's: the runtime only
-// passes it on. May block while a connection for the other side's calls is opened.
-// STATUS_DEAD_OBJECT when the object is dead already (and nothing is linked),
-// STATUS_INVALID_OPERATION for a local object, which dies with this process only,
-// STATUS_UNEXPECTED_NULL for a null object or recipient.
+// the recipient: the link ends without a death call with either. The cookie is the caller's: the
+// runtime only passes it on. May block while a connection for the other side's calls is opened.
+// STATUS_DEAD_OBJECT when the object is dead already, STATUS_FAILED_TRANSACTION when the server
+// accepts no such connection, STATUS_INVALID_OPERATION for a local object, which dies with this
+// process only, STATUS_UNEXPECTED_NULL for a null object or recipient. Nothing is linked then; but
+// for a null, the recipient's onUnlinked has been called.
 binder_status_t AIBinder_linkToDeath(AIBinder* _Nullable binder,
                                      AIBinder_DeathRecipient* _Nullable recipient,
                                      void* _Nullable cookie);

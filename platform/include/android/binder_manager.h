@@ -7,7 +7,11 @@
 //
 // Stands in for the header of the same name in Android's NDK, written for Linux: there is no
 // service manager process. A registered name is a Unix socket below $ANDROID_HOST_DIR, which only
-// processes of the same user can reach.
+// processes of the same user can reach; a server of any other make that listens there is found too.
+// Where it differs:
+//   a second registration of a name   is refused while the first one's process lives. The platform's
+//                                     service manager replaces the first, whose clients keep it.
+//   the object of another process     cannot be registered. The platform allows it.
 
 #pragma once
 
@@ -18,10 +22,11 @@
 __BEGIN_DECLS
 
 // Offers a local object under a name for as long as the process lives; the runtime keeps a
-// reference. EX_NONE when it is registered. EX_ILLEGAL_ARGUMENT for a null object or a name that is
-// none, EX_ILLEGAL_STATE when another living process has the name, EX_SECURITY when the run-time
-// folder is not this user's own or open to others, EX_TRANSACTION_FAILED when the socket cannot be
-// made. What a dead process left under the name is replaced.
+// reference. EX_NONE when it is registered. EX_ILLEGAL_ARGUMENT for a null object, the object of
+// another process or a name that is none, EX_ILLEGAL_STATE when another living process has the
+// name, EX_SECURITY when the run-time folder is not this user's own or open to others,
+// EX_TRANSACTION_FAILED when the socket cannot be made. What a dead process left under the name is
+// replaced.
 __attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
     AIBinder* _Nonnull binder, const char* _Nonnull instance);
 

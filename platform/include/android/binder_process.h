@@ -5,7 +5,9 @@
 // One pool serves all sessions. A process that only calls others needs none of this, unless it also
 // gives them objects to be called on outside its own calls, such as callbacks.
 //
-// Stands in for the header of the same name in Android's NDK, written for Linux.
+// Stands in for the header of the same name in Android's NDK, written for Linux. Where it differs:
+// the runtime starts threads beyond the number below for dumps and shell commands, and in the place
+// of threads that wait for the answer of another process; they end when they are no longer needed.
 
 #pragma once
 
