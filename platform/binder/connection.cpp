@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 
 #include <algorithm>
 #include <array>
@@ -98,7 +99,14 @@ Connection::Connection(unique_fd socket, const Options& options, std::weak_ptr<C
     : mSocket(std::move(socket)),
       mOptions(options),
       mUser(std::move(user)),
-      mHeldFds(std::move(heldFds)) {}
+      mHeldFds(std::move(heldFds)) {
+    // Waiting readers otherwise have limits of their own, or none.
+    constexpr timeval kNone{};
+    constexpr timeval kLinger{.tv_sec = 0,
+                              .tv_usec = std::chrono::microseconds(kLingerTime).count()};
+    const timeval& limit = options.mayLinger ? kLinger : kNone;
+    (void)setsockopt(mSocket.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+}
 
 Connection::~Connection() {
     (void)mHeldFds->change(mCountedFds, 0);
@@ -113,20 +121,46 @@ bool Connection::onReady(bool drain) {
     }
     mUnread = true;
     mDrain = mDrain || drain;
+    return serveArrived(*user);
+}
+
+bool Connection::serveArrived(ConnectionUser& user) {
     Frame frame;
     while (!hasUnsent()) {  // a peer that does not read its answers is not read from either
         switch (receive(&frame)) {
             case Received::kFrame:
-                if (!user->serveFrame(*this, frame)) return false;
+                if (!user.serveFrame(*this, frame)) return false;
                 break;
             case Received::kNothing:
                 return true;
             case Received::kBroken:
-                user->connectionBroken(*this, mReason);
+                user.connectionBroken(*this, mReason);
                 return true;
         }
     }
     return true;
+}
+
+bool Connection::linger() {
+    if (!mOptions.mayLinger) return true;
+    const Deadline now = Clock::now();
+    mBusyCalls = now - std::exchange(mLastServed, now) < kLingerTime ? mBusyCalls + 1 : 0;
+    if (mBusyCalls < kBusyCalls || hasUnsent() || !Reactor::get().beginLinger(*this)) return true;
+    mIsLingering = true;
+    mBusyCalls = 0;
+    // A read lasts kLingerTime at most: the socket's time limit.
+    while (!Reactor::get().isNeeded() && !hasUnsent() && read(/*wait=*/true) == Read::kSome) {
+        std::shared_ptr<ConnectionUser> user = mUser.lock();
+        if (user && !serveArrived(*user)) return false;
+    }
+    stopLingering();
+    return true;
+}
+
+void Connection::stopLingering() {
+    if (!std::exchange(mIsLingering, false)) return;
+    std::lock_guard lock(mSendLock);
+    Reactor::get().endLinger(*this, hasUnsent());
 }
 
 void Connection::onWritable() {

@@ -53,6 +53,8 @@ class Connection : public Pollable {
         bool passesFds;
         // Whether the pool reads it and limits apply, or only whoever calls on it: a client's own.
         bool isWatched;
+        // Whether a pool thread may wait for the next call of a busy caller in the socket itself.
+        bool mayLinger;
     };
 
     Connection(android::base::unique_fd socket, const Options& options,
@@ -63,6 +65,7 @@ class Connection : public Pollable {
     bool isWatched() const { return mOptions.isWatched; }
     int fd() const override { return mSocket.get(); }
     bool onReady(bool drain) override;
+    bool linger() override;
     void onWritable() override;
     void onDisowned() override;
     void onHangUpWhileOwned() override;
@@ -89,6 +92,9 @@ class Connection : public Pollable {
     // on the way any more. The owner's.
     void setPeerWaits(bool waits) { mPeerWaits = waits; }
 
+    // To be called before serveFrame() hands the ownership on.
+    void stopLingering() EXCLUDES(mSendLock);
+
     // Why receive() or send() gave kBroken; null when the peer just closed.
     const char* reason() const { return mReason; }
 
@@ -96,6 +102,7 @@ class Connection : public Pollable {
     enum class Read { kSome, kNothing, kBroken };
 
     bool hasUnsent() const { return mUnsentSince != 0; }
+    bool serveArrived(ConnectionUser& user);
     Received nextFrame(Frame* frame);
     bool noteUnfinished();
     Read read(bool wait);
@@ -115,6 +122,9 @@ class Connection : public Pollable {
     size_t mCountedFds = 0;  // in mHeldFds
     bool mUnread = false;    // the socket may hold more: news came, or the last read was cut off
     bool mDrain = false;     // read until the kernel says that nothing is left
+    bool mIsLingering = false;
+    Deadline mLastServed{};  // when a call was last served here
+    int mBusyCalls = 0;      // calls that came each soon after the one before
 
     // Since when, in ticks of the clock; 0 for not.
     std::atomic<Clock::rep> mUnfinishedSince{0};  // a frame that has begun and not ended

@@ -35,6 +35,13 @@ inline constexpr std::chrono::seconds kDiagnosticsTimeout(10);
 // exceeded by at most this much.
 inline constexpr std::chrono::milliseconds kLimitCheckInterval(500);
 
+// How long a pool thread waits for the next call of a connection whose calls have come as quickly
+// kBusyCalls times, before it goes back to waiting for all. Longer than a client takes between two
+// calls of a loop; and what another client waits at the most when all other threads become busy
+// meanwhile.
+inline constexpr std::chrono::milliseconds kLingerTime(4);
+inline constexpr int kBusyCalls = 16;
+
 // How long a server may take to accept a client's connection. All its threads may be busy with slow
 // calls, so this only tells a hang from a wait.
 inline constexpr std::chrono::seconds kOpeningTimeout(60);

@@ -61,7 +61,7 @@ void Pollable::serve(uint32_t epollEvents) {
     }
     bool drain = (epollEvents & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
     do {
-        if (!onReady(drain)) return;
+        if (!onReady(drain) || !linger()) return;
         drain = true;
     } while (!tryDisown());
     onDisowned();
@@ -217,6 +217,18 @@ void Reactor::watchWritable(Pollable& object, bool wanted) {
     epoll_event event{.events = kReadEvents | (wanted ? uint32_t{EPOLLOUT} : 0),
                       .data = {.u64 = object.mToken}};
     (void)epoll_ctl(mEpoll.get(), EPOLL_CTL_MOD, object.fd(), &event);
+}
+
+bool Reactor::beginLinger(Pollable& object) {
+    if (isNeeded() || mLingering.exchange(true)) return false;
+    epoll_event event{.events = EPOLLET, .data = {.u64 = object.mToken}};
+    (void)epoll_ctl(mEpoll.get(), EPOLL_CTL_MOD, object.fd(), &event);
+    return true;
+}
+
+void Reactor::endLinger(Pollable& object, bool writable) {
+    watchWritable(object, writable);  // also of what has arrived meanwhile
+    mLingering = false;
 }
 
 void Reactor::rearm(Pollable& object) {

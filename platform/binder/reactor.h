@@ -48,6 +48,11 @@ class Pollable : public std::enable_shared_from_this<Pollable>, public Timed {
     // false when it handed the ownership to another thread, which ends it with giveBack().
     virtual bool onReady(bool drain) = 0;
 
+    // May serve what arrives in the next moment, too, waiting at the descriptor itself: that saves
+    // the requests of a busy caller the way through the pool. The calling pool thread owns the
+    // object. False as for onReady().
+    virtual bool linger() { return true; }
+
     // The descriptor can take bytes again. Called by any thread, owner or not.
     virtual void onWritable() {}
 
@@ -104,6 +109,13 @@ class Reactor {
     void watchTime(Object& object) {
         if (!static_cast<Timed&>(object).mTicking.exchange(true)) tick(object.weak_from_this());
     }
+
+    // Around Pollable::linger(): takes the object's input from the pool, and gives it back. False
+    // when nobody would be left to wait for all others, or another thread lingers already.
+    [[nodiscard]] bool beginLinger(Pollable& object);
+    void endLinger(Pollable& object, bool writable);
+    // Whether a lingering thread should return to the pool, since nobody waits for the others.
+    bool isNeeded() const { return mIdle == 0; }
 
     // Runs `task` on a pool thread, behind earlier tasks; waits for one where the pool has not been
     // started yet.
@@ -185,6 +197,7 @@ class Reactor {
     std::atomic<uint32_t> mMaxSpawned{15};  // the platform's default
     std::atomic<uint32_t> mSpawned{0};
     std::atomic<uint32_t> mIdle{0};
+    std::atomic<bool> mLingering{false};
     std::atomic<uint32_t> mWaiting{0};  // pool threads that wait for peers
 };
 

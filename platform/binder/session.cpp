@@ -3,8 +3,6 @@
 
 #include <android-base/logging.h>
 #include <string.h>
-#include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -121,13 +119,12 @@ binder_status_t Session::ensureIncoming() {
 }
 
 bool Session::addConnection(unique_fd socket, Connection::Caller caller) {
-    constexpr timeval kNoTimeout{0, 0};
-    (void)setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &kNoTimeout, sizeof(kNoTimeout));
     const Connection::Options options{
         .caller = caller,
         .passesFds = mSetup.passesFds,
         // A client's own connections are read by whoever calls on them and by nobody else.
-        .isWatched = mSetup.isServer || caller == Connection::Caller::kPeer};
+        .isWatched = mSetup.isServer || caller == Connection::Caller::kPeer,
+        .mayLinger = mSetup.isServer && caller == Connection::Caller::kPeer};
     auto connection =
         std::make_shared<Connection>(std::move(socket), options, weak_from_this(), mHeldFds);
     if (!mConnections.add(connection)) return false;

@@ -146,6 +146,7 @@ bool Session::serveElsewhere(Connection& connection, IncomingCall& call) {
     auto shared = std::make_shared<IncomingCall>(std::move(call));
     auto held = std::static_pointer_cast<Connection>(connection.shared_from_this());
     connection.setPeerWaits(true);
+    connection.stopLingering();
     const bool isAccepted = Diagnostics::get().run([self = shared_from_this(), held, shared] {
         if (self->mEnded) shared->status = STATUS_DEAD_OBJECT;
         self->serveCall(*held, *shared, Connection::Full::kQueue);
