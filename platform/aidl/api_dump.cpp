@@ -95,20 +95,15 @@ std::string declaredType(const TypeRef& type) {
     return annotationsText(type.annotations) + typeText(type);
 }
 
-std::string methodText(const Method& method, bool interfaceIsOneway) {
+std::string methodText(const Method& method, bool saysOneway) {
     std::string text = annotationsText(method.annotations);
-    text += method.oneway && !interfaceIsOneway ? "oneway " : "";
+    text += saysOneway ? "oneway " : "";
     text += declaredType(method.result) + ' ' + method.name + '(';
     for (size_t i = 0; i < method.arguments.size(); ++i) {
         static constexpr const char* kDirections[] = {"in ", "out ", "inout "};
         const Argument& argument = method.arguments[i];
         text += i == 0 ? "" : ", ";
-        // For what can only go in, saying so or not is the same.
-        const bool canBeOut = argument.type.isVector() ||
-                              argument.type.array == TypeRef::Array::Fixed ||
-                              argument.type.builtin == Builtin::FileDescriptor ||
-                              (argument.type.decl != nullptr && argument.type.decl->isRecord());
-        text += canBeOut ? kDirections[static_cast<size_t>(argument.direction)] : "";
+        text += argument.hasDirection ? kDirections[static_cast<size_t>(argument.direction)] : "";
         text += declaredType(argument.type) + ' ' + argument.name;
     }
     text += ')';
@@ -118,15 +113,15 @@ std::string methodText(const Method& method, bool interfaceIsOneway) {
     return text + ';';
 }
 
-}  // namespace
-
-std::vector<ApiItem> apiItems(const TypeDecl& type, Evaluator* evaluator) {
+// `onewayInterface`: "oneway" stands before the interface, where all of it is, not at each method.
+std::vector<ApiItem> itemsOf(const TypeDecl& type, bool onewayInterface, Evaluator* evaluator) {
     std::vector<ApiItem> items;
     items.push_back({type.at, type.name,
-                     annotationsText(type.annotations) + (type.oneway ? "oneway " : "") +
+                     annotationsText(type.annotations) + (onewayInterface ? "oneway " : "") +
                          kindName(type.kind) + ' ' + type.name});
     for (const Method& method : type.methods) {
-        items.push_back({method.at, method.name, methodText(method, type.oneway)});
+        items.push_back(
+            {method.at, method.name, methodText(method, method.oneway && !onewayInterface)});
     }
     for (const Field& field : type.fields) {
         std::string text = declaredType(field.type) + ' ' + field.name;
@@ -153,6 +148,12 @@ std::vector<ApiItem> apiItems(const TypeDecl& type, Evaluator* evaluator) {
     return items;
 }
 
+}  // namespace
+
+std::vector<ApiItem> apiItems(const TypeDecl& type, Evaluator* evaluator) {
+    return itemsOf(type, false, evaluator);
+}
+
 std::string dumpType(const TypeDecl& type, Evaluator* evaluator) {
     CodeWriter out;
     out.line("// The API of " + type.qualifiedName() + ", as its users see it. Written by");
@@ -161,7 +162,7 @@ std::string dumpType(const TypeDecl& type, Evaluator* evaluator) {
         "change");
     out.line("// of the interface becomes a new version.");
     out.line("package " + type.package + ";");
-    const std::vector<ApiItem> items = apiItems(type, evaluator);
+    const std::vector<ApiItem> items = itemsOf(type, type.oneway, evaluator);
     const std::string annotations = annotationsText(type.annotations);
     if (!annotations.empty()) {
         out.line(annotations.substr(0, annotations.size() - 1));

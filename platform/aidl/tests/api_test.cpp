@@ -12,8 +12,8 @@ namespace {
 const std::map<std::string, std::string> kInterface = {
     {"a/IFan.aidl",
      "package a; import b.Rec; /** Doc. */ @VintfStability interface IFan {\n"
-     "const int MAX = 1 << 3; Rec set(byte index, in Rec[] data);\n"
-     "oneway void tell(@nullable IFan other); @nullable List<String> names(); }"},
+     "const int MAX = 1 << 3; Rec set(in byte index, in Rec[] data);\n"
+     "oneway void tell(in @nullable IFan other); @nullable List<String> names(); }"},
     {"b/Rec.aidl",
      "package b; import a.Mode; @JavaDerive(toString=true) @VintfStability parcelable Rec {\n"
      "Mode mode = Mode.ON; byte[2 + 2] key; int x = Rec.N; const int N = 2; String s; }"},
@@ -34,8 +34,8 @@ TEST(ApiTest, DumpHasFullNamesAndComputedValues) {
               "package a;\n"
               "@VintfStability\n"
               "interface IFan {\n"
-              "  b.Rec set(byte index, in b.Rec[] data);\n"
-              "  oneway void tell(@nullable a.IFan other);\n"
+              "  b.Rec set(in byte index, in b.Rec[] data);\n"
+              "  oneway void tell(in @nullable a.IFan other);\n"
               "  @nullable List<String> names();\n"
               "  const int MAX = 8;\n"
               "}\n");
@@ -80,11 +80,13 @@ TEST(ApiTest, DumpOfADumpIsTheSame) {
     }
 }
 
-// Compares `before` and `after`, each one file T.aidl of package a.
+// Compares `before` and `after`, each one file of package a: T.aidl, or IT.aidl for an interface.
 std::vector<std::string> compare(const std::string& before, const std::string& after) {
-    return runInMemory({{"old/a/T.aidl", "package a;\n" + before},
-                        {"new/a/T.aidl", "package a;\n" + after}},
-                       {"--checkapi=equal", "old", "new"})
+    const bool isInterface = before.find("interface") != std::string::npos;
+    const std::string name = isInterface ? "a/IT.aidl" : "a/T.aidl";
+    return runInMemory(
+               {{"old/" + name, "package a;\n" + before}, {"new/" + name, "package a;\n" + after}},
+               {"--checkapi=equal", "old", "new"})
         .errors;
 }
 
@@ -96,6 +98,8 @@ TEST(ApiTest, SameApiInOtherWordsIsEqual) {
               std::vector<std::string>());
     EXPECT_EQ(compare("@VintfStability @Backing(type=\"byte\") enum T { A, B }",
                       "@Backing(type=\"byte\") @VintfStability enum T { A = 0, B = 0x1 }"),
+              std::vector<std::string>());
+    EXPECT_EQ(compare("oneway interface IT { void f(); }", "interface IT { oneway void f(); }"),
               std::vector<std::string>());
 }
 
@@ -127,6 +131,14 @@ TEST(ApiTest, EachDifferenceIsNamedAtItsPlace) {
         {"enum T { A, B }",
          "enum T { A, B = 3 }",
          {"new/a/T.aidl:2:13: error: this is 'B = 3,', but 'B = 1,' in old/a/T.aidl:2"}},
+        {"interface IT { void f(in int x); }",
+         "interface IT { void f(int x); }",
+         {"new/a/IT.aidl:2:21: error: this is 'void f(int x);', but 'void f(in int x);' in "
+          "old/a/IT.aidl:2"}},
+        {"oneway interface IT { void f(); }",
+         "interface IT { void f(); }",
+         {"new/a/IT.aidl:2:21: error: this is 'void f();', but 'oneway void f();' in "
+          "old/a/IT.aidl:2"}},
         {"parcelable T { int a; }",
          "union T { int a; }",
          {"new/a/T.aidl:2:7: error: this is 'union T', but 'parcelable T' in old/a/T.aidl:2"}},

@@ -136,13 +136,13 @@ interface IWirelessCharger {
      *
      * @param callback INVALID_ARGUMENT when null, ALREADY_EXISTS when registered already.
      */
-    void registerCallback(in @nullable IWirelessChargerInfoCallback callback);
+    void registerCallback(@nullable IWirelessChargerInfoCallback callback);
 
     /** Subscribes to reverse transmit; as registerCallback. */
-    void registerRtxCallback(in @nullable IWirelessChargerRtxStatusCallback callback);
+    void registerRtxCallback(@nullable IWirelessChargerRtxStatusCallback callback);
 
     /** Subscribes to the fan level; as registerCallback. */
-    void registerFanLevelChangedCallback(in @nullable IWirelessChargerFanLevelChangedCallback callback);
+    void registerFanLevelChangedCallback(@nullable IWirelessChargerFanLevelChangedCallback callback);
 
     /**
      * Sets one fan of the dock.
@@ -166,13 +166,13 @@ interface IWirelessCharger {
      *
      * @param callback INVALID_ARGUMENT when null.
      */
-    void unregisterCallback(in @nullable IWirelessChargerInfoCallback callback);
+    void unregisterCallback(@nullable IWirelessChargerInfoCallback callback);
 
     /** As unregisterCallback. */
-    void unregisterRtxCallback(in @nullable IWirelessChargerRtxStatusCallback callback);
+    void unregisterRtxCallback(@nullable IWirelessChargerRtxStatusCallback callback);
 
     /** As unregisterCallback. */
-    void unregisterFanLevelChangedCallback(in @nullable IWirelessChargerFanLevelChangedCallback callback);
+    void unregisterFanLevelChangedCallback(@nullable IWirelessChargerFanLevelChangedCallback callback);
 
     /** Untargeted update: restarts the dock. */
     void reboot();
