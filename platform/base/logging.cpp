@@ -80,6 +80,12 @@ LogId idOf(int buffer) {
     }
 }
 
+// What is behind the last slash of `path`, or all of it.
+const char* fileName(const char* path) {
+    const char* slash = strrchr(path, '/');
+    return slash != nullptr ? slash + 1 : path;
+}
+
 // A function that may be replaced while other threads call it: none is ever destroyed.
 template <typename Function>
 class Replaceable {
@@ -134,8 +140,7 @@ void InitLogging(char* argv[], LogFunction&& newLogger, AbortFunction&& newAbort
     SetLogger(std::move(newLogger));
     SetAborter(std::move(newAborter));
     if (argv != nullptr && argv[0] != nullptr) {
-        const char* slash = strrchr(argv[0], '/');
-        SetDefaultTag(slash != nullptr ? slash + 1 : argv[0]);
+        SetDefaultTag(fileName(argv[0]));
     }
 }
 
@@ -174,7 +179,7 @@ struct LogMessage::Data {
 
 LogMessage::LogMessage(const char* file, unsigned int line, LogSeverity severity, const char* tag,
                        int error)
-    : mData(new Data{file, line, severity, tag, error, errno, {}}) {}
+    : mData(new Data{fileName(file), line, severity, tag, error, errno, {}}) {}
 
 LogMessage::~LogMessage() {
     if (mData->error != -1) mData->text << ": " << strerror(mData->error);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android-base/logging.h>
+#include <android-base/macros.h>
 #include <android-base/properties.h>
 #include <android-base/unique_fd.h>
 #include <ctype.h>
@@ -180,10 +180,8 @@ std::string GetProperty(const std::string& key, const std::string& default_value
 }
 
 bool SetProperty(const std::string& key, const std::string& value) {
-    std::string error;
-    if (host::setProperty(key, value, &error)) return true;
-    LOG(ERROR) << "cannot set property \"" << key << "\": " << error;
-    return false;
+    std::string ignored;
+    return host::setProperty(key, value, &ignored);
 }
 
 }  // namespace android::base

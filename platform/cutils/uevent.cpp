@@ -15,8 +15,9 @@ namespace {
 constexpr unsigned kAllGroups = 0xFFFFFFFF;
 
 bool configure(int fd, int bufferSize, bool passCredentials) {
-    if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof(bufferSize)) != 0) {
-        setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize));
+    if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof(bufferSize)) != 0 &&
+        setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize)) != 0) {
+        return false;
     }
     const int on = passCredentials ? 1 : 0;
     return setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &on, sizeof(on)) == 0;

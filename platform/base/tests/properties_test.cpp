@@ -80,6 +80,9 @@ TEST_F(PropertiesTest, ValuesAreLimitedInLengthAndContent) {
 TEST_F(PropertiesTest, ReadOnlyPropertyIsSetOnce) {
     EXPECT_TRUE(set("ro.once", "first"));
     EXPECT_FALSE(set("ro.once", "second"));
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(SetProperty("ro.once", "second"));
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
     EXPECT_EQ("first", GetProperty("ro.once", ""));
 }
 

@@ -9,6 +9,7 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,6 +19,18 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+static bool sBufferSizesAreRefused = false;
+
+// In place of the C library's, for a failure that no kernel gives.
+extern "C" int setsockopt(int fd, int level, int option, const void* value,
+                          socklen_t length) noexcept {
+    if (sBufferSizesAreRefused && (option == SO_RCVBUF || option == SO_RCVBUFFORCE)) {
+        errno = EPERM;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_setsockopt, fd, level, option, value, length));
+}
 
 namespace {
 
@@ -270,6 +283,14 @@ TEST_F(DatagramUeventTest, DeadPredecessorIsReplacedAndALiveOneIsNot) {
     ASSERT_TRUE(send("new"));
     EXPECT_EQ("new", Received(second).text());
     close(second);
+}
+
+TEST_F(DatagramUeventTest, NoBufferSizeIsAFailureThatLeavesNothingBehind) {
+    sBufferSizesAreRefused = true;
+    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
+    EXPECT_EQ(EPERM, errno);
+    sBufferSizesAreRefused = false;
+    EXPECT_FALSE(std::filesystem::exists(mPath));
 }
 
 TEST_F(DatagramUeventTest, UnusablePathsAreRefused) {

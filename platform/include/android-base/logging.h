@@ -21,8 +21,9 @@
 // parenthesis. The tag is LOG_TAG where that is defined before this header, else the default tag.
 // errno stays as it was.
 //
-// FATAL logs "file:line] text", calls the aborter, and ends the process even if that returns. The
-// text of a failed check is "Check failed: a == b (a=1, b=2) " and what the statement adds.
+// FATAL logs "file:line] text", the file without its folders, calls the aborter, and ends the
+// process even if that returns. The text of a failed check is "Check failed: a == b (a=1, b=2) "
+// and what the statement adds.
 //
 // Everything may be used from any thread.
 
@@ -83,7 +84,8 @@ bool ShouldLog(LogSeverity severity, const char* tag);
 // One entry in the making, logged when destroyed. For the macros below.
 class LogMessage {
   public:
-    // `error` is an errno value whose text is added, or -1.
+    // Of `file` the logger gets what is behind the last slash. `error` is an errno value whose text
+    // is added, or -1.
     LogMessage(const char* file, unsigned int line, LogSeverity severity, const char* tag,
                int error);
     ~LogMessage();

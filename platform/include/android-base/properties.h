@@ -22,8 +22,9 @@ namespace android::base {
 // The value of `key`; `default_value` when it is not set, empty, or cannot be read.
 std::string GetProperty(const std::string& key, const std::string& default_value);
 
-// Sets `key`. False, with the reason in the log, when name or value break the rules above, a "ro."
+// Sets `key`. False, and nothing in the log, when name or value break the rules above, a "ro."
 // property is already set, or the file cannot be written; the former value then stands.
+// host::setProperty (host/property_list.h) tells the reason.
 bool SetProperty(const std::string& key, const std::string& value);
 
 }  // namespace android::base

@@ -25,7 +25,7 @@ extern "C" {
 // buffer of `buf_sz` bytes (for more than the system's limit the caller needs CAP_NET_ADMIN;
 // without it the limit holds). `passcred` has the sender's credentials delivered, without which the
 // function below refuses every message. Returns the descriptor, which the caller closes, or -1 with
-// errno set.
+// errno set, also when no buffer size can be set.
 //
 // With ANDROID_HOST_UEVENT_SOCKET: the socket at its path gets mode 0600; a socket that a dead
 // process left there is replaced (the file <path>.lock beside it keeps two processes from doing so

@@ -14,7 +14,7 @@ namespace android::host {
 [[nodiscard]] bool listProperties(std::vector<std::pair<std::string, std::string>>* properties,
                                   std::string* error);
 
-// As android::base::SetProperty, but gives the reason of a failure instead of logging it.
+// As android::base::SetProperty, but tells the reason of a failure.
 [[nodiscard]] bool setProperty(const std::string& name, const std::string& value,
                                std::string* error);
 
