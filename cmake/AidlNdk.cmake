@@ -4,7 +4,8 @@
 # add_aidl_ndk_library(NAME name PACKAGE a.b ROOT folder VERSION n FROZEN folder SOURCES file...)
 #
 #   NAME      the static library, linked to binder_ndk; who links it gets the generated headers
-#             (aidl/a/b/IFoo.h, BnFoo.h, BpFoo.h, Record.h) on its include path
+#             (aidl/a/b/IFoo.h, BnFoo.h, BpFoo.h, Record.h) on its include path, without warnings
+#             from them
 #   PACKAGE   the AIDL package of all files
 #   ROOT      the folder that the package's folders start in
 #   VERSION   the version of the interface
@@ -42,14 +43,15 @@ function(add_aidl_ndk_library)
     get_filename_component(type ${file} NAME_WE)
     list(APPEND generated ${output}/src/${package_path}/${type}.cpp
                           ${output}/include/aidl/${package_path}/${type}.h)
-    # An interface gets two more headers.
+    set(base ${type})
     file(STRINGS ${input} declaration REGEX "(^|[^A-Za-z0-9_])interface[ \t]+${type}([^A-Za-z0-9_]|$)")
     if(declaration)
       string(SUBSTRING ${type} 1 -1 base)
-      list(APPEND generated ${output}/include/aidl/${package_path}/Bn${base}.h
-                            ${output}/include/aidl/${package_path}/Bp${base}.h)
     endif()
+    list(APPEND generated ${output}/include/aidl/${package_path}/Bn${base}.h
+                          ${output}/include/aidl/${package_path}/Bp${base}.h)
   endforeach()
+  list(REMOVE_DUPLICATES generated)  # of an interface IFoo and a record Foo
 
   # Found anew at each build, so that a dump file that comes or goes is noticed.
   file(GLOB_RECURSE dumps CONFIGURE_DEPENDS ${ARG_FROZEN}/${ARG_VERSION}/*.aidl
@@ -83,8 +85,19 @@ function(add_aidl_ndk_library)
 
   add_library(${ARG_NAME} STATIC ${generated})
   add_dependencies(${ARG_NAME} ${ARG_NAME}-check-api)
-  target_include_directories(${ARG_NAME} PUBLIC ${output}/include)
+  set_aidl_ndk_options(${ARG_NAME} ${output}/include)
+endfunction()
+
+# set_aidl_ndk_options(target include_folder)
+#
+# How generated sources are built, ours or the platform's: without warnings, neither for them nor for
+# who includes their headers, for their text is not to be changed by hand.
+function(set_aidl_ndk_options target include_folder)
+  target_include_directories(${target} SYSTEM PUBLIC ${include_folder})
+  target_compile_options(${target} PRIVATE -w)
+  # Has the platform's sources mark objects of @VintfStability interfaces.
+  target_compile_definitions(${target} PRIVATE BINDER_STABILITY_SUPPORT)
   # With RTTI and exceptions: users are built either way, and with RTTI they need the type information
   # of the classes that they derive from.
-  target_link_libraries(${ARG_NAME} PRIVATE project_options PUBLIC binder_ndk)
+  target_link_libraries(${target} PRIVATE project_options PUBLIC binder_ndk)
 endfunction()

@@ -57,10 +57,27 @@ constexpr std::string_view kRecordMembers[] = {
 };
 constexpr std::string_view kUnionMembers[] = {"make", "get", "set", "getTag", "Tag"};
 constexpr std::string_view kInterfaceMembers[] = {
-    "asBinder",    "isRemote",      "dump",           "handleShellCommand", "ref",
-    "fromBinder",  "writeToParcel", "readFromParcel", "setDefaultImpl",     "getDefaultImpl",
-    "descriptor",  "version",       "hash",           "getInterfaceHash",   "createBinder",
-    "defineClass", "asInterface",   "make",           "asBinderReference",  "getInterfaceVersion",
+    "asBinder",
+    "isRemote",
+    "dump",
+    "handleShellCommand",
+    "ref",
+    "fromBinder",
+    "writeToParcel",
+    "readFromParcel",
+    "setDefaultImpl",
+    "getDefaultImpl",
+    "descriptor",
+    "version",
+    "hash",
+    "getInterfaceHash",
+    "createBinder",
+    "defineClass",
+    "asInterface",
+    "make",
+    "asBinderReference",
+    "getInterfaceVersion",
+    "DefaultDelegator",
 };
 
 // Where an annotation that is accepted may stand.

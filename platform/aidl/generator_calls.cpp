@@ -86,18 +86,6 @@ void proxyEpilogue(CodeWriter* out, bool oneway) {
     out->line();
 }
 
-std::string passed(const Method& method, const std::string& outPrefix) {
-    std::string text;
-    for (const Argument& argument : method.arguments) {
-        text += (text.empty() ? "" : ", ") + (argument.isOut() ? outPrefix : std::string()) +
-                variable(argument);
-    }
-    if (!returnsVoid(method)) {
-        text += (text.empty() ? "" : ", ") + outPrefix + "_aidl_return";
-    }
-    return text;
-}
-
 void orBreak(CodeWriter* out) {
     out->line("if (_aidl_ret_status != STATUS_OK) break;");
 }
@@ -131,7 +119,7 @@ void dispatch(CodeWriter* out, const Method& method) {
         }
     }
     out->line("::ndk::ScopedAStatus _aidl_status = _aidl_impl->" + method.name + "(" +
-              passed(method, "&") + ");");
+              passedArguments(method, "&") + ");");
     if (method.oneway) {
         out->line("_aidl_ret_status = STATUS_OK;");
     } else {
@@ -194,6 +182,18 @@ std::string methodSignature(const Method& method, const std::string& className, 
            "(" + parameters + ")";
 }
 
+std::string passedArguments(const Method& method, const std::string& outPrefix) {
+    std::string text;
+    for (const Argument& argument : method.arguments) {
+        text += (text.empty() ? "" : ", ") + (argument.isOut() ? outPrefix : std::string()) +
+                variable(argument);
+    }
+    if (!returnsVoid(method)) {
+        text += (text.empty() ? "" : ", ") + outPrefix + "_aidl_return";
+    }
+    return text;
+}
+
 void writeProxyMethod(CodeWriter* out, const TypeDecl& type, const Method& method) {
     out->open(methodSignature(method, "Bp" + baseName(type), true) + " {");
     proxyPrologue(out);
@@ -210,7 +210,7 @@ void writeProxyMethod(CodeWriter* out, const TypeDecl& type, const Method& metho
             orFail(out);
         }
     }
-    transact(out, type, method.id, method.name, passed(method, ""), method.oneway);
+    transact(out, type, method.id, method.name, passedArguments(method, ""), method.oneway);
     if (!returnsVoid(method)) {
         out->line("_aidl_ret_status = " + parcelFunction("read", method.result) +
                   "(_aidl_out.get(), _aidl_return);");

@@ -67,11 +67,9 @@ void interfaceStatics(CodeWriter* out, const TypeDecl& type) {
     out->line("::ndk::SpAIBinder binder;");
     out->line("const binder_status_t status = AParcel_readStrongBinder(parcel, binder.getR());");
     out->line("if (status != STATUS_OK) return status;");
+    out->line("// An object of another interface counts as null.");
     out->line("*instance = " + name + "::fromBinder(binder);");
-    out->line("// An object of another interface is not a null.");
-    out->line(
-        "return binder.get() != nullptr && *instance == nullptr ? STATUS_BAD_TYPE : "
-        "STATUS_OK;");
+    out->line("return STATUS_OK;");
     out->close("}");
     out->line();
     out->open("bool " + name + "::setDefaultImpl(const " + shared + "& impl) {");
@@ -159,9 +157,12 @@ std::string Generator::interfaceHeader(const TypeDecl& type) {
     includeUsedTypes(&out, type);
     forwardDeclareUsedTypes(&out, type);
     openNamespace(&out, type.package);
+    out.line("class " + delegatorName(type) + ";");
+    out.line();
     writeComment(&out, type.comment);
     out.open("class " + name + " : public ::ndk::ICInterface {");
     publicHead(&out);
+    out.line("typedef " + delegatorName(type) + " DefaultDelegator;");
     out.line("static const char* descriptor;");
     out.line(name + "();");
     out.line("virtual ~" + name + "();");
@@ -213,6 +214,10 @@ std::string Generator::nativeHeader(const TypeDecl& type) {
     const std::string name = "Bn" + baseName(type);
     CodeWriter out;
     classHead(&out, headerPath(type, type.name));
+    out.line("#include <cstdio>");
+    out.line("#include <cstdlib>");
+    out.line("#include <memory>");
+    out.line();
     openNamespace(&out, type.package);
     out.open("class " + name + " : public ::ndk::BnCInterface<" + type.name + "> {");
     publicHead(&out);
@@ -223,6 +228,7 @@ std::string Generator::nativeHeader(const TypeDecl& type) {
     out.outer("protected:");
     out.line("::ndk::SpAIBinder createBinder() override;");
     out.close("};");
+    writeDelegator(&out, type, mOptions);
     closeNamespace(&out, type.package);
     return out.text();
 }

@@ -153,7 +153,7 @@ bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
 }
 
 const AIBinder_Class* AIBinder_getClass(AIBinder* binder) {
-    return binder->clazz();
+    return binder == nullptr ? nullptr : binder->clazz();
 }
 
 void* AIBinder_getUserData(AIBinder* binder) {

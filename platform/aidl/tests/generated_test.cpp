@@ -291,13 +291,24 @@ class GeneratedCallTest : public testing::Test {
 };
 
 TEST_F(GeneratedCallTest, ArgumentsAndResultArrive) {
-    Everything result;
-    const auto status = mProxy->turn(filled(), Mode::FAST, "note", &result);
-    ASSERT_TRUE(status.isOk()) << status.getDescription();
-    Everything expected = filled();
-    expected.mode = Mode::FAST;
-    expected.text = "note";
-    EXPECT_EQ(result, expected);
+    const auto delegator = ndk::SharedRefBase::make<ILooker::DefaultDelegator>(mProxy);
+    for (const std::shared_ptr<ILooker>& looker :
+         {std::shared_ptr<ILooker>(mProxy), std::static_pointer_cast<ILooker>(delegator),
+          ILooker::fromBinder(delegator->asBinder())}) {
+        Everything result;
+        const auto status = looker->turn(filled(), Mode::FAST, "note", &result);
+        ASSERT_TRUE(status.isOk()) << status.getDescription();
+        Everything expected = filled();
+        expected.mode = Mode::FAST;
+        expected.text = "note";
+        EXPECT_EQ(result, expected);
+    }
+}
+
+TEST(GeneratedDelegatorDeathTest, ImplementationOfAnotherVersionAborts) {
+    EXPECT_DEATH(
+        ndk::SharedRefBase::make<ILookerDelegator>(ndk::SharedRefBase::make<ILookerDefault>()),
+        "ILookerDelegator: implementation of another version");
 }
 
 TEST_F(GeneratedCallTest, ResultOfAFailedCallIsNotSeen) {
@@ -343,13 +354,17 @@ TEST_F(GeneratedCallTest, NullWhereNoneMayBeIsRefused) {
               STATUS_UNEXPECTED_NULL);
 }
 
-TEST_F(GeneratedCallTest, ObjectOfAnotherInterfaceIsRefused) {
+TEST_F(GeneratedCallTest, ObjectOfAnotherInterfaceIsNull) {
     const auto silent = ndk::SharedRefBase::make<Silent>();
     const ndk::ScopedAParcel parcel = newParcel();
     ASSERT_EQ(AParcel_writeStrongBinder(parcel.get(), silent->asBinder().get()), STATUS_OK);
-    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
-    std::shared_ptr<ILooker> read;
-    EXPECT_EQ(ILooker::readFromParcel(parcel.get(), &read), STATUS_BAD_TYPE);
+    const auto start = [&] { return AParcel_setDataPosition(parcel.get(), 0); };
+    std::shared_ptr<ILooker> read = mLooker;
+    ASSERT_EQ(start(), STATUS_OK);
+    EXPECT_EQ(ndk::AParcel_readNullableData(parcel.get(), &read), STATUS_OK);
+    EXPECT_EQ(read, nullptr);
+    ASSERT_EQ(start(), STATUS_OK);
+    EXPECT_EQ(ndk::AParcel_readData(parcel.get(), &read), STATUS_UNEXPECTED_NULL);
     EXPECT_EQ(ILooker::fromBinder(silent->asBinder()), nullptr);
     EXPECT_EQ(ILooker::fromBinder(mLooker->asBinder()), mLooker);
 }

@@ -28,7 +28,7 @@ TEST(GoldenTest, GeneratedTextIsAsBefore) {
     }
     const Outcome outcome = runInMemory(input, arguments);
     ASSERT_TRUE(outcome.errors.empty()) << outcome.errors[0];
-    ASSERT_EQ(outcome.files.size(), 10u);
+    ASSERT_EQ(outcome.files.size(), 14u);
     for (const auto& [path, text] : outcome.files) {
         const std::string expected = joinPath(kOutput, path + ".expected");
         if (getenv("AIDL_UPDATE_GOLDEN") != nullptr) {

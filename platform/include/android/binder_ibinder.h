@@ -157,8 +157,8 @@ int32_t AIBinder_debugGetRefCount(AIBinder* _Nullable binder);
 // a proxy seen for the first time is asked, which blocks. False otherwise and for null.
 bool AIBinder_associateClass(AIBinder* _Nullable binder, const AIBinder_Class* _Nonnull clazz);
 
-// The class given at AIBinder_new or associated since; null when there is none yet.
-const AIBinder_Class* _Nullable AIBinder_getClass(AIBinder* _Nonnull binder);
+// The class given at AIBinder_new or associated since; null when there is none yet, and for null.
+const AIBinder_Class* _Nullable AIBinder_getClass(AIBinder* _Nullable binder);
 
 // What the class's onCreate returned for this local object; null for a proxy and for null.
 void* _Nullable AIBinder_getUserData(AIBinder* _Nullable binder);
