@@ -33,13 +33,6 @@ bool isReadOnly(const std::string& name) {
     return name.compare(0, 3, "ro.") == 0;
 }
 
-bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
-        if (takeCharacter(&text) == kNoCharacter) return false;
-    }
-    return true;
-}
-
 bool checkValue(const std::string& name, const std::string& value, std::string* error) {
     const size_t most = isReadOnly(name) ? kMaxReadOnlyValue : kMaxValue;
     if (value.size() > most) {

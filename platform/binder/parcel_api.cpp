@@ -3,8 +3,10 @@
 // The C functions of android/binder_parcel.h.
 #include <android/binder_parcel.h>
 #include <fcntl.h>
+#include <host/utf8.h>
 #include <string.h>
 
+#include <string_view>
 #include <utility>
 
 #include "parcel.h"
@@ -117,7 +119,9 @@ binder_status_t writeText(AParcel* parcel, const char* text, int32_t length) {
         return STATUS_OK;
     }
     if (length < 0) return STATUS_BAD_VALUE;
-    parcel->writeString({text, static_cast<size_t>(length)});
+    const std::string_view all(text, static_cast<size_t>(length));
+    if (!android::host::isUtf8(all)) return STATUS_BAD_VALUE;
+    parcel->writeString(all);
     return STATUS_OK;
 }
 
@@ -207,7 +211,8 @@ binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status
     binder_exception_t exception = AStatus_getExceptionCode(status);
     parcel->writeValue(exception);
     if (exception == EX_NONE) return STATUS_OK;
-    parcel->writeString(AStatus_getMessage(status));
+    const std::string_view message = AStatus_getMessage(status);
+    parcel->writeString(android::host::isUtf8(message) ? message : std::string_view());
     parcel->writeValue(int32_t{0});  // no stack trace
     if (exception == EX_SERVICE_SPECIFIC) {
         parcel->writeValue(AStatus_getServiceSpecificError(status));

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Strings are UTF-8 in our interfaces and UTF-16 on the wire. Bytes that are no UTF-8 and
-// surrogates without a partner become U+FFFD, so that a text from hardware always reaches its
-// reader.
+// Strings are UTF-8 in our interfaces and UTF-16 on the wire. Bytes that are no UTF-8, where the
+// caller has let them through, and surrogates without a partner become U+FFFD.
 #pragma once
 
 #include <stddef.h>

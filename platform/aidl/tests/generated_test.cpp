@@ -256,7 +256,7 @@ class Looker : public BnLooker {
         for (int32_t& number : *numbers) {
             number = count;
         }
-        words->push_back("more");
+        words->push_back(count < 0 ? "\xff" : "more");
         *key = {4, 3, 2, 1};
         return ndk::ScopedAStatus::ok();
     }
@@ -326,6 +326,10 @@ TEST_F(GeneratedCallTest, OutArgumentsComeBack) {
     EXPECT_THAT(numbers, ElementsAre(5, 5, 5));
     EXPECT_THAT(words, ElementsAre("one", "more"));
     EXPECT_THAT(key, ElementsAre(4, 3, 2, 1));
+    // Text that is not UTF-8 ends the call, whichever side writes it.
+    EXPECT_EQ(mProxy->fill(&numbers, &words, &key, -1).getStatus(), STATUS_BAD_VALUE);
+    Everything result;
+    EXPECT_EQ(mProxy->turn(filled(), Mode::FAST, "\xff", &result).getStatus(), STATUS_BAD_VALUE);
 }
 
 TEST_F(GeneratedCallTest, ScalarsDescriptorsAndInterfacesArrive) {

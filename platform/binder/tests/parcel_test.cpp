@@ -2,6 +2,7 @@
 #include "parcel.h"
 
 #include <android/binder_auto_utils.h>
+#include <android/binder_parcel_utils.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
@@ -68,6 +69,7 @@ TEST(UtfTest, TextsCrossOverAndBrokenOnesGetReplacements) {
         {"\xc0\x80", "fdfffdff", "\xef\xbf\xbd\xef\xbf\xbd"},
         {"\xed\xa0\x80", "fdfffdfffdff", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
         {"\xe2\x82", "fdfffdff", "\xef\xbf\xbd\xef\xbf\xbd"},
+        {"12345678\xff", "31003200330034003500360037003800fdff", "12345678\xef\xbf\xbd"},
         {"\xf4\x90\x80\x80", "fdfffdfffdfffdff",
          "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
     };
@@ -76,6 +78,21 @@ TEST(UtfTest, TextsCrossOverAndBrokenOnesGetReplacements) {
         toUtf16(row.utf8, units.data());
         EXPECT_EQ(row.utf16, toHex(units));
         EXPECT_EQ(row.back, toUtf8String(units.data(), units.size() / 2));
+        // What an interface sends is not changed on the way: it arrives as it is, or not at all.
+        const bool isValid = row.back == row.utf8;
+        const binder_status_t expected = isValid ? STATUS_OK : STATUS_BAD_VALUE;
+        AParcel parcel;
+        EXPECT_EQ(expected, ndk::AParcel_writeData(&parcel, row.utf8)) << row.utf16;
+        EXPECT_EQ(expected, ndk::AParcel_writeData(&parcel, std::vector{row.utf8})) << row.utf16;
+        AParcel answer;
+        ndk::ScopedAStatus status =
+            ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(4, row.utf8.c_str());
+        ASSERT_EQ(STATUS_OK, AParcel_writeStatusHeader(&answer, status.get()));
+        ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(&answer, 0));
+        status.set(nullptr);
+        ASSERT_EQ(STATUS_OK, AParcel_readStatusHeader(&answer, status.getR()));
+        EXPECT_EQ(4, status.getServiceSpecificError());
+        EXPECT_EQ(isValid ? row.utf8 : "", status.getMessage());
     }
     for (const char* lone : {"3dd8", "0bdd", "3dd83dd8", "0bdd3dd8"}) {
         Bytes units = hex(lone);

@@ -104,7 +104,8 @@ binder_status_t AParcel_writeParcelFileDescriptor(AParcel* _Nonnull parcel, int 
 binder_status_t AParcel_readParcelFileDescriptor(const AParcel* _Nonnull parcel, int* _Nonnull fd);
 
 // Writes how a method ended, at the head of an answer. A status with EX_TRANSACTION_FAILED is not
-// written: its transport status is returned instead.
+// written: its transport status is returned instead. A message that is not valid UTF-8 is written
+// as an empty one; the codes arrive.
 binder_status_t AParcel_writeStatusHeader(AParcel* _Nonnull parcel, const AStatus* _Nonnull status);
 
 // Reads it. With STATUS_OK *status is a status owned by the caller; otherwise untouched.
@@ -119,7 +120,7 @@ typedef bool (*AParcel_stringAllocator)(void* _Nullable stringData, int32_t leng
                                         char* _Nullable* _Nullable buffer);
 
 // Writes `length` bytes of UTF-8, which need no NUL and may contain some; null with length -1.
-// Ill-formed input is written with U+FFFD in place of each offending sequence.
+// STATUS_BAD_VALUE for what is not valid UTF-8, of which the platform lets some pass as other text.
 binder_status_t AParcel_writeString(AParcel* _Nonnull parcel, const char* _Nullable string,
                                     int32_t length);
 
@@ -140,7 +141,7 @@ typedef bool (*AParcel_stringArrayElementAllocator)(void* _Nullable arrayData, s
                                                     int32_t length,
                                                     char* _Nullable* _Nullable buffer);
 
-// Writes `length` strings that `getter` names, or null when length is -1.
+// Writes `length` strings that `getter` names, or null when length is -1; each as above.
 binder_status_t AParcel_writeStringArray(AParcel* _Nonnull parcel, const void* _Nullable arrayData,
                                          int32_t length,
                                          AParcel_stringArrayElementGetter _Nonnull getter);

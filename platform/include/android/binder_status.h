@@ -90,7 +90,8 @@ AStatus* _Nonnull AStatus_newOk(void) __attribute__((warn_unused_result));
 AStatus* _Nonnull AStatus_fromExceptionCode(binder_exception_t exception)
     __attribute__((warn_unused_result));
 
-// As above with a message: a UTF-8 text that is copied.
+// As above with a message: a UTF-8 text that is copied. Another process gets an empty message when
+// it is not valid UTF-8.
 AStatus* _Nonnull AStatus_fromExceptionCodeWithMessage(binder_exception_t exception,
                                                        const char* _Nonnull message)
     __attribute__((warn_unused_result));

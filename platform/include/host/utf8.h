@@ -3,6 +3,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include <string_view>
 
@@ -39,6 +40,23 @@ inline char32_t takeCharacter(std::string_view* text) {
             (value < 0xD800 || value > 0xDFFF);
     text->remove_prefix(valid ? length : 1);
     return valid ? value : kNoCharacter;
+}
+
+// Whether all of `text` is UTF-8, as takeCharacter sees it.
+inline bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        // Eight ASCII characters at once, which is what most texts consist of.
+        uint64_t chunk;
+        if (text.size() >= sizeof(chunk)) {
+            memcpy(&chunk, text.data(), sizeof(chunk));
+            if ((chunk & 0x8080808080808080) == 0) {
+                text.remove_prefix(sizeof(chunk));
+                continue;
+            }
+        }
+        if (takeCharacter(&text) == kNoCharacter) return false;
+    }
+    return true;
 }
 
 // Whether a terminal or a reader could be misled by the character: control characters, and those
