@@ -16,21 +16,25 @@ class Store : public BnStore {
     }
 };
 
-TEST(PlatformFormTest, CallGoesThroughProxyAndDelegator) {
+TEST(PlatformFormTest, DelegatorAndRecordsWork) {
     const auto delegator =
-        ndk::SharedRefBase::make<IStoreDelegator>(ndk::SharedRefBase::make<Store>());
-    const auto proxy = ndk::SharedRefBase::make<BpStore>(delegator->asBinder());
+        ndk::SharedRefBase::make<IStore::DefaultDelegator>(ndk::SharedRefBase::make<Store>());
+    EXPECT_STREQ(IStore::descriptor,
+                 AIBinder_Class_getDescriptor(AIBinder_getClass(delegator->asBinder().get())));
     Item sent;
     sent.mode = Mode::ON;
     sent.data = {1, 2};
     std::optional<Item> received;
-    const auto status = proxy->swap(sent, &received);
-    ASSERT_TRUE(status.isOk()) << status.getDescription();
+    ASSERT_TRUE(delegator->swap(sent, &received).isOk());
     EXPECT_EQ("Item{mode: ON, name: (null), data: [1, 2], pick: Pick{number: 0}}",
               received->pick.get<Pick::text>());
-    EXPECT_EQ(sent.data, received->data);
-    EXPECT_EQ(IStore::fromBinder(delegator->asBinder()), delegator);
-    EXPECT_EQ(nullptr, IStore::fromBinder(ndk::SpAIBinder()));
+    EXPECT_TRUE(sent < *received);
+
+    const ndk::ScopedAParcel parcel(AParcel_create());
+    ASSERT_EQ(STATUS_OK, received->pick.writeToParcel(parcel.get()));
+    ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
+    ASSERT_EQ(STATUS_OK, sent.pick.readFromParcel(parcel.get()));
+    EXPECT_EQ(received->pick, sent.pick);
     EXPECT_EQ(2u, std::size(ndk::internal::enum_values<Mode>));
 }
 

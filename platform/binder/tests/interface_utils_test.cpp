@@ -97,6 +97,7 @@ TEST(InterfaceUtilsTest, BinderIsTheSameWhileHeldAndMadeAnewAfterwards) {
         EXPECT_EQ(plug->created, 1);
         EXPECT_EQ(ndk::ICInterface::asInterface(first.get()), plug);
         EXPECT_EQ(AIBinder_getClass(first.get()), plugClass());
+        EXPECT_EQ(AIBinder_getClass(nullptr), nullptr);
     }
     EXPECT_NE(plug->asBinder().get(), nullptr);
     EXPECT_EQ(plug->created, 2);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // An enum, a union, a record and an interface with its delegator, in the form that the platform's
-// own compiler gives them. What that form takes from our headers, and what it has compilers warn
-// of, is more than with our compiler.
+// own compiler gives them: those parts of it that take other things from our headers than our
+// compiler's code does, or have compilers warn. Calls are not among them.
 #pragma once
 
 #include <android/binder_enums.h>
@@ -106,8 +106,6 @@ class Item {
     std::vector<uint8_t> data = {};
     ::aidl::test::form::Pick pick;
 
-    binder_status_t readFromParcel(const AParcel* _aidl_parcel);
-    binder_status_t writeToParcel(AParcel* _aidl_parcel) const;
     inline bool operator<(const Item& _rhs) const {
         return std::tie(mode, name, data, pick) <
                std::tie(_rhs.mode, _rhs.name, _rhs.data, _rhs.pick);
@@ -132,19 +130,9 @@ class IStore : public ::ndk::ICInterface {
     IStore();
     virtual ~IStore();
     static inline const int32_t version = 3;
-    static std::shared_ptr<IStore> fromBinder(const ::ndk::SpAIBinder& binder);
     virtual ::ndk::ScopedAStatus swap(const ::aidl::test::form::Item& in_item,
                                       std::optional<::aidl::test::form::Item>* _aidl_return) = 0;
     virtual ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) = 0;
-};
-
-class BpStore : public ::ndk::BpCInterface<IStore> {
-  public:
-    explicit BpStore(const ::ndk::SpAIBinder& binder);
-    virtual ~BpStore();
-    ::ndk::ScopedAStatus swap(const ::aidl::test::form::Item& in_item,
-                              std::optional<::aidl::test::form::Item>* _aidl_return) override;
-    ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
 };
 
 class BnStore : public ::ndk::BnCInterface<IStore> {
