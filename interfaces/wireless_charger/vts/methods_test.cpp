@@ -1,0 +1,327 @@
+// SPDX-License-Identifier: Apache-2.0
+// What each method may answer, and what it has to refuse.
+#include <functional>
+#include <iostream>
+#include <thread>
+
+#include "charger_vts.h"
+
+namespace aidl::vendor::zorvak::wireless_charger {
+namespace {
+
+using ndk::ScopedAStatus;
+using testing::_;
+using testing::AllOf;
+using testing::AnyOf;
+using testing::AnyOfArray;
+using testing::Each;
+using testing::Eq;
+using testing::Field;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using Bytes = std::vector<uint8_t>;
+using Call = std::function<ScopedAStatus(I&)>;
+
+enum class Fails { kNever, kWithAnyError };
+
+struct Row {
+    const char* method;
+    Fails fails;
+    Call call;
+};
+
+/** A call whose answer, when there is one, is as the interface documents it. */
+template <typename Answer, typename Method, typename... Args>
+Call asks(Method method, const testing::Matcher<const Answer&>& documented, Args... args) {
+    return [=](I& charger) {
+        Answer answer{};
+        ScopedAStatus status = (charger.*method)(args..., &answer);
+        if (status.isOk()) {
+            EXPECT_THAT(answer, documented);
+        }
+        return status;
+    };
+}
+
+template <typename Method>
+Call tells(Method method) {
+    return [=](I& charger) { return (charger.*method)(); };
+}
+
+auto isByte() {
+    return Within(0, 255);
+}
+auto isWord() {
+    return Within(0, 65535);
+}
+auto isMask() {
+    return Within(0, 15);
+}
+auto isDockKind() {
+    return AnyOfArray({0, 1, 2, 4, 15});
+}
+auto isVersion() {
+    return AllOf(Field("major", &FirmwareVersion::major, isByte()),
+                 Field("minor", &FirmwareVersion::minor, isByte()));
+}
+auto isExecuteStatus() {
+    return AnyOf(ExecuteStatus::ACCEPTED, ExecuteStatus::INCOMPLETE, ExecuteStatus::INVALID_IMAGE,
+                 ExecuteStatus::REFUSED);
+}
+auto isChunk() {
+    return Field("next", &ChunkResponse::next, isWord());
+}
+
+testing::Matcher<const DockInfo&> isDockInfo() {
+    return AllOf(Field("dockValue", &DockInfo::dockValue, 0),
+                 Field("firmwareVersion", &DockInfo::firmwareVersion, isVersion()),
+                 Field("flagBits", &DockInfo::flagBits, Within(0, 3)),
+                 Field("dockKind", &DockInfo::dockKind, isDockKind()),
+                 Field("extraText", &DockInfo::extraText, IsEmpty()),
+                 Field("compatibility", &DockInfo::compatibility, AnyOf(Within(-2, 7), 127)),
+                 Field("extraFirmwareVersion", &DockInfo::extraFirmwareVersion, Eq(std::nullopt)));
+}
+
+testing::Matcher<const DockPresent&> isPresence() {
+    return AllOf(Field("dockKind", &DockPresent::dockKind, isDockKind()),
+                 Field("dockClass", &DockPresent::dockClass, Within(0, 3)),
+                 AnyOf(Field("docked", &DockPresent::docked, true),
+                       Field("dockKind", &DockPresent::dockKind, 15)));
+}
+
+testing::Matcher<const RtxStatusInfo&> isRtxStatus() {
+    return AllOf(Field("mode", &RtxStatusInfo::mode, Within(0, 2)),
+                 Field("errorType", &RtxStatusInfo::errorType, AnyOf(Within(0, 5), 15)));
+}
+
+testing::Matcher<const PhoneInfo&> isPhone() {
+    return AllOf(
+        Field("model", &PhoneInfo::model, IsEmpty()),
+        Field("receiverId", &PhoneInfo::receiverId, 0),
+        Field("qiSpec", &PhoneInfo::qiSpec,
+              AnyOfArray({-1, 0, 0x1200, 0x1201, 0x1300, 0x1301, 0x2003, 0x2102, 0x2203})));
+}
+
+MATCHER(IsDigests, "has digests where its masks say so") {
+    const std::array<uint8_t, 32>* digests[] = {&arg.digest0, &arg.digest1, &arg.digest2,
+                                                &arg.digest3};
+    for (int slot = 0; slot < 4; slot++) {
+        if ((arg.digestMask & 1 << slot) == 0 && *digests[slot] != std::array<uint8_t, 32>{}) {
+            return false;
+        }
+    }
+    return testing::Value(arg.digestMask, isMask()) &&
+           testing::Value(arg.slotPopulatedMask, isMask());
+}
+
+MATCHER(IsUpdateInfo, "has the top byte of maxSize as infoByte4") {
+    return static_cast<int8_t>(arg.maxSize >> 24) == arg.infoByte4;
+}
+
+testing::Matcher<const WpcAuthChallengeResponse&> isSignature() {
+    using R = WpcAuthChallengeResponse;
+    return AllOf(Field("maxProtocolVersion", &R::maxProtocolVersion, isMask()),
+                 Field("slotPopulatedMask", &R::slotPopulatedMask, isMask()),
+                 Field("signatureR", &R::signatureR, SizeIs(32)),
+                 Field("signatureS", &R::signatureS, SizeIs(32)));
+}
+
+testing::Matcher<const FwUpdateStartResponse&> isStart() {
+    using R = FwUpdateStartResponse;
+    return AllOf(Field("resume", &R::resume, AnyOf(0, 1)),
+                 Field("progress", &R::progress, Within(100 - 255, 100)));
+}
+
+testing::Matcher<const FanInfo&> isFanSetting() {
+    return AllOf(Field("fanValue1", &FanInfo::fanValue1, 0),
+                 Field("fanValue2", &FanInfo::fanValue2, 0),
+                 Field("fanValue3", &FanInfo::fanValue3, 0));
+}
+
+FirmwareVersion versionNamed(size_t nameLength) {
+    FirmwareVersion version;
+    version.major = 1;
+    version.name = std::string(nameLength, 'n');
+    return version;
+}
+
+constexpr FanMode kUnknownMode = FanMode(2);
+
+// clang-format off
+const Row kHarmless[] = {
+    {"getPhoneInformation", Fails::kNever, asks<PhoneInfo>(&I::getPhoneInformation, isPhone())},
+    {"getDockInformation", Fails::kNever, asks<DockInfo>(&I::getDockInformation, isDockInfo())},
+    {"getPowerInformation", Fails::kNever, asks<PowerInfo>(&I::getPowerInformation, Field("limitReason", &PowerInfo::limitReason, AnyOfArray({0, 2, 3, 4, 5, 6, 7, 8, 10, 11})))},
+    {"getRtxInformation", Fails::kNever, asks<RtxStatusInfo>(&I::getRtxInformation, isRtxStatus())},
+    {"isDockPresent", Fails::kNever, asks<DockPresent>(&I::isDockPresent, isPresence())},
+    {"isRtxModeOn", Fails::kNever, asks<bool>(&I::isRtxModeOn, _)},
+    {"isRtxSupported", Fails::kNever, asks<bool>(&I::isRtxSupported, _)},
+    {"challenge", Fails::kWithAnyError, asks<Bytes>(&I::challenge, SizeIs(8), 5, Bytes(8, 7))},
+    {"getAlignInfo", Fails::kWithAnyError, asks<AlignInfo>(&I::getAlignInfo, Field("status", &AlignInfo::status, Within(0, 3)))},
+    {"getFanInfo", Fails::kWithAnyError, asks<FanInfo>(&I::getFanInfo, _, 0)},
+    {"getFanInfo of the last", Fails::kWithAnyError, asks<FanInfo>(&I::getFanInfo, _, 7)},
+    {"getFanLevel", Fails::kWithAnyError, asks<int32_t>(&I::getFanLevel, _)},
+    {"getFeatures", Fails::kWithAnyError, asks<WirelessChargerFeature>(&I::getFeatures, _, 1)},
+    {"getInformation", Fails::kWithAnyError, asks<DockInfo>(&I::getInformation, isDockInfo())},
+    {"getWpcAuthCertificate", Fails::kWithAnyError, asks<Bytes>(&I::getWpcAuthCertificate, SizeIs(testing::Le(1058)), 0, 0, 0)},
+    {"getWpcAuthCertificate of a beginning", Fails::kWithAnyError, asks<Bytes>(&I::getWpcAuthCertificate, SizeIs(testing::Le(100)), 0, 0, 100)},
+    {"getWpcAuthCertificate of a part", Fails::kWithAnyError, asks<Bytes>(&I::getWpcAuthCertificate, SizeIs(32), 0, 2, 32)},
+    {"getWpcAuthChallengeResponse", Fails::kWithAnyError, asks<WpcAuthChallengeResponse>(&I::getWpcAuthChallengeResponse, isSignature(), 0, Bytes(16, 9))},
+    {"getWpcAuthDigests", Fails::kWithAnyError, asks<WpcAuthDigests>(&I::getWpcAuthDigests, IsDigests(), 15)},
+    {"isAuthReady", Fails::kWithAnyError, asks<bool>(&I::isAuthReady, true)},
+    {"keyExchange", Fails::kWithAnyError, asks<KeyExchangeResponse>(&I::keyExchange, Field("key", &KeyExchangeResponse::key, SizeIs(32)), Bytes(32, 3))},
+    {"setFan of an unknown mode", Fails::kWithAnyError, asks<FanInfo>(&I::setFan, isFanSetting(), 0, kUnknownMode, 9)},
+    {"setFan", Fails::kWithAnyError, asks<FanInfo>(&I::setFan, isFanSetting(), 0, FanMode::AUTO, 0)},
+    {"getSkinTemperature", Fails::kWithAnyError, asks<SkinTemp>(&I::getSkinTemperature, _)},
+    {"getUpdateInformation", Fails::kWithAnyError, asks<UpdateInfo>(&I::getUpdateInformation, IsUpdateInfo())},
+    {"getUpdateExecutionStatus", Fails::kWithAnyError, asks<UpdateStatus>(&I::getUpdateExecutionStatus, Field("status", &UpdateStatus::status, Within(0, 2)))},
+    {"getFwUpdateInformation", Fails::kWithAnyError, asks<FwUpdateInfo>(&I::getFwUpdateInformation, Field("version", &FwUpdateInfo::version, AllOf(isVersion(), Field("name", &FirmwareVersion::name, IsEmpty()))), 0)},
+    {"getFwUpdateExecutionStatus", Fails::kWithAnyError, asks<FwUpdateStatus>(&I::getFwUpdateExecutionStatus, Field("status", &FwUpdateStatus::status, AnyOf(Within(0, 2), 16)), 0)},
+    {"getFirstFwMissingChunk", Fails::kWithAnyError, asks<FwMissingChunk>(&I::getFirstFwMissingChunk, AllOf(Field("chunkNumber", &FwMissingChunk::chunkNumber, isWord()), Field("numChunks", &FwMissingChunk::numChunks, isWord())), 0)},
+    {"getFirstMissingChunk", Fails::kWithAnyError, asks<MissingChunk>(&I::getFirstMissingChunk, _)},
+};
+
+// In the order of updates that end with chunks missing, so that the restart changes no firmware.
+const Row kChangingTheDock[] = {
+    {"fwUpdateStart", Fails::kWithAnyError, asks<FwUpdateStartResponse>(&I::fwUpdateStart, isStart(), 0, 24, 8, true, versionNamed(300))},
+    {"sendFwChunk", Fails::kWithAnyError, asks<int32_t>(&I::sendFwChunk, isWord(), 0, 0, 0, Bytes(8))},
+    {"fwExecuteUpdate", Fails::kWithAnyError, asks<ExecuteStatus>(&I::fwExecuteUpdate, isExecuteStatus(), 0)},
+    {"compressFwUpdateStart", Fails::kWithAnyError, asks<FwUpdateStartResponse>(&I::compressFwUpdateStart, isStart(), 0, 100, 8, true, 24, versionNamed(0))},
+    {"sendCompressFwChunk", Fails::kWithAnyError, asks<ChunkResponse>(&I::sendCompressFwChunk, isChunk(), 0, 0, 0, Bytes(8))},
+    {"updateStart", Fails::kWithAnyError, asks<UpdateStartResponse>(&I::updateStart, UpdateStartResponse(), 24, 8, true, versionNamed(247))},
+    {"sendChunk", Fails::kWithAnyError, asks<char16_t>(&I::sendChunk, _, 0, 0, Bytes(8))},
+    {"executeUpdate", Fails::kWithAnyError, asks<ExecuteStatus>(&I::executeUpdate, isExecuteStatus())},
+    {"reboot", Fails::kWithAnyError, tells(&I::reboot)},
+    {"sendReboot", Fails::kWithAnyError, tells(&I::sendReboot)},
+};
+
+// Refused before anything is sent, whatever the dock is.
+const std::pair<const char*, Call> kOutOfRange[] = {
+    {"challenge of 0 bytes", asks<Bytes>(&I::challenge, _, 0, Bytes())},
+    {"challenge of 7 bytes", asks<Bytes>(&I::challenge, _, 0, Bytes(7))},
+    {"challenge of 9 bytes", asks<Bytes>(&I::challenge, _, 0, Bytes(9))},
+    {"keyExchange of 31 bytes", asks<KeyExchangeResponse>(&I::keyExchange, _, Bytes(31))},
+    {"keyExchange of 33 bytes", asks<KeyExchangeResponse>(&I::keyExchange, _, Bytes(33))},
+    {"getFanInfo of fan 8", asks<FanInfo>(&I::getFanInfo, _, 8)},
+    {"getFanInfo of fan 127", asks<FanInfo>(&I::getFanInfo, _, 127)},
+    {"setFan of fan 8", asks<FanInfo>(&I::setFan, _, 8, FanMode::AUTO, 0)},
+    {"setFan of fan 8 in an unknown mode", asks<FanInfo>(&I::setFan, _, 8, kUnknownMode, 0)},
+    {"getWpcAuthCertificate of 2045 bytes", asks<Bytes>(&I::getWpcAuthCertificate, _, 0, 0, 2045)},
+    {"getWpcAuthChallengeResponse for 15 bytes", asks<WpcAuthChallengeResponse>(&I::getWpcAuthChallengeResponse, _, 0, Bytes(15))},
+    {"getWpcAuthChallengeResponse for 17 bytes", asks<WpcAuthChallengeResponse>(&I::getWpcAuthChallengeResponse, _, 0, Bytes(17))},
+    {"sendChunk of 254 bytes", asks<char16_t>(&I::sendChunk, _, 0, 0, Bytes(254))},
+    {"sendFwChunk of 253 bytes", asks<int32_t>(&I::sendFwChunk, _, 0, 0, 0, Bytes(253))},
+    {"sendCompressFwChunk of 253 bytes", asks<ChunkResponse>(&I::sendCompressFwChunk, _, 0, 0, 0, Bytes(253))},
+    {"updateStart with a name of 248 bytes", asks<UpdateStartResponse>(&I::updateStart, _, 24, 8, true, versionNamed(248))},
+};
+// clang-format on
+
+class Methods : public ChargerVts {
+  protected:
+    template <size_t Size>
+    void callAll(const Row (&rows)[Size]) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.method);
+            const ScopedAStatus status = row.call(*charger);
+            const int lastError =
+                row.fails == Fails::kNever ? 0 : static_cast<int>(ErrorCode::BUSY);
+            EXPECT_THAT(errorOf(status), Within(0, lastError)) << status.getDescription();
+            if (!status.isOk()) {
+                std::cout << row.method << " refused: " << status.getDescription() << "\n";
+            }
+        }
+    }
+
+    template <typename Answer>
+    Answer get(ScopedAStatus (I::*method)(Answer*)) {
+        Answer answer{};
+        EXPECT_EQ(errorOf((*charger.*method)(&answer)), 0);
+        return answer;
+    }
+};
+
+TEST_P(Methods, InterfaceIsTheFrozenOne) {
+    int32_t version = 0;
+    std::string hash;
+    EXPECT_TRUE(charger->getInterfaceVersion(&version).isOk());
+    EXPECT_TRUE(charger->getInterfaceHash(&hash).isOk());
+    EXPECT_EQ(version, I::version);
+    EXPECT_EQ(hash, I::hash);
+}
+
+TEST_P(Methods, UpdateAnswersAndErrorsAreDocumented) {
+    if (!gMayChangeDock) GTEST_SKIP() << "changes the dock: only with --change_dock";
+    callAll(kChangingTheDock);
+}
+
+TEST_P(Methods, AnswersAndErrorsAreDocumented) {
+    callAll(kHarmless);
+}
+
+TEST_P(Methods, ArgumentsOutOfRangeAreInvalid) {
+    for (const auto& [name, call] : kOutOfRange) {
+        EXPECT_EQ(errorOf(call(*charger)), kInvalidArgument) << name;
+    }
+}
+
+TEST_P(Methods, SeveralThreadsAreServedAtOnce) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; i++) {
+        threads.emplace_back([&] {
+            for (const Row& row : kHarmless) {
+                if (row.fails != Fails::kNever) continue;
+                EXPECT_EQ(errorOf(row.call(*charger)), 0) << row.method;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+TEST_P(Methods, FeaturesAreReadAsTheyWereWritten) {
+    WirelessChargerFeature before{};
+    if (!charger->getFeatures(1, &before).isOk()) GTEST_SKIP() << "no features now";
+    const int error = errorOf(charger->setFeatures(1, before));
+    EXPECT_THAT(error, Within(0, static_cast<int>(ErrorCode::BUSY)));
+    WirelessChargerFeature after{};
+    if (error == 0 && charger->getFeatures(1, &after).isOk()) {
+        EXPECT_EQ(after, before);
+    }
+}
+
+TEST_P(Methods, CachedRecordIsWhatTheDockSaid) {
+    DockInfo said;
+    if (!charger->getInformation(&said).isOk()) GTEST_SKIP() << "the dock says nothing";
+    DockInfo cached = get(&I::getDockInformation);
+    if (!get(&I::isDockPresent).docked) GTEST_SKIP() << "the dock is gone";
+    cached.compatibility = said.compatibility;  // read afresh
+    EXPECT_EQ(cached.toString(), said.toString());
+}
+
+TEST_P(Methods, QiIdAloneIsTakenOver) {
+    const DockInfo before = get(&I::getDockInformation);
+    DockInfo given;
+    given.qiId = "not a number";
+    given.infoText0 = "not of the dock";
+    DockInfo restored;
+    restored.qiId = before.qiId;
+    for (const auto& [info, qiId] : std::vector<std::pair<WlcInfo, std::string>>{
+             {WlcInfo::make<WlcInfo::Tag::dockInfo>(given), given.qiId},
+             {WlcInfo::make<WlcInfo::Tag::phoneInfo>(PhoneInfo()), given.qiId},
+             {WlcInfo::make<WlcInfo::Tag::powerInfo>(PowerInfo()), given.qiId},
+             {WlcInfo::make<WlcInfo::Tag::dockInfo>(restored), before.qiId}}) {
+        SCOPED_TRACE(info.toString());
+        EXPECT_EQ(errorOf(charger->updateInformation(info)), 0);
+        const DockInfo now = get(&I::getDockInformation);
+        EXPECT_EQ(now.qiId, qiId);
+        EXPECT_EQ(now.infoText0, before.infoText0);
+    }
+}
+
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Methods);
+INSTANTIATE_TEST_SUITE_P(Instances, Methods,
+                         testing::ValuesIn(android::getAidlHalInstanceNames(I::descriptor)),
+                         android::PrintInstanceNameToString);
+
+}  // namespace
+}  // namespace aidl::vendor::zorvak::wireless_charger
