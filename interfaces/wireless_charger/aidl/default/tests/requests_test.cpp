@@ -122,34 +122,6 @@ TEST_P(RequestTest, AnswerOfAnyLengthIsSafe) {
     }
 }
 
-TEST_F(ChargerTest, OutOfRangeArgumentIsRefusedBeforeARequest) {
-    FanInfo fan;
-    Bytes bytes;
-    KeyExchangeResponse key;
-    WpcAuthChallengeResponse auth;
-    ChunkResponse chunk;
-    int32_t next = 5;
-    char16_t legacyNext = 5;
-    UpdateStartResponse start;
-    FirmwareVersion longName;
-    longName.name = std::string(248, 'n');
-    EXPECT_EQ(errorOf(charger->getFanInfo(8, &fan)), 1);
-    EXPECT_EQ(errorOf(charger->setFan(127, FanMode::AUTO, 0, &fan)), 1);
-    for (size_t size : {0, 7, 9}) EXPECT_EQ(errorOf(charger->challenge(0, Bytes(size), &bytes)), 1);
-    for (size_t size : {31, 33}) EXPECT_EQ(errorOf(charger->keyExchange(Bytes(size), &key)), 1);
-    for (size_t size : {15, 17}) {
-        EXPECT_EQ(errorOf(charger->getWpcAuthChallengeResponse(0, Bytes(size), &auth)), 1);
-    }
-    EXPECT_EQ(errorOf(charger->getWpcAuthCertificate(0, 0, 2045, &bytes)), 1);
-    EXPECT_EQ(errorOf(charger->sendFwChunk(1, 0, 0, Bytes(253), &next)), 1);
-    EXPECT_EQ(next, 0);
-    EXPECT_EQ(errorOf(charger->sendCompressFwChunk(1, 0, 0, Bytes(253), &chunk)), 1);
-    EXPECT_EQ(errorOf(charger->sendChunk(0, 0, Bytes(254), &legacyNext)), 1);
-    EXPECT_EQ(legacyNext, 5);
-    EXPECT_EQ(errorOf(charger->updateStart(0, 0, true, longName, &start)), 1);
-    EXPECT_THAT(protocol().sent, IsEmpty());
-}
-
 TEST_F(ChargerTest, LargestArgumentFillsTheRequest) {
     int32_t next;
     char16_t legacyNext;
