@@ -49,7 +49,7 @@ function(add_project_test name)
 endfunction()
 
 # add_project_fuzzer(NAME SOURCES file... [LIBS target...])
-# One libFuzzer program; a folder fuzz/corpus/NAME holds its seeds when there are any.
+# One libFuzzer program; a folder corpus/NAME beside it holds its seeds when there are any.
 function(add_project_fuzzer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
