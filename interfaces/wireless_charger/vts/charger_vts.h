@@ -36,6 +36,11 @@ MATCHER_P2(Within, low, high, "") {
     return low <= arg && arg <= high;
 }
 
+MATCHER(IsRtxStatus, "has a mode and an error type that are known") {
+    return testing::Value(arg.mode, Within(0, 2)) &&
+           testing::Value(arg.errorType, testing::AnyOf(Within(0, 5), 15));
+}
+
 /** One declared instance, which has to be alive before and after each test. */
 class ChargerVts : public testing::TestWithParam<std::string> {
   protected:
@@ -48,5 +53,11 @@ class ChargerVts : public testing::TestWithParam<std::string> {
 
     std::shared_ptr<IWirelessCharger> charger;
 };
+
+#define CHECK_EVERY_INSTANCE(suite)                                                                \
+    GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(suite);                                          \
+    INSTANTIATE_TEST_SUITE_P(Instances, suite,                                                     \
+                             testing::ValuesIn(::android::getAidlHalInstanceNames(I::descriptor)), \
+                             ::android::PrintInstanceNameToString)
 
 }  // namespace aidl::vendor::zorvak::wireless_charger
