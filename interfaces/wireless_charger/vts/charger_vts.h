@@ -49,7 +49,11 @@ class ChargerVts : public testing::TestWithParam<std::string> {
         charger = IWirelessCharger::fromBinder(binder);
         ASSERT_NE(charger, nullptr) << GetParam() << " is no IWirelessCharger";
     }
-    void TearDown() override { EXPECT_EQ(AIBinder_ping(charger->asBinder().get()), STATUS_OK); }
+    void TearDown() override {
+        if (charger != nullptr) {
+            EXPECT_EQ(AIBinder_ping(charger->asBinder().get()), STATUS_OK);
+        }
+    }
 
     std::shared_ptr<IWirelessCharger> charger;
 };
