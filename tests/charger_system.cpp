@@ -6,6 +6,8 @@
 #include <android/binder_manager.h>
 #include <host/binder_host.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +22,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+
+#include "kernel_uevents.h"
 
 namespace charger_system {
 namespace {
@@ -147,6 +151,20 @@ void ChargerSystem::start(const Words& before) {
     if (!registered || !isRunning(mService->pid())) {
         throw std::runtime_error("the service does not start: " + log());
     }
+    // Its event thread opens the socket on its own time.
+    if (!eventually([&] { return hearsUevents(); })) {
+        throw std::runtime_error("the service does not listen for uevents: " + log());
+    }
+}
+
+bool ChargerSystem::hearsUevents() const {
+    const char* path = std::getenv("ANDROID_HOST_UEVENT_SOCKET");
+    NetlinkSocket ignored;
+    if (path == nullptr) return findUeventSocket(mService->pid(), &ignored);
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    std::string(path).copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const unique_fd probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return ::connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
 }
 
 void ChargerSystem::killService() {

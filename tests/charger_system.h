@@ -82,7 +82,7 @@ class ChargerSystem {
     // A service process whose output goes to the log file, `before` in front of its command line.
     // Ends with the object.
     std::unique_ptr<Process> launch(const Words& before = {});
-    // Launches it and waits until it has registered.
+    // Launches it and waits until it has registered and listens for uevents.
     void start(const Words& before = {});
     void killService();
     pid_t pid() const { return mService->pid(); }
@@ -109,6 +109,8 @@ class ChargerSystem {
     std::string complaint() const;
 
   private:
+    bool hearsUevents() const;
+
     std::string mFolder;
     std::unique_ptr<Process> mService;
     std::unique_ptr<dockctl::Connection> mDock;
