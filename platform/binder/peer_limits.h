@@ -82,6 +82,6 @@ inline constexpr uint32_t kMaxWaitingThreads = 64;
 
 // Threads for dumps and shell commands, and how many of them may wait for one.
 inline constexpr size_t kMaxDiagnosticsThreads = 4;
-inline constexpr size_t kMaxWaitingDiagnostics = 64;
+inline constexpr size_t kMaxWaitingDiagnostics = 16;
 
 }  // namespace host::binder
