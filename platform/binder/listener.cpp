@@ -34,8 +34,9 @@ Listener::~Listener() {
 }
 
 bool Listener::onReady(bool) {
+    bool isExhausted = false;
     while (true) {
-        unique_fd socket = accept();
+        unique_fd socket = accept(&isExhausted);
         if (!socket.ok()) break;
         Caller peer = peerOf(socket.get());
         if (peer.uid != geteuid()) {
@@ -46,15 +47,13 @@ bool Listener::onReady(bool) {
         auto self = std::static_pointer_cast<Listener>(shared_from_this());
         (void)Opening::start(std::make_shared<Opening>(std::move(socket), peer, self));
     }
-    return true;
-}
-
-void Listener::onDisowned() {
-    if (std::exchange(mIsExhausted, false)) {
+    // Without descriptors it would be called again at once, for nothing.
+    if (isExhausted) {
         Reactor::get().watchTime(*this);
     } else {
         Reactor::get().rearm(*this);
     }
+    return true;
 }
 
 bool Listener::onTick(Deadline) {
@@ -62,7 +61,7 @@ bool Listener::onTick(Deadline) {
     return false;
 }
 
-unique_fd Listener::accept() {
+unique_fd Listener::accept(bool* isExhausted) {
     while (true) {
         if (!mReserve.ok()) mReserve = openReserve();
         unique_fd socket(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
@@ -72,7 +71,7 @@ unique_fd Listener::accept() {
         const bool isOutOfFds = errno == EMFILE || errno == ENFILE;
         PLOG(ERROR) << "Cannot accept a binder connection";
         if (!isOutOfFds || !mReserve.ok()) {
-            mIsExhausted = true;
+            *isExhausted = true;
             return {};
         }
         mReserve.reset();

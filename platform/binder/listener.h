@@ -23,23 +23,21 @@ class Listener : public Pollable {
     // Whoever waits to be accepted is not forgotten, whatever kept it waiting.
     Trigger trigger() const override { return Trigger::kOneShot; }
     bool onReady(bool drain) override;
-    void onDisowned() override;
     bool onTick(Deadline now) override;
 
     std::shared_ptr<Session> open(const Session::Setup& setup) EXCLUDES(mLock);
     std::shared_ptr<Session> find(const Session::Id& id) EXCLUDES(mLock);
 
   private:
-    android::base::unique_fd accept();
+    // Not ok when nobody waits; `*isExhausted`: or when there is no descriptor for who does.
+    android::base::unique_fd accept(bool* isExhausted);
 
     const android::base::unique_fd mSocket;
     AIBinder* const mRoot;
     const size_t mMaxCalls;
 
-    // The owning thread's.
     // Given up for a moment when the process has no descriptor left, to turn a caller away at once.
-    android::base::unique_fd mReserve;
-    bool mIsExhausted = false;  // wait before accepting again
+    android::base::unique_fd mReserve;  // the owning thread's
 
     std::mutex mLock;
     std::map<Session::Id, std::weak_ptr<Session>> mSessions GUARDED_BY(mLock);
