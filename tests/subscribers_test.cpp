@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -25,8 +26,37 @@ constexpr size_t kMortal = 10;
 constexpr int kAlignEach = 8;
 constexpr int kEventsBetweenReports = 8;
 
+constexpr int kManyEvents = kSanitized ? 100 : 1000;
+
+// Counts the events from the one after `last` on, for as long as they come in their order.
+class OrderedSubscriber : public charger::BnWirelessChargerInfoCallback {
+  public:
+    OrderedSubscriber(int32_t last, std::atomic<size_t>* count) : mLast(last), mCount(count) {}
+    ndk::ScopedAStatus alignChanged(const charger::AlignInfo& info) override {
+        mIsInOrder = mIsInOrder && info.value1 == ++mLast;
+        if (mIsInOrder) ++*mCount;
+        return ndk::ScopedAStatus::ok();
+    }
+
+  private:
+    // Oneway calls of an object run one after the other.
+    int32_t mLast;
+    bool mIsInOrder = true;
+    std::atomic<size_t>* const mCount;
+};
+
+// Lets this process and its children have as many descriptors as may be.
+size_t raiseDescriptorLimit() {
+    rlimit limit{};
+    (void)getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    (void)setrlimit(RLIMIT_NOFILE, &limit);
+    return limit.rlim_cur;
+}
+
 class SubscribersTest : public testing::Test {
   protected:
+    static void SetUpTestSuite() { sDescriptorLimit = raiseDescriptorLimit(); }
     void SetUp() override {
         ABinderProcess_startThreadPool();
         system.start();
@@ -77,11 +107,56 @@ class SubscribersTest : public testing::Test {
     // Nobody but this process's one.
     static constexpr Subscribed kOnlyOwn = {0, 1, 0};
 
+    // That many subscribers, each with a session of its own, have every one of the events.
+    void expectAllReachAll(size_t sessions, int events);
+
+    inline static size_t sDescriptorLimit = 0;
     ChargerSystem system;
     std::shared_ptr<charger::IWirelessCharger> mClient;
     std::shared_ptr<AlignSubscriber> mOwn;
     int32_t mNumber = 0;
 };
+
+void SubscribersTest::expectAllReachAll(size_t sessions, int events) {
+    constexpr int kUnconfirmed = 50;  // fewer than a socket holds
+    if (sDescriptorLimit < 2 * sessions + 100) {
+        GTEST_SKIP() << sDescriptorLimit << " descriptors are not enough";
+    }
+    ASSERT_TRUE(sendEvent());
+    const size_t descriptors = system.usage().descriptors;
+    static std::atomic<size_t> received;  // callbacks may outlive a test that failed
+    received = 0;
+    std::vector<std::shared_ptr<charger::IWirelessCharger>> clients;
+    std::vector<std::shared_ptr<OrderedSubscriber>> subscribers;
+    for (size_t i = 0; i < sessions; ++i) {
+        clients.push_back(system.connect());
+        subscribers.push_back(ndk::SharedRefBase::make<OrderedSubscriber>(mNumber, &received));
+        ASSERT_TRUE(clients.back()->registerCallback(subscribers.back()).isOk()) << i;
+    }
+    for (int sent = 1; sent <= events; ++sent) {
+        ASSERT_TRUE(sendEvent()) << sent;
+        if (sent % kUnconfirmed != 0 && sent != events) continue;
+        const size_t expected = sessions * static_cast<size_t>(sent);
+        ASSERT_TRUE(eventually([&] { return received == expected; }))
+            << received << " of " << expected << " callbacks came in their order";
+    }
+    EXPECT_EQ((Subscribed{0, 1 + static_cast<int>(sessions), 0}), system.subscribed());
+    for (size_t i = 0; i < sessions; ++i) {
+        EXPECT_TRUE(clients[i]->unregisterCallback(subscribers[i]).isOk());
+    }
+    clients.clear();
+    EXPECT_EQ(kOnlyOwn, system.subscribed());
+    EXPECT_TRUE(eventually([&] { return system.usage().descriptors <= descriptors; }))
+        << system.usage().descriptors << " descriptors; before: " << descriptors;
+}
+
+TEST_F(SubscribersTest, AThousandSessionsEachHaveEveryEventInOrder) {
+    expectAllReachAll(1000, numberFromEnvironment("SUBSCRIBERS_TEST_EVENTS", kManyEvents));
+}
+
+TEST_F(SubscribersTest, ThreeThousandSessionsEachHaveEveryEventInOrder) {
+    expectAllReachAll(3000, numberFromEnvironment("SUBSCRIBERS_TEST_EVENTS", kManyEvents) / 10);
+}
 
 TEST_F(SubscribersTest, KilledAtRandomTheyLeaveNothingAndSurvivorsMissNothing) {
     const int seconds = numberFromEnvironment("SUBSCRIBERS_TEST_SECONDS", 6);
