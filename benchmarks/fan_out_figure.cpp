@@ -2,6 +2,7 @@
 // One event to many connections, until the last has it.
 #include <fmt/format.h>
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,7 +19,8 @@
 namespace bench {
 namespace {
 
-constexpr size_t kConnections = 64;
+constexpr size_t kFew = 64;
+constexpr size_t kMany = 1000;
 // A line that the service tells its fan subscribers of, and nobody else.
 constexpr std::string_view kFanEvent{"DRIVER=zorvak,battery\0", 22};
 
@@ -26,24 +28,64 @@ void trigger(int fd) {
     if (send(fd, kFanEvent.data(), kFanEvent.size(), 0) < 0) throw Trouble("cannot send an event");
 }
 
-/** From the event until the last subscriber was told. */
-double fanOut(int fd, Arrivals& arrivals) {
-    arrivals.expect(kConnections);
+/** From an event until the last of the connections has it. */
+double fanOut(int fd, Arrivals& arrivals, size_t connections) {
+    arrivals.expect(connections);
     const int64_t begin = now();
     trigger(fd);
     return static_cast<double>(arrivals.wait() - begin);
 }
 
-double medianFanOut(int count, int fd, Arrivals& arrivals) {
+/** Either kind of fan-out. */
+template <typename Fan>
+double medianTimeOf(int count, Fan& fan) {
     std::vector<double> times;
-    for (int i = 0; i < count; ++i) times.push_back(fanOut(fd, arrivals));
+    for (int i = 0; i < count; ++i) times.push_back(fan.once());
     return median(std::move(times));
 }
+
+/** CPU time of both processes for one connection and event. */
+template <typename Fan>
+double cpuOfEach(int count, Fan& fan) {
+    const int64_t begin = processCpu(0) + processCpu(fan.pid());
+    for (int i = 0; i < count; ++i) (void)fan.once();
+    return static_cast<double>(processCpu(0) + processCpu(fan.pid()) - begin) / count /
+           static_cast<double>(fan.connections());
+}
+
+/** A service, and subscribers in this process with a session each. */
+class ServiceFanOut {
+  public:
+    explicit ServiceFanOut(size_t connections) : mService({.cpu = serverCpu()}) {
+        for (size_t i = 0; i < connections; ++i) {
+            mSessions.push_back(mService.connect());
+            mSubscribers.push_back(ndk::SharedRefBase::make<Subscriber>(&sArrivals));
+            if (!mSessions.back()->registerFanLevelChangedCallback(mSubscribers.back()).isOk()) {
+                throw Trouble("cannot subscribe");
+            }
+        }
+        mTrigger = datagramSender(mService.ueventPath());
+        for (int i = 0; i < 20; ++i) (void)once();
+    }
+
+    double once() const { return fanOut(mTrigger.get(), sArrivals, mSessions.size()); }
+    size_t connections() const { return mSessions.size(); }
+    pid_t pid() const { return mService.pid(); }
+    const std::string& folder() const { return mService.folder(); }
+
+  private:
+    inline static Arrivals sArrivals;  // callbacks may outlive this object
+
+    ServiceProcess mService;
+    std::vector<std::shared_ptr<Subscriber>> mSubscribers;
+    std::vector<Proxy> mSessions;
+    Fd mTrigger;
+};
 
 /** The same with plain sockets: a process that reads the event and writes, a thread that reads. */
 class RawFanOut {
   public:
-    RawFanOut(const std::string& path, size_t size) : mSockets(kConnections) {
+    RawFanOut(size_t connections, const std::string& path, size_t size) : mSockets(connections) {
         Fd events = datagramSocket(path);
         const int eventFd = events.get();
         std::string message(size, 'x');
@@ -67,8 +109,9 @@ class RawFanOut {
         mReader.join();
     }
 
-    int triggerFd() const { return mTrigger.get(); }
-    Arrivals& arrivals() { return mArrivals; }
+    double once() { return fanOut(mTrigger.get(), mArrivals, mSockets.size()); }
+    size_t connections() const { return mSockets.size(); }
+    pid_t pid() const { return mPeer->pid(); }
 
   private:
     void readThem(size_t size) {
@@ -80,9 +123,10 @@ class RawFanOut {
             epoll_ctl(epoll.get(), EPOLL_CTL_ADD, pair.ours.get(), &event);
         }
         std::string area(size, '\0');
-        epoll_event ready[kConnections];
+        std::vector<epoll_event> ready(mSockets.size());
         for (;;) {
-            const int count = epoll_wait(epoll.get(), ready, kConnections, -1);
+            const int count =
+                epoll_wait(epoll.get(), ready.data(), static_cast<int>(ready.size()), -1);
             for (int i = 0; i < count; ++i) {
                 if (!readAll(ready[i].data.fd, area.data(), size)) return;
                 mArrivals.arrived();
@@ -97,36 +141,58 @@ class RawFanOut {
     std::thread mReader;
 };
 
+/** Whether this process, and those it starts, may have as many sockets. */
+bool allowSockets(size_t count) {
+    rlimit limit{};
+    (void)getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    (void)setrlimit(RLIMIT_NOFILE, &limit);
+    return limit.rlim_cur >= count;
+}
+
+/**
+ * What each of many connections costs, against each of few. In CPU time: an event to many takes so
+ * long that other work of the machine falls into it, one to few does not.
+ */
+template <typename Fan>
+Pair growth(const Run& run, Fan& many, Fan& few) {
+    return inTurns(
+        run.pick(11, 5), [&] { return cpuOfEach(run.pick(40, 15), many); },
+        [&] { return cpuOfEach(run.pick(600, 225), few); });
+}
+
 }  // namespace
 
 void measureFanOut(const Run& run) {
     const OnCpu here(clientCpu());
     serveCallbacksWithOneThread();
-    static Arrivals arrivals;  // callbacks may outlive this function
-    ServiceProcess service({.cpu = serverCpu()});
-    std::vector<std::shared_ptr<Subscriber>> subscribers;
-    std::vector<Proxy> sessions;
-    for (size_t i = 0; i < kConnections; ++i) {
-        sessions.push_back(service.connect());
-        subscribers.push_back(ndk::SharedRefBase::make<Subscriber>(&arrivals));
-        if (!sessions.back()->registerFanLevelChangedCallback(subscribers.back()).isOk()) {
-            throw Trouble("cannot subscribe");
-        }
-    }
-    const Fd events = datagramSender(service.ueventPath());
-    for (int i = 0; i < 20; ++i) fanOut(events.get(), arrivals);
-    const WireSizes sizes = wireSizes(50, [&] { fanOut(events.get(), arrivals); });
-    const size_t size = sizes.reply / kConnections;
-
-    RawFanOut raw(service.folder() + "/raw", size);
+    const ServiceFanOut few(kFew);
+    const WireSizes sizes = wireSizes(50, [&] { (void)few.once(); });
+    const size_t size = sizes.reply / kFew;
+    RawFanOut rawFew(kFew, few.folder() + "/raw", size);
     const int count = run.pick(150, 50);
     const Pair pair = inTurns(
-        run.pick(11, 5), [&] { return medianFanOut(count, events.get(), arrivals); },
-        [&] { return medianFanOut(count, raw.triggerFd(), raw.arrivals()); });
-    run.add(
-        ratioFigure("fan-out", "one callback to 64 connections, until the last has it",
-                    fmt::format("64 raw writes of {} bytes and one thread that reads them", size),
-                    "us", pair, 1000, 1.5));
+        run.pick(11, 5), [&] { return medianTimeOf(count, few); },
+        [&] { return medianTimeOf(count, rawFew); });
+    run.add(ratioFigure(
+        "fan-out", fmt::format("one callback to {} connections, until the last has it", kFew),
+        fmt::format("{} raw writes of {} bytes and one thread that reads them", kFew, size), "us",
+        pair, 1000, 1.5));
+
+    const std::string what =
+        fmt::format("CPU time of both processes for each of {} connections", kMany);
+    if (!allowSockets(4 * kMany + 500)) {
+        run.add(skippedFigure("fan-out", what, "too few descriptors are allowed (ulimit -n)"));
+        return;
+    }
+    const ServiceFanOut many(kMany);
+    const Pair growing = growth(run, many, few);
+    RawFanOut rawMany(kMany, many.folder() + "/raw", size);
+    const Pair raw = growth(run, rawMany, rawFew);
+    Figure figure = ratioFigure("fan-out", what, fmt::format("each of {} connections", kFew), "us",
+                                growing, 1000, 1.1);
+    figure.note = fmt::format("raw sockets: {:.2f} x", raw.ratio);
+    run.add(figure);
 }
 
 }  // namespace bench
