@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/log.h>
 #include <errno.h>
+#include <host/log_limiter.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -31,6 +33,24 @@ const char* defaultTag() {
 bool isLoggable(int priority, const char* tag) {
     return android::log::mayPass(priority) &&
            __android_log_is_loggable(priority, tag, ANDROID_LOG_VERBOSE) != 0;
+}
+
+// Peers can cause warnings and errors as often as they like, so each place in the source is limited
+// (places may share a limit), and so are all those together that do not tell their place.
+bool isWithinLimit(const __android_log_message& entry, const char* tag) {
+    if (entry.priority != ANDROID_LOG_WARN && entry.priority != ANDROID_LOG_ERROR) return true;
+    static android::host::LogLimiter sPlaces[64];
+    static android::host::LogLimiter sUnknownPlaces;
+    const size_t place = std::hash<const char*>()(entry.file) / 16 + entry.line;
+    auto& limiter = entry.file != nullptr ? sPlaces[place % std::size(sPlaces)] : sUnknownPlaces;
+    unsigned omitted = 0;
+    if (!limiter.allow(&omitted)) return false;
+    if (omitted > 0) {
+        char text[64];
+        snprintf(text, sizeof(text), "%u entries like the next one were omitted", omitted);
+        android::log::writeEntry(STDERR_FILENO, entry.priority, tag, text);
+    }
+    return true;
 }
 
 void hand(int priority, const char* tag, const char* text) {
@@ -90,6 +110,7 @@ void __android_log_set_logger(__android_logger_function logger) {
 
 void __android_log_logd_logger(const __android_log_message* log_message) {
     const char* tag = log_message->tag != nullptr ? log_message->tag : defaultTag();
+    if (!isWithinLimit(*log_message, tag)) return;
     const char* text = log_message->message;
     std::string withPlace;
     if (log_message->priority == ANDROID_LOG_FATAL && log_message->file != nullptr) {

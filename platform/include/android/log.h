@@ -14,6 +14,9 @@
 // further line with its own prefix. A FATAL entry that knows its place in the source begins with
 // "file:line] "; only such an entry allocates memory.
 //
+// Of the warnings and errors from one place in the source at most 20 a second are written, and as
+// many of those that do not tell their place; the number omitted is logged before the next one.
+//
 // Entries below the threshold of their tag are dropped before their text is made. It comes from
 //   - the environment variable ANDROID_LOG_TAGS, read when the first entry is logged: a list,
 //     separated by spaces or commas, of tags and V, D, I, W, E, F or S (nothing), for instance

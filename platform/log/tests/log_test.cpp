@@ -4,10 +4,12 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <host/log_limiter.h>
 #include <signal.h>
 #include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -248,6 +250,50 @@ TEST(LogTest, FullPipeLosesEntriesAndSaysSoLater) {
     EXPECT_THAT(lines[0], testing::MatchesRegex("W log: [0-9]+ log entries were lost: .*"));
     EXPECT_EQ("I t: again", lines[1]);
     close(ends[0]);
+}
+
+TEST(LogLimiterTest, EachSecondLetsTheSameNumberThroughAndTellsWhatWasOmitted) {
+    constexpr unsigned kMost = android::host::LogLimiter::kPerSecond;
+    const struct {
+        uint32_t second;
+        unsigned entries;
+        unsigned allowed;
+        unsigned omitted;  // as told by the first
+    } kCases[] = {{7, kMost, kMost, 0}, {8, kMost + 5, kMost, 0}, {8, 3, 0, 99},    {9, 1, 1, 8},
+                  {9, 1, 1, 0},         {8, kMost * 2, kMost, 0}, {12, 2, 2, kMost}};
+    android::host::LogLimiter limiter;
+    for (const auto& item : kCases) {
+        unsigned omitted = 99;
+        unsigned allowed = 0;
+        for (unsigned i = 0; i < item.entries; ++i) {
+            unsigned told = 99;
+            if (limiter.allowAt(item.second, &told)) ++allowed;
+            if (i == 0) omitted = told;
+        }
+        EXPECT_EQ(item.allowed, allowed) << item.second;
+        EXPECT_EQ(item.omitted, omitted) << item.second;
+    }
+}
+
+TEST(LogTest, FloodFromOnePlaceIsLimitedAndOthersAreNot) {
+    const ChildResult child = runChild(nullptr, [] {
+        const auto log = [](int priority, const char* file, unsigned line, const char* text) {
+            __android_log_message entry = {sizeof(entry), LOG_ID_MAIN, priority, "t",
+                                           file,          line,        text};
+            __android_log_write_log_message(&entry);
+        };
+        for (int i = 0; i < 5000; ++i) {
+            log(ANDROID_LOG_ERROR, "peer.cpp", 1, "flood");
+            __android_log_write(ANDROID_LOG_WARN, "t", "flood");
+        }
+        log(ANDROID_LOG_ERROR, "peer.cpp", 2, "another place");
+        for (int i = 0; i < 100; ++i) log(ANDROID_LOG_INFO, "peer.cpp", 3, "for who asks");
+    });
+    const auto lines = bareLines(child.text());
+    EXPECT_GT(lines.size(), 140u);
+    EXPECT_LT(lines.size(), 500u);
+    EXPECT_THAT(lines, testing::Contains("E t: another place"));
+    EXPECT_EQ(100, std::count(lines.begin(), lines.end(), "I t: for who asks"));
 }
 
 }  // namespace
