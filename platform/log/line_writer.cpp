@@ -3,17 +3,19 @@
 
 #include <android/log.h>
 #include <errno.h>
-#include <host/utf8.h>
+#include <fcntl.h>
+#include <host/escape.h>
 #include <limits.h>
 #include <poll.h>
 #include <pthread.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <string_view>
 
@@ -21,7 +23,9 @@ namespace android::log {
 namespace {
 
 constexpr int kPatienceMs = 20;
+constexpr int kMaxTries = 10;
 constexpr size_t kMaxTag = 128;
+constexpr std::string_view kCut = "...";  // ends a text that was too long
 
 std::atomic<uint32_t> gLost{0};
 
@@ -31,63 +35,70 @@ char letterOf(int priority) {
                                                                             : '?';
 }
 
-// Looks before it writes, since a full pipe would block and one without reader would raise SIGPIPE.
+// Files never wait for a reader. Whether the last line went to one is what is looked for first.
+std::atomic<bool> gToFile{false};
+
+bool isFile(int fd) {
+    struct stat info;
+    return fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// Writes what the descriptor takes at once. Its description may be shared with other processes, so
+// O_NONBLOCK is not for this one to set.
+ssize_t writeAtOnce(int fd, const char* data, size_t size) {
+    const struct iovec area = {const_cast<char*>(data), size};
+    ssize_t written = pwritev2(fd, &area, 1, -1, RWF_NOWAIT);
+    if (written >= 0 || (errno != EOPNOTSUPP && errno != EAGAIN)) return written;
+    int error = errno;
+    if (isFile(fd)) {
+        gToFile.store(true, std::memory_order_relaxed);
+        return write(fd, data, size);
+    }
+    if (error == EOPNOTSUPP) {
+        // A terminal, or a pipe on a kernel before 6.4: through a description of our own, where one
+        // can be had (not of another user's terminal).
+        char path[32];
+        snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
+        const int own = open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        written = write(own >= 0 ? own : fd, data, size);
+        error = errno;
+        if (own >= 0) close(own);
+    }
+    errno = error;
+    return written;
+}
+
+// To look only is cheaper than to wait, and mostly enough. A descriptor without a reader is not
+// ready: writing to it would raise SIGPIPE.
+bool isReady(int fd, int* patienceMs) {
+    struct pollfd ready = {fd, POLLOUT, 0};
+    int count = poll(&ready, 1, 0);
+    if (count == 0 && *patienceMs > 0) {
+        count = poll(&ready, 1, *patienceMs);
+        *patienceMs = 0;
+    }
+    return count == 1 && ready.revents == POLLOUT;
+}
+
 bool writeWithoutBlocking(int fd, const char* data, size_t size, int patienceMs) {
-    while (size > 0) {
-        // To look only is cheaper than to wait, and mostly enough.
-        struct pollfd ready = {fd, POLLOUT, 0};
-        int count = poll(&ready, 1, 0);
-        if (count == 0 && patienceMs > 0) count = poll(&ready, 1, patienceMs);
-        if (count != 1 || ready.revents != POLLOUT) return false;
-        const ssize_t written = write(fd, data, size);
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        data += written;
-        size -= static_cast<size_t>(written);
-    }
-    return true;
-}
-
-bool isPlainAscii(char c) {
-    return (c >= 0x20 && c < 0x7F) || c == '\t';
-}
-
-// Takes whole characters off the front of `*text` and writes them, as they are or, when they could
-// mislead, their first byte as \xNN, while there is room. Returns the number of bytes written.
-size_t takeEscaped(std::string_view* text, char* to, size_t room) {
-    size_t used = 0;
-    while (!text->empty()) {
-        size_t run = 0;
-        const size_t most = std::min(text->size(), room - used);
-        while (run < most && isPlainAscii((*text)[run])) ++run;
-        if (run > 0) {
-            memcpy(to + used, text->data(), run);
-            used += run;
-            text->remove_prefix(run);
-            continue;
-        }
-        std::string_view rest = *text;
-        const char32_t c = host::takeCharacter(&rest);
-        const bool plain = c != host::kNoCharacter && (c == '\t' || !host::isControl(c));
-        const size_t taken = plain ? text->size() - rest.size() : 1;
-        const size_t length = plain ? taken : 4;
-        if (used + length > room) break;
-        if (plain) {
-            memcpy(to + used, text->data(), length);
+    for (int tries = 0; tries < kMaxTries; ++tries) {
+        ssize_t written;
+        if (gToFile.load(std::memory_order_relaxed) && isFile(fd)) {
+            written = write(fd, data, size);
         } else {
-            constexpr char kHex[] = "0123456789abcdef";
-            const auto byte = static_cast<uint8_t>(text->front());
-            to[used] = '\\';
-            to[used + 1] = 'x';
-            to[used + 2] = kHex[byte >> 4];
-            to[used + 3] = kHex[byte & 15];
+            gToFile.store(false, std::memory_order_relaxed);
+            if (!isReady(fd, &patienceMs)) return false;
+            written = writeAtOnce(fd, data, size);
         }
-        used += length;
-        text->remove_prefix(taken);
+        if (written == static_cast<ssize_t>(size)) return true;
+        // EAGAIN: another writer was faster.
+        if (written < 0 && errno != EINTR && errno != EAGAIN) return false;
+        if (written > 0) {
+            data += written;
+            size -= static_cast<size_t>(written);
+        }
     }
-    return used;
+    return false;
 }
 
 std::atomic<uint32_t> gForks{0};
@@ -134,106 +145,42 @@ void printTime(char* to) {
     putDigits(to + kTimeLength - 3, 3, now.tv_nsec / 1000000);
 }
 
-// Gathers whole lines and writes them together, at most PIPE_BUF bytes at once, so that lines of
-// different threads and processes do not mix.
-class LineBuffer {
-  public:
-    LineBuffer(int fd, int priority, std::string_view tag) : mFd(fd) {
-        printTime(mPrefix);
-        size_t used = kTimeLength;
-        const std::string_view ids = processAndThread();
-        used += ids.copy(mPrefix + used, ids.size());
-        mPrefix[used++] = letterOf(priority);
-        mPrefix[used++] = ' ';
-        used += takeEscaped(&tag, mPrefix + used, kMaxTag);
-        mPrefix[used++] = ':';
-        mPrefix[used++] = ' ';
-        mPrefixLength = used;
-    }
-
-    // `line` holds no line feed.
-    void addLine(std::string_view line) {
-        beginLine();
-        for (;;) {
-            mUsed += takeEscaped(&line, mBuffer + mUsed, sizeof(mBuffer) - mUsed - 1);
-            if (line.empty()) break;
-            continueLine();
-        }
-        mBuffer[mUsed++] = '\n';
-        mWholeLines = mUsed;
-    }
-
-    // Returns false when part of the entry was lost.
-    bool finish() {
-        writeWholeLines();
-        return !mLost;
-    }
-
-  private:
-    void beginLine() {
-        if (mUsed + mPrefixLength + 1 > sizeof(mBuffer)) writeWholeLines();
-        memcpy(mBuffer + mUsed, mPrefix, mPrefixLength);
-        mUsed += mPrefixLength;
-    }
-
-    // Called when the line being gathered no longer fits: first the lines before it go; when it is
-    // alone and still too long, it ends here and goes on as a new line.
-    void continueLine() {
-        if (mWholeLines > 0) {
-            writeWholeLines();
-            return;
-        }
-        mBuffer[mUsed++] = '\n';
-        mWholeLines = mUsed;
-        writeWholeLines();
-        beginLine();
-    }
-
-    void writeWholeLines() {
-        const bool waitAllowed = !mLost && gLost.load(std::memory_order_relaxed) == 0;
-        if (mWholeLines > 0 &&
-            !writeWithoutBlocking(mFd, mBuffer, mWholeLines, waitAllowed ? kPatienceMs : 0)) {
-            mLost = true;
-        }
-        memmove(mBuffer, mBuffer + mWholeLines, mUsed - mWholeLines);
-        mUsed -= mWholeLines;
-        mWholeLines = 0;
-    }
-
-    const int mFd;
-    bool mLost = false;
-    size_t mPrefixLength = 0;
-    size_t mUsed = 0;
-    size_t mWholeLines = 0;  // bytes of mBuffer that are finished lines
-    char mPrefix[kMaxTag + 64];
-    char mBuffer[PIPE_BUF];
-};
-
-void reportLost(int fd) {
-    const uint32_t lost = gLost.load(std::memory_order_relaxed);
-    if (lost == 0) return;
-    char text[96];
-    const int size =
-        snprintf(text, sizeof(text), "%u log entries were lost: standard error took no more", lost);
-    LineBuffer buffer(fd, ANDROID_LOG_WARN, "log");
-    buffer.addLine({text, static_cast<size_t>(size)});
-    if (buffer.finish()) gLost.fetch_sub(lost, std::memory_order_relaxed);
+// Writes a line of at most PIPE_BUF bytes at once, so that lines of different threads and processes
+// do not mix. Returns false when it was lost.
+bool writeLine(int fd, int priority, std::string_view tag, std::string_view text, int patienceMs) {
+    char line[PIPE_BUF];
+    printTime(line);
+    size_t used = kTimeLength;
+    const std::string_view ids = processAndThread();
+    used += ids.copy(line + used, ids.size());
+    line[used++] = letterOf(priority);
+    line[used++] = ' ';
+    used += host::takeEscaped(&tag, line + used, kMaxTag);
+    line[used++] = ':';
+    line[used++] = ' ';
+    if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+    used += host::takeEscaped(&text, line + used, sizeof(line) - used - kCut.size() - 1);
+    if (!text.empty()) used += kCut.copy(line + used, kCut.size());
+    line[used++] = '\n';
+    return writeWithoutBlocking(fd, line, used, patienceMs);
 }
 
 }  // namespace
 
 void writeEntry(int fd, int priority, const char* tag, const char* text) {
     const int savedErrno = errno;
-    reportLost(fd);
-    std::string_view rest = text;
-    if (!rest.empty() && rest.back() == '\n') rest.remove_suffix(1);
-    LineBuffer buffer(fd, priority, tag);
-    for (size_t end = 0; end != std::string_view::npos;) {
-        end = rest.find('\n');
-        buffer.addLine(rest.substr(0, end));
-        if (end != std::string_view::npos) rest.remove_prefix(end + 1);
+    const uint32_t lost = gLost.load(std::memory_order_relaxed);
+    if (lost > 0) {
+        char report[96];
+        const int size = snprintf(report, sizeof(report),
+                                  "%u log entries were lost: standard error took no more", lost);
+        if (writeLine(fd, ANDROID_LOG_WARN, "log", {report, static_cast<size_t>(size)}, 0)) {
+            gLost.fetch_sub(lost, std::memory_order_relaxed);
+        }
     }
-    if (!buffer.finish()) gLost.fetch_add(1, std::memory_order_relaxed);
+    if (!writeLine(fd, priority, tag, text, gLost == 0 ? kPatienceMs : 0)) {
+        gLost.fetch_add(1, std::memory_order_relaxed);
+    }
     errno = savedErrno;
 }
 

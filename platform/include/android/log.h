@@ -8,11 +8,10 @@
 //
 //     MM-DD HH:MM:SS.mmm  PID  TID P TAG: text
 //
-// A text of several lines becomes several such lines in one write(2); one line feed at its end is
-// dropped. Bytes that could forge a line or steer a terminal (control characters, invalid UTF-8,
-// direction overrides) are written as \xNN. A line ends after at most 4,096 bytes and goes on in a
-// further line with its own prefix. A FATAL entry that knows its place in the source begins with
-// "file:line] "; only such an entry allocates memory.
+// One line feed at the end of the text is dropped. Every other one, and what else could forge a line
+// or steer a terminal, is escaped (see host/escape.h): who wants several lines logs several entries.
+// A line has at most 4,096 bytes; "..." ends one that was cut. A FATAL entry that knows its place in
+// the source begins with "file:line] "; only such an entry allocates memory.
 //
 // Of the warnings and errors from one place in the source at most 20 a second are written, and as
 // many of those that do not tell their place; the number omitted is logged before the next one.
@@ -26,7 +25,8 @@
 //
 // Differs from Android: there is no log daemon, so all log buffers are one stream; a standard error
 // that is closed, or that nobody reads, loses entries (their number is logged when it takes some
-// again) and delays a caller by at most 20 ms once.
+// again) and delays a caller by at most 20 ms once. No caller waits longer, whoever else writes
+// there, unless it is another user's terminal.
 //
 // All functions may be called from any thread, keep errno, and take a null tag for the default tag.
 // The only ones that may end the process are __android_log_assert and __android_log_call_aborter.

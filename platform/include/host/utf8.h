@@ -62,8 +62,8 @@ inline bool isUtf8(std::string_view text) {
 // Whether a terminal or a reader could be misled by the character: control characters, and those
 // that break lines or turn the direction of writing.
 inline bool isControl(char32_t c) {
-    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || (c >= 0x2028 && c <= 0x202E) ||
-           (c >= 0x2066 && c <= 0x2069);
+    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x061C || c == 0x200E || c == 0x200F ||
+           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
 }
 
 }  // namespace android::host

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <host/escape.h>
+#include <host/text_relay.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+namespace android::host {
+namespace {
+
+const struct {
+    const char* text;
+    const char* shown;
+} kCases[] = {
+    {"tab\tstays, é € 😀 \\ too", "tab\tstays, é € 😀 \\ too"},
+    {"one\ntwo", "one\\x0atwo"},
+    {"\x1b[2J\r\x7f", "\\x1b[2J\\x0d\\x7f"},
+    {"\xc2\x9b", "\\xc2\\x9b"},                    // a control character of its own
+    {"\xe2\x80\xae", "\\xe2\\x80\\xae"},           // turns the direction of writing
+    {"\xe2\x81\xa6", "\\xe2\\x81\\xa6"},           // likewise
+    {"\xe2\x80\x8f", "\\xe2\\x80\\x8f"},           // likewise
+    {"\xe2\x80\xa8", "\\xe2\\x80\\xa8"},           // ends a line
+    {"\xc3", "\\xc3"},                             // cut
+    {"\xf0\x9f\x98", "\\xf0\\x9f\\x98"},           // cut
+    {"\xc0\x80", "\\xc0\\x80"},                    // overlong
+    {"\xe0\x80\x80", "\\xe0\\x80\\x80"},           // overlong
+    {"\xed\xa0\x80", "\\xed\\xa0\\x80"},           // a surrogate
+    {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},  // beyond the last character
+    {"\xff", "\\xff"},
+};
+
+TEST(EscapeTest, WhatCouldMisleadIsWrittenOut) {
+    for (const auto& each : kCases) EXPECT_EQ(each.shown, escaped(each.text));
+    EXPECT_EQ("one\ntwo\n\\x1b", escaped("one\ntwo\n\x1b", LineFeeds::kKept));
+    EXPECT_EQ("\\x00", escaped(std::string_view("\0", 1)));
+}
+
+TEST(EscapeTest, PiecesCutAnywhereMakeTheSameAsTheWhole) {
+    std::string all;
+    for (const auto& each : kCases) all += each.text;
+    const std::string shown = escaped(all, LineFeeds::kKept);
+    for (size_t cut = 0; cut <= all.size(); ++cut) {
+        StreamEscaper escaper;
+        std::string out = escaper.next(all.substr(0, cut));
+        out += escaper.next(all.substr(cut));
+        out += escaper.end();
+        EXPECT_EQ(shown, out) << cut;
+    }
+    StreamEscaper escaper;
+    std::string out;
+    for (const char c : all) out += escaper.next({&c, 1});
+    out += escaper.end();
+    EXPECT_EQ(shown, out);
+}
+
+TEST(EscapeTest, ShortRoomTakesWholeCharactersOnly) {
+    for (const auto& each : kCases) {
+        const std::string whole = escaped(each.text);
+        for (size_t room = 0; room <= whole.size(); ++room) {
+            std::string_view rest = each.text;
+            std::string to(room, '#');
+            const size_t used = takeEscaped(&rest, to.data(), room);
+            EXPECT_EQ(whole, to.substr(0, used) + escaped(rest)) << room;
+        }
+    }
+}
+
+TEST(TextRelayTest, WhatAStrangerWritesArrivesEscaped) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    TextRelay relay(ends[1]);
+    // Somebody keeps the pipe open.
+    const base::unique_fd kept(dup(relay.descriptor()));
+    const std::string text = "a\x1b[2J\nb\xc3";
+    ASSERT_EQ(static_cast<ssize_t>(text.size()),
+              write(relay.descriptor(), text.data(), text.size()));
+    relay.finish();
+    char got[64];
+    EXPECT_EQ("a\\x1b[2J\nb\\xc3", std::string(got, static_cast<size_t>(read(ends[0], got, 64))));
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(TextRelayTest, StrangerNoticesThatTheReaderHasGone) {
+    signal(SIGPIPE, SIG_IGN);
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    close(ends[0]);
+    TextRelay relay(ends[1]);
+    ASSERT_EQ(1, write(relay.descriptor(), "x", 1));
+    pollfd gone = {relay.descriptor(), 0, 0};
+    EXPECT_EQ(1, poll(&gone, 1, 20000));
+    EXPECT_NE(0, gone.revents & POLLERR);
+    relay.finish();
+    close(ends[1]);
+}
+
+}  // namespace
+}  // namespace android::host
