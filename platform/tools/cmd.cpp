@@ -4,6 +4,8 @@
 #include <android/binder_auto_utils.h>
 #include <android/binder_manager.h>
 #include <host/binder_host.h>
+#include <host/escape.h>
+#include <host/text_relay.h>
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
@@ -13,6 +15,9 @@
 #include <vector>
 
 namespace {
+
+using android::host::escaped;
+using android::host::TextRelay;
 
 constexpr int kNoSuchService = 20;
 
@@ -26,14 +31,19 @@ int run(bool wait, const char* name, const std::vector<std::string>& args) {
     const ndk::SpAIBinder binder(wait ? AServiceManager_waitForService(name)
                                       : AServiceManager_checkService(name));
     if (binder.get() == nullptr) {
-        fprintf(stderr, "cmd: Can't find service: %s\n", name);
+        fprintf(stderr, "cmd: Can't find service: %s\n", escaped(name).c_str());
         return kNoSuchService;
     }
     binder_status_t result = STATUS_OK;
+    // What the command says comes through here: it must not steer the terminal.
+    TextRelay out(STDOUT_FILENO);
+    TextRelay err(STDERR_FILENO);
     const binder_status_t status = host::binder::shellCommand(
-        binder.get(), STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO, args, &result);
+        binder.get(), STDIN_FILENO, out.descriptor(), err.descriptor(), args, &result);
+    out.finish();
+    err.finish();
     if (status != STATUS_OK) {
-        fprintf(stderr, "cmd: Failure calling service %s: %d\n", name, status);
+        fprintf(stderr, "cmd: Failure calling service %s: %d\n", escaped(name).c_str(), status);
         return 1;
     }
     // Only the low byte reaches the caller; a failure must not look like success there.
@@ -48,7 +58,9 @@ int main(int argc, char** argv) {
     const auto is = [&](const char* word) { return at < argc && strcmp(argv[at], word) == 0; };
     if (is("-l")) {
         puts("Currently running services:");
-        for (const std::string& name : host::binder::listServices()) printf("  %s\n", name.c_str());
+        for (const std::string& name : host::binder::listServices()) {
+            printf("  %s\n", escaped(name).c_str());
+        }
         return 0;
     }
     if (is("-h") || is("--help")) {

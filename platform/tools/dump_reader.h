@@ -16,8 +16,9 @@ struct DumpResult {
     binder_status_t status = STATUS_OK;  // with kFailed: what the call returned
 };
 
-// Copies an object's dump to `out` as it comes, for at most `limit`. After kTimedOut the call still
-// hangs on a thread of its own, which holds a reference to the object until the process ends.
+// Copies an object's dump to `out` as it comes, escaped (host/escape.h), for at most `limit`. After
+// kTimedOut the call still hangs on a thread of its own, which holds a reference to the object
+// until the process ends.
 DumpResult copyDump(AIBinder* binder, const std::vector<std::string>& args, int out,
                     std::chrono::milliseconds limit);
 

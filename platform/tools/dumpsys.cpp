@@ -4,6 +4,7 @@
 #include <android/binder_auto_utils.h>
 #include <android/binder_manager.h>
 #include <host/binder_host.h>
+#include <host/escape.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -19,6 +20,7 @@
 
 namespace {
 
+using android::host::escaped;
 using android::tools::DumpOutcome;
 
 constexpr int64_t kDefaultLimitMs = 10000;
@@ -43,7 +45,7 @@ bool parseLimit(const char* text, int64_t unitMs, int64_t* limitMs) {
     char* end = nullptr;
     const long value = strtol(text, &end, 10);
     if (end == text || *end != '\0' || value <= 0 || value > kLargestLimitMs / unitMs) {
-        fprintf(stderr, "dumpsys: '%s' is no time limit\n", text);
+        fprintf(stderr, "dumpsys: '%s' is no time limit\n", escaped(text).c_str());
         return false;
     }
     *limitMs = value * unitMs;
@@ -61,8 +63,8 @@ bool parse(int argc, char** argv, Options* options) {
         } else if (word == "--skip" && i + 1 < argc) {
             options->skip = "," + std::string(argv[++i]) + ",";
         } else {
-            fprintf(stderr, "dumpsys: '%s' is unknown or lacks its value\n%s", word.c_str(),
-                    kUsage);
+            fprintf(stderr, "dumpsys: '%s' is unknown or lacks its value\n%s",
+                    escaped(word).c_str(), kUsage);
             return false;
         }
     }
@@ -74,7 +76,7 @@ bool parse(int argc, char** argv, Options* options) {
 bool dumpOne(const std::string& name, const Options& options) {
     const ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
     if (binder.get() == nullptr) {
-        fprintf(stderr, "Can't find service: %s\n", name.c_str());
+        fprintf(stderr, "Can't find service: %s\n", escaped(name).c_str());
         return false;
     }
     fflush(stdout);
@@ -84,11 +86,12 @@ bool dumpOne(const std::string& name, const Options& options) {
         case DumpOutcome::kDone:
             return true;
         case DumpOutcome::kTimedOut:
-            printf("\n*** SERVICE '%s' DUMP TIMEOUT (%lldms) EXPIRED ***\n\n", name.c_str(),
-                   static_cast<long long>(options.limitMs));
+            printf("\n*** SERVICE '%s' DUMP TIMEOUT (%lldms) EXPIRED ***\n\n",
+                   escaped(name).c_str(), static_cast<long long>(options.limitMs));
             return false;
         case DumpOutcome::kFailed:
-            fprintf(stderr, "Error dumping service info: (%d) %s\n", result.status, name.c_str());
+            fprintf(stderr, "Error dumping service info: (%d) %s\n", result.status,
+                    escaped(name).c_str());
             return false;
     }
     return false;
@@ -98,11 +101,12 @@ bool dumpAll(const Options& options, const std::vector<std::string>& names) {
     bool good = true;
     for (const std::string& name : names) {
         if (options.skip.find("," + name + ",") != std::string::npos) continue;
-        printf("%s\nDUMP OF SERVICE %s:\n", std::string(79, '-').c_str(), name.c_str());
+        printf("%s\nDUMP OF SERVICE %s:\n", std::string(79, '-').c_str(), escaped(name).c_str());
         const auto begin = std::chrono::steady_clock::now();
         good = dumpOne(name, options) && good;
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-        printf("--------- %.3fs was the duration of dumpsys %s\n", took.count(), name.c_str());
+        printf("--------- %.3fs was the duration of dumpsys %s\n", took.count(),
+               escaped(name).c_str());
     }
     return good;
 }
@@ -117,7 +121,7 @@ int run(int argc, char** argv) {
     if (!options.service.empty() && !options.list) return dumpOne(options.service, options) ? 0 : 1;
     const std::vector<std::string> names = host::binder::listServices();
     puts("Currently running services:");
-    for (const std::string& name : names) printf("  %s\n", name.c_str());
+    for (const std::string& name : names) printf("  %s\n", escaped(name).c_str());
     return options.list || dumpAll(options, names) ? 0 : 1;
 }
 

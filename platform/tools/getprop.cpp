@@ -2,6 +2,7 @@
 // getprop: system properties. Stands in for Android's tool of the name, without its -T and -Z.
 // Exits 1 when the properties cannot be read.
 #include <android-base/properties.h>
+#include <host/escape.h>
 #include <host/property_list.h>
 #include <host/runtime_dir.h>
 #include <stdio.h>
@@ -13,29 +14,15 @@
 
 namespace {
 
+using android::host::escaped;
+
 constexpr const char* kUsage =
     "usage: getprop                    all properties that are set, as [name]: [value]\n"
     "       getprop NAME [DEFAULT]     the value of one; DEFAULT, or nothing, when it is not set\n";
 
 int fail(const std::string& error) {
-    fprintf(stderr, "getprop: %s\n", error.c_str());
+    fprintf(stderr, "getprop: %s\n", escaped(error).c_str());
     return 1;
-}
-
-// A value could otherwise pose as further lines of the list.
-std::string onOneLine(const std::string& value) {
-    std::string text;
-    for (const char c : value) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F) {
-            text += c;
-            continue;
-        }
-        char escaped[8];
-        snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
-        text += escaped;
-    }
-    return text;
 }
 
 int list() {
@@ -43,7 +30,7 @@ int list() {
     std::string error;
     if (!android::host::listProperties(&properties, &error)) return fail(error);
     for (const auto& [name, value] : properties) {
-        printf("[%s]: [%s]\n", name.c_str(), onOneLine(value).c_str());
+        printf("[%s]: [%s]\n", escaped(name).c_str(), escaped(value).c_str());
     }
     return 0;
 }
@@ -55,7 +42,7 @@ int show(const std::string& name, const std::string& fallback) {
         !android::host::hostRuntimeDir(&path, &error)) {
         return fail(error);
     }
-    printf("%s\n", android::base::GetProperty(name, fallback).c_str());
+    printf("%s\n", escaped(android::base::GetProperty(name, fallback)).c_str());
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <android/binder_auto_utils.h>
 #include <android/binder_manager.h>
 #include <host/binder_host.h>
+#include <host/escape.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -12,6 +13,8 @@
 
 namespace {
 
+using android::host::escaped;
+
 constexpr const char* kUsage =
     "usage: service list          all services\n"
     "       service check NAME    whether a service is there\n";
@@ -19,14 +22,14 @@ constexpr const char* kUsage =
 int list() {
     const std::vector<std::string> names = host::binder::listServices();
     printf("Found %zu services:\n", names.size());
-    for (size_t i = 0; i < names.size(); ++i) printf("%zu\t%s\n", i, names[i].c_str());
+    for (size_t i = 0; i < names.size(); ++i) printf("%zu\t%s\n", i, escaped(names[i]).c_str());
     return 0;
 }
 
 int check(const char* name) {
     const ndk::SpAIBinder binder(AServiceManager_checkService(name));
     const bool found = binder.get() != nullptr;
-    printf("Service %s: %s\n", name, found ? "found" : "not found");
+    printf("Service %s: %s\n", escaped(name).c_str(), found ? "found" : "not found");
     return found ? 0 : 1;
 }
 

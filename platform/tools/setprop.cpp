@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // setprop: sets a system property. Stands in for Android's tool of the name. Exits 1 when it is
 // refused.
+#include <host/escape.h>
 #include <host/property_list.h>
 #include <stdio.h>
 #include <string.h>
@@ -21,7 +22,9 @@ int main(int argc, char** argv) {
     if (argc == 3 && argv[1][0] != '-') {
         std::string error;
         if (android::host::setProperty(argv[1], argv[2], &error)) return 0;
-        fprintf(stderr, "setprop: cannot set \"%s\": %s\n", argv[1], error.c_str());
+        using android::host::escaped;
+        fprintf(stderr, "setprop: cannot set \"%s\": %s\n", escaped(argv[1]).c_str(),
+                escaped(error).c_str());
         return 1;
     }
     const bool help = argc == 2 && (strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "--help") == 0);
