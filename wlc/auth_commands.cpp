@@ -39,6 +39,7 @@ Certificate theRoot(const std::string& path) {
 }
 
 void printDigests(Context& context, const AuthArguments& arguments) {
+    context.answerSeconds = Context::kAuthenticationSeconds;
     charger::WpcAuthDigests digests;
     check(context.service()->getWpcAuthDigests(static_cast<int8_t>(arguments.mask), &digests),
           "auth digests");
@@ -46,6 +47,7 @@ void printDigests(Context& context, const AuthArguments& arguments) {
 }
 
 void printCertificate(Context& context, const AuthArguments& arguments) {
+    context.answerSeconds = Context::kAuthenticationSeconds;
     std::vector<uint8_t> bytes;
     check(context.service()->getWpcAuthCertificate(static_cast<int8_t>(arguments.slot),
                                                    arguments.offset, arguments.length, &bytes),
@@ -61,6 +63,7 @@ void printCertificate(Context& context, const AuthArguments& arguments) {
 
 void printChallenge(Context& context, const AuthArguments& arguments) {
     const auto nonce = arguments.nonce.empty() ? freshNonce() : fromHex(arguments.nonce, "--nonce");
+    context.answerSeconds = Context::kAuthenticationSeconds;
     charger::WpcAuthChallengeResponse response;
     check(context.service()->getWpcAuthChallengeResponse(static_cast<int8_t>(arguments.slot), nonce,
                                                          &response),
@@ -89,6 +92,7 @@ void addAuthCommands(CLI::App& app, Context& context) {
         ->type_name("FILE");
     auth->callback([&context, auth, arguments] {
         if (!auth->get_subcommands().empty()) return;
+        context.answerSeconds = Context::kAuthenticationSeconds;
         const Certificate root = theRoot(arguments->root);
         authenticate(context, static_cast<uint8_t>(arguments->slot), root.get());
     });

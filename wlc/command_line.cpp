@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -15,7 +17,8 @@ namespace wlc {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Exit status: 0 done, 1 the service refused, 2 bad usage, 3 no service.
+    R"(Exit status: 0 done, 1 the service refused or nobody reads the output, 2 bad usage, 3 no service,
+its connection was lost, or no answer in time.
 With --json each command prints one object on one line (watch and updates: one a line), errors too:
 {"error": {"code": N, "name": "...", "message": "..."}}.)";
 
@@ -56,19 +59,31 @@ std::string usageText(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int report(bool json, const Failure& failure) {
-    if (json) {
+    if (json && failure.name() != "OUTPUT") {
         Json object;
         object["error"] = {
             {"code", failure.code()}, {"name", failure.name()}, {"message", failure.what()}};
         object.update(failure.details());
-        fmt::print("{}\n", toText(object));
+        std::fputs((toText(object) + "\n").c_str(), stdout);
     } else {
-        fmt::print(stderr, "wlc: {}\n", failure.what());
+        std::fputs(("wlc: " + printable(failure.what()) + "\n").c_str(), stderr);
     }
     return failure.exitCode();
 }
 
 }  // namespace
+
+CLI::Validator secondsFrom(double lowest) {
+    // A number that is none compares as out of bounds.
+    return {[lowest](const std::string& text) {
+                char* end = nullptr;
+                const double value = std::strtod(text.c_str(), &end);
+                const bool good =
+                    !text.empty() && *end == '\0' && value >= lowest && value <= 86400;
+                return good ? std::string() : fmt::format("must be from {} to 86400", lowest);
+            },
+            ""};
+}
 
 int run(int argc, const char* const* argv) {
     Context context;
@@ -79,7 +94,12 @@ int run(int argc, const char* const* argv) {
     app.add_flag("--json", context.json, "Print JSON instead of text");
     app.add_option("--wait", context.waitSeconds, "Wait so long for the service to appear")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 86400.0));
+        ->check(secondsFrom(0));
+    app.add_option("--timeout", context.timeoutSeconds,
+                   fmt::format("Wait so long for an answer of the service; {:g}, for auth {:g}",
+                               Context::kAnswerSeconds, Context::kAuthenticationSeconds))
+        ->type_name("SECONDS")
+        ->check(secondsFrom(0.1));
     for (const auto add : {addInformationCommands, addFeatureCommands, addFanCommands,
                            addRtxCommands, addWatchCommand, addAuthCommands, addExchangeCommands,
                            addFirmwareCommands, addLegacyFirmwareCommands, addDiagnosticCommands}) {

@@ -10,6 +10,9 @@
 // `context` outlives `app`.
 namespace wlc {
 
+// Checks an option for a time: a number of at least `lowest` and at most a day.
+CLI::Validator secondsFrom(double lowest);
+
 void addInformationCommands(CLI::App& app, Context& context);  // version, phone, dock, info ...
 void addFeatureCommands(CLI::App& app, Context& context);      // features, qi-id
 void addFanCommands(CLI::App& app, Context& context);

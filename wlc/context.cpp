@@ -10,6 +10,8 @@
 #include <thread>
 
 #include "failure.h"
+#include "text.h"
+#include "time_limit.h"
 
 namespace wlc {
 namespace {
@@ -33,11 +35,15 @@ const std::shared_ptr<charger::IWirelessCharger>& Context::service() {
     if (mService != nullptr) return mService;
     const std::string name = instanceName();
     const auto deadline = Clock::now() + std::chrono::duration<double>(waitSeconds);
+    limitAnswerTime(waitSeconds + (timeoutSeconds > 0 ? timeoutSeconds : answerSeconds), json);
     for (;;) {
         const ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
         if (binder.get() != nullptr) {
             mService = charger::IWirelessCharger::fromBinder(binder);
-            if (mService != nullptr) return mService;
+            if (mService != nullptr) {
+                limitAnswers();
+                return mService;
+            }
             if (AIBinder_isAlive(binder.get())) {
                 throw Failure(kNoService, 0, "NO_SERVICE",
                               "what serves " + name + " has another interface");
@@ -56,12 +62,16 @@ const std::shared_ptr<charger::IWirelessCharger>& Context::service() {
     }
 }
 
+void Context::limitAnswers() const {
+    limitAnswerTime(timeoutSeconds > 0 ? timeoutSeconds : answerSeconds, json);
+}
+
 void Context::print(const Report& report) const {
-    write(json ? toText(report.json()) + "\n" : report.lines());
+    write(json ? toText(report.json()) + "\n" : printableLines(report.lines()));
 }
 
 void Context::printText(const std::string& text) const {
-    if (!json) write(text);
+    if (!json) write(printableLines(text));
 }
 
 void Context::printJson(const Json& object) const {
@@ -69,7 +79,7 @@ void Context::printJson(const Json& object) const {
 }
 
 void Context::note(const std::string& message) const {
-    std::fprintf(stderr, "%s\n", message.c_str());
+    std::fprintf(stderr, "%s\n", printable(message).c_str());
 }
 
 }  // namespace wlc

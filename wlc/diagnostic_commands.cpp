@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <host/binder_host.h>
+#include <host/text_relay.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -30,15 +31,16 @@ std::string contents(int descriptor) {
     return text;
 }
 
-// The report straight to standard output, or through a file in memory into one JSON text. A pipe
-// would not do: whoever still held its other end could keep this program waiting.
+// The report to standard output as it comes, or through a file in memory into one JSON text.
 void dump(Context& context, const std::vector<std::string>& words) {
     AIBinder* const binder = context.service()->asBinder().get();
     std::vector<const char*> args = pointers(words);
     const auto count = static_cast<uint32_t>(args.size());
     if (!context.json) {
-        check(AIBinder_dump(binder, STDOUT_FILENO, args.data(), count), "dump");
-        return;
+        android::host::TextRelay out(STDOUT_FILENO);
+        const binder_status_t status = AIBinder_dump(binder, out.descriptor(), args.data(), count);
+        out.finish();
+        return check(status, "dump");
     }
     const ndk::ScopedFileDescriptor file(memfd_create("dump", MFD_CLOEXEC));
     if (file.get() < 0) throw refused(std::string("no memory file: ") + std::strerror(errno));
@@ -50,9 +52,13 @@ void shell(Context& context, const std::vector<std::string>& words) {
     if (words.empty()) throw badUsage("shell needs a WORD");
     AIBinder* const binder = context.service()->asBinder().get();
     binder_status_t result = STATUS_OK;
-    check(host::binder::shellCommand(binder, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO, words,
-                                     &result),
-          "shell");
+    android::host::TextRelay out(STDOUT_FILENO);
+    android::host::TextRelay err(STDERR_FILENO);
+    const binder_status_t status = host::binder::shellCommand(
+        binder, STDIN_FILENO, out.descriptor(), err.descriptor(), words, &result);
+    out.finish();
+    err.finish();
+    check(status, "shell");
     check(result, "shell");
     context.printJson({{"status", result}});
 }

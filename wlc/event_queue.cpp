@@ -38,8 +38,19 @@ std::optional<EventQueue::Event> EventQueue::pop() {
     return event;
 }
 
-void EventQueue::close() {
+uintptr_t EventQueue::open() {
     const std::lock_guard lock(mLock);
+    mClosed = false;
+    if (mEvents.empty()) {
+        uint64_t count = 0;
+        [[maybe_unused]] const ssize_t got = ::read(mDescriptor.get(), &count, sizeof(count));
+    }
+    return ++mSubscription;
+}
+
+void EventQueue::close(uintptr_t subscription) {
+    const std::lock_guard lock(mLock);
+    if (subscription != mSubscription) return;
     mClosed = true;
     wake();
 }

@@ -4,6 +4,7 @@
 #include <android-base/thread_annotations.h>
 #include <android/binder_auto_utils.h>
 
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -26,8 +27,10 @@ class EventQueue {
 
     void push(std::string name, Report report) EXCLUDES(mLock);
     std::optional<Event> pop() EXCLUDES(mLock);
-    // The service has gone: nothing more will come.
-    void close() EXCLUDES(mLock);
+    // A subscription begins; returns its number, never 0. Open until close() with that number.
+    uintptr_t open() EXCLUDES(mLock);
+    // The subscription of that number is over: nothing more will come of it.
+    void close(uintptr_t subscription) EXCLUDES(mLock);
     bool closed() const EXCLUDES(mLock);
 
     // Readable while there is something to pop or the queue has been closed. Owned by the queue.
@@ -40,6 +43,7 @@ class EventQueue {
     mutable std::mutex mLock;
     std::deque<Event> mEvents GUARDED_BY(mLock);
     bool mClosed GUARDED_BY(mLock) = false;
+    uintptr_t mSubscription GUARDED_BY(mLock) = 0;
 };
 
 }  // namespace wlc

@@ -7,6 +7,7 @@
 
 #include "names.h"
 #include "text.h"
+#include "time_limit.h"
 
 namespace wlc {
 namespace {
@@ -66,6 +67,7 @@ Failure refused(const std::string& message) {
 }
 
 void check(binder_status_t status, const std::string& what) {
+    noteAnswer();
     if (status == STATUS_OK) return;
     if (status == STATUS_DEAD_OBJECT) throw serviceGone(what);
     throw Failure(kRefused, EX_TRANSACTION_FAILED, exceptionName(EX_TRANSACTION_FAILED),
@@ -73,6 +75,7 @@ void check(binder_status_t status, const std::string& what) {
 }
 
 void check(const ndk::ScopedAStatus& status, const std::string& what) {
+    noteAnswer();
     if (status.isOk()) return;
     const binder_exception_t exception = status.getExceptionCode();
     if (exception == EX_TRANSACTION_FAILED) return check(status.getStatus(), what);

@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "failure.h"
+#include "text.h"
 
 namespace wlc {
 namespace {
@@ -28,6 +29,12 @@ constexpr seconds kGrace(2);
 // Plain lines come at these steps.
 constexpr int kLinePercent = 5;
 constexpr int kBarWidth = 30;
+
+// When nobody reads the progress any more, the job goes on.
+void say(const std::string& text, FILE* to = stdout) {
+    std::fputs(text.c_str(), to);
+    std::fflush(to);
+}
 
 }  // namespace
 
@@ -54,8 +61,7 @@ void Progress::finish() {
         mTicker.join();
     }
     const std::lock_guard lock(mLock);
-    if (mOpenLine) std::fputc('\n', stdout);
-    std::fflush(stdout);
+    if (mOpenLine) say("\n");
     mOpenLine = false;
 }
 
@@ -137,16 +143,14 @@ void Progress::show(bool alive) {
         const int full = mPercent * kBarWidth / 100;
         const std::string bar = std::string(static_cast<size_t>(full), '#') +
                                 std::string(static_cast<size_t>(kBarWidth - full), '.');
-        fmt::print("\r[{}] {}\x1b[K", bar, line(waiting));
-        std::fflush(stdout);
+        say(fmt::format("\r[{}] {}\x1b[K", bar, line(waiting)));
         mOpenLine = true;
     } else {
         const int step = mContext.json ? 1 : kLinePercent;
         const bool moved = newPhase || mPercent >= mShownPercent + step ||
                            (mPercent == 100 && mShownPercent != 100);
         if (!moved && !(alive && sinceShown >= kSign)) return;
-        fmt::print("{}\n", mContext.json ? toText(object(waiting)) : line(waiting));
-        std::fflush(stdout);
+        say((mContext.json ? toText(object(waiting)) : line(waiting)) + "\n");
     }
     mShown = now;
     mShownPercent = mPercent;
@@ -166,16 +170,13 @@ void Progress::tick() {
         }
         const std::lock_guard lock(mLock);
         if (mInterrupted && Clock::now() - noticed >= kGrace) {
+            const Json error = {
+                {"error", {{"code", 0}, {"name", "INTERRUPTED"}, {"message", mInterruptedText}}}};
             if (mContext.json) {
-                fmt::print(
-                    "{}\n",
-                    toText(
-                        {{"error",
-                          {{"code", 0}, {"name", "INTERRUPTED"}, {"message", mInterruptedText}}}}));
+                say(toText(error) + "\n");
             } else {
-                fmt::print(stderr, "{}wlc: {}\n", mOpenLine ? "\n" : "", mInterruptedText);
+                say((mOpenLine ? "\nwlc: " : "wlc: ") + printable(mInterruptedText) + "\n", stderr);
             }
-            std::fflush(stdout);
             _exit(kRefused);
         }
         if (!mPhase.empty()) show(true);

@@ -82,7 +82,7 @@ std::string Report::line() const {
 }
 
 std::string toText(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
 }  // namespace wlc

@@ -36,7 +36,8 @@ class Report {
     std::vector<std::pair<std::string, std::string>> mRows;
 };
 
-// JSON as this program writes it: on one line; bytes that are not UTF-8 are replaced.
+// JSON as this program writes it: on one line, in ASCII, so that no character steers a terminal;
+// bytes that are not UTF-8 are replaced.
 std::string toText(const Json& json);
 
 }  // namespace wlc

@@ -2,7 +2,7 @@
 #include "text.h"
 
 #include <fmt/format.h>
-#include <host/utf8.h>
+#include <host/escape.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -67,20 +67,11 @@ std::vector<uint8_t> fromHex(std::string_view text, const std::string& what) {
 }
 
 std::string printable(std::string_view text) {
-    std::string out;
-    while (!text.empty()) {
-        const std::string_view before = text;
-        const char32_t c = android::host::takeCharacter(&text);
-        const std::string_view bytes = before.substr(0, before.size() - text.size());
-        if (c != android::host::kNoCharacter && !android::host::isControl(c)) {
-            out += bytes;
-            continue;
-        }
-        for (const char byte : bytes) {
-            out += fmt::format("\\x{:02x}", static_cast<uint8_t>(byte));
-        }
-    }
-    return out;
+    return android::host::escaped(text);
+}
+
+std::string printableLines(std::string_view text) {
+    return android::host::escaped(text, android::host::LineFeeds::kKept);
 }
 
 int64_t toNumber(const std::string& text, const std::string& what, int64_t lowest,

@@ -17,9 +17,10 @@ std::string toHex(std::span<const uint8_t> bytes);
 // and the place of the fault.
 std::vector<uint8_t> fromHex(std::string_view text, const std::string& what);
 
-// The text with control characters and bytes that are not UTF-8 written as \xNN: what a dock says
-// must not steer a terminal.
+// The text with control characters and bytes that are not UTF-8 written as \xNN (host/escape.h):
+// what a dock says must not steer a terminal. printableLines keeps line feeds.
 std::string printable(std::string_view text);
+std::string printableLines(std::string_view text);
 
 // A decimal or 0x-prefixed number within bounds. Throws badUsage, naming `what` and the bounds.
 int64_t toNumber(const std::string& text, const std::string& what, int64_t lowest, int64_t highest);

@@ -18,6 +18,7 @@
 #include "records.h"
 #include "signals.h"
 #include "text.h"
+#include "time_limit.h"
 
 namespace wlc {
 namespace {
@@ -66,6 +67,7 @@ struct WatchArguments {
     std::vector<std::string> kinds;
     uint64_t count = 0;
     double timeout = 0;
+    bool reconnect = false;
 };
 
 bool wanted(const WatchArguments& arguments, const char* kind) {
@@ -79,18 +81,23 @@ EventQueue& theQueue() {
     return *queue;
 }
 
-void onServiceDied(void* queue) {
-    static_cast<EventQueue*>(queue)->close();
+// `subscription` is the number of one, as a pointer.
+void onServiceDied(void* subscription) {
+    theQueue().close(reinterpret_cast<uintptr_t>(subscription));
 }
 
 // What is subscribed to; ended in order, also when the command ends early.
 class Subscriptions {
   public:
-    Subscriptions(Context& context, const WatchArguments& arguments) : mService(context.service()) {
+    Subscriptions(Context& context, const WatchArguments& arguments)
+        : mContext(context), mService(context.service()) {
+        context.limitAnswers();
         EventQueue& queue = theQueue();
+        const uintptr_t number = queue.open();
         mDeath.set(AIBinder_DeathRecipient_new(onServiceDied));
-        if (AIBinder_linkToDeath(mService->asBinder().get(), mDeath.get(), &queue) != STATUS_OK) {
-            queue.close();
+        if (AIBinder_linkToDeath(mService->asBinder().get(), mDeath.get(),
+                                 reinterpret_cast<void*>(number)) != STATUS_OK) {
+            queue.close(number);
         }
         if (wanted(arguments, "align")) {
             auto subscriber = ndk::SharedRefBase::make<AlignSubscriber>(queue);
@@ -107,10 +114,13 @@ class Subscriptions {
             check(mService->registerFanLevelChangedCallback(subscriber), "watch fan");
             mFan = subscriber;
         }
+        // From here on it is events that are waited for.
+        unlimitAnswerTime();
     }
 
     // The service also forgets a subscriber whose process ends; nothing depends on these calls.
     ~Subscriptions() {
+        mContext.limitAnswers();
         if (mAlign != nullptr) static_cast<void>(mService->unregisterCallback(mAlign));
         if (mRtx != nullptr) static_cast<void>(mService->unregisterRtxCallback(mRtx));
         if (mFan != nullptr) static_cast<void>(mService->unregisterFanLevelChangedCallback(mFan));
@@ -120,6 +130,7 @@ class Subscriptions {
     Subscriptions& operator=(const Subscriptions&) = delete;
 
   private:
+    const Context& mContext;
     std::shared_ptr<charger::IWirelessCharger> mService;
     ndk::ScopedAIBinder_DeathRecipient mDeath;
     std::shared_ptr<charger::IWirelessChargerInfoCallback> mAlign;
@@ -141,6 +152,88 @@ int untilDeadline(const std::optional<Clock::time_point>& deadline) {
     return static_cast<int>(std::clamp(std::ceil(left.count()), 0.0, 86400e3));
 }
 
+class Watch {
+  public:
+    Watch(Context& context, const WatchArguments& arguments)
+        : mContext(context), mArguments(arguments) {}
+
+    void run() {
+        ABinderProcess_startThreadPool();
+        mSubscriptions.emplace(mContext, mArguments);
+        std::string kinds;
+        for (const char* kind : {"align", "rtx", "fan"}) {
+            if (!wanted(mArguments, kind)) continue;
+            kinds += fmt::format("{}{}", kinds.empty() ? "" : ", ", kind);
+        }
+        mContext.note("watching " + kinds);
+        if (mArguments.timeout > 0) {
+            mDeadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                           std::chrono::duration<double>(mArguments.timeout));
+        }
+        EventQueue& queue = theQueue();
+        while (mArguments.count == 0 || mSeen < mArguments.count) {
+            if (const auto event = queue.pop()) {
+                printEvent(mContext, *event);
+                ++mSeen;
+            } else if (queue.closed()) {
+                if (!mArguments.reconnect) {
+                    throw Failure(kNoService, 0, "NO_SERVICE",
+                                  "the connection to the service was lost; with --reconnect watch "
+                                  "subscribes again");
+                }
+                if (!reconnect()) return;
+            } else if (!waitFor(queue.descriptor(), untilDeadline(mDeadline))) {
+                return;
+            }
+        }
+    }
+
+  private:
+    // False when the command is to end: Ctrl-C came, or the time is up. Throws when the time is up
+    // before all the events came that were asked for.
+    bool waitFor(int descriptor, int limitMs) {
+        pollfd waits[] = {{descriptor, POLLIN, 0}, {mSignals.descriptor(), POLLIN, 0}};
+        poll(waits, 2, limitMs);
+        if (mSignals.came()) return false;
+        if (untilDeadline(mDeadline) != 0) return true;
+        if (mArguments.count == 0) return false;
+        throw refused(fmt::format("{} of {} events came within {} s", mSeen, mArguments.count,
+                                  mArguments.timeout));
+    }
+
+    // Subscribes again once the service is there; false when the command is to end before.
+    bool reconnect() {
+        mContext.note("the connection to the service was lost; waiting for it");
+        mSubscriptions.reset();
+        mContext.waitSeconds = 0;
+        for (;;) {
+            mContext.forgetService();
+            try {
+                mSubscriptions.emplace(mContext, mArguments);
+                break;
+            } catch (const Failure& failure) {
+                if (failure.exitCode() != kNoService) throw;
+            }
+            unlimitAnswerTime();
+            const int left = untilDeadline(mDeadline);
+            if (!waitFor(-1, left < 0 ? kLookupMs : std::min(left, kLookupMs))) return false;
+        }
+        mContext.note("watching again; events may have been missed");
+        mContext.printJson({{"event", "reconnected"}, {"missed", true}});
+        return true;
+    }
+
+    // Nothing tells when a name appears.
+    static constexpr int kLookupMs = 50;
+
+    Context& mContext;
+    const WatchArguments& mArguments;
+    const Signals mSignals;
+    std::optional<Subscriptions> mSubscriptions;
+    std::optional<Clock::time_point> mDeadline;
+    uint64_t mSeen = 0;
+};
+
 void watch(Context& context, const WatchArguments& arguments) {
     for (const std::string& kind : arguments.kinds) {
         if (kind == "align" || kind == "rtx" || kind == "fan") continue;
@@ -149,37 +242,7 @@ void watch(Context& context, const WatchArguments& arguments) {
             "unknown event '{}'{}", printable(kind),
             meant.empty() ? ": align, rtx or fan" : fmt::format("; did you mean '{}'?", meant)));
     }
-    const Signals signals;
-    ABinderProcess_startThreadPool();
-    const Subscriptions subscriptions(context, arguments);
-    std::string kinds;
-    for (const char* kind : {"align", "rtx", "fan"}) {
-        if (wanted(arguments, kind)) kinds += fmt::format("{}{}", kinds.empty() ? "" : ", ", kind);
-    }
-    context.note("watching " + kinds);
-
-    std::optional<Clock::time_point> deadline;
-    if (arguments.timeout > 0) {
-        deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                      std::chrono::duration<double>(arguments.timeout));
-    }
-    EventQueue& queue = theQueue();
-    uint64_t seen = 0;
-    while (arguments.count == 0 || seen < arguments.count) {
-        if (const auto event = queue.pop()) {
-            printEvent(context, *event);
-            ++seen;
-            continue;
-        }
-        if (queue.closed()) throw Failure(kNoService, 0, "NO_SERVICE", "the service has ended");
-        pollfd waits[] = {{queue.descriptor(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
-        if (poll(waits, 2, untilDeadline(deadline)) == 0) {
-            if (arguments.count == 0) return;
-            throw refused(fmt::format("{} of {} events came within {} s", seen, arguments.count,
-                                      arguments.timeout));
-        }
-        if (signals.came()) return;
-    }
+    Watch(context, arguments).run();
 }
 
 }  // namespace
@@ -193,7 +256,9 @@ void addWatchCommand(CLI::App& app, Context& context) {
         ->check(CLI::Range(1, 1000000000));
     command->add_option("--timeout", arguments->timeout, "End after so long")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, 86400.0));
+        ->check(secondsFrom(0.001));
+    command->add_flag("--reconnect", arguments->reconnect,
+                      "Subscribe again when the connection to the service was lost");
     command->callback([&context, arguments] { watch(context, *arguments); });
 }
 

@@ -86,6 +86,7 @@ void ControlClient::runLines() {
 }
 
 void ControlClient::runLine(std::string_view line) {
+    mLastActive = std::chrono::steady_clock::now();
     if (line != "log" && line != "follow") {
         reply(runCommand(mDock, line));
         return;

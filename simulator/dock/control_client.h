@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -32,6 +33,9 @@ class ControlClient {
     // Adds the log entries that the client still wants, as far as its buffer takes them.
     void sendLog();
 
+    // When it came or sent its last whole line.
+    std::chrono::steady_clock::time_point lastActive() const { return mLastActive; }
+
     bool follows() const { return mLogState == LogState::kFollow; }
     bool finished() const { return mFinished; }
 
@@ -51,6 +55,7 @@ class ControlClient {
     LogState mLogState = LogState::kNone;
     uint64_t mNextEntry = 0;
     uint64_t mLastEntry = 0;  // kUntil
+    std::chrono::steady_clock::time_point mLastActive = std::chrono::steady_clock::now();
     bool mInputEnded = false;
     bool mFinished = false;
 };

@@ -69,7 +69,9 @@ bool ControlListener::open(const std::string& path, std::string* error) {
         unlink(path.c_str());
     }
     mSocket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (mSocket >= 0 &&
+    // The socket's file takes the mode of the socket itself, so it is private from its first
+    // moment.
+    if (mSocket >= 0 && fchmod(mSocket, 0600) == 0 &&
         bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
         listen(mSocket, kBacklog) == 0) {
         return true;

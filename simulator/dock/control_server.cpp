@@ -1,20 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control_server.h"
 
+#include <android/log.h>
 #include <host/runtime_dir.h>
 #include <signal.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace virtual_dock {
 namespace {
 
 constexpr const char* kSocketName = "/dock";
+constexpr const char* kLogTag = "virtual-dock";
 
 bool isSameUser(int fd) {
     ucred peer{};
@@ -23,7 +26,8 @@ bool isSameUser(int fd) {
 }
 
 void complain(const std::string& message) {
-    std::fprintf(stderr, "virtual dock: %s; dockctl cannot reach this one\n", message.c_str());
+    __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s; dockctl cannot reach this one",
+                        message.c_str());
 }
 
 }  // namespace
@@ -42,19 +46,29 @@ void ControlServer::stop() {
 void ControlServer::acceptClient() {
     const int fd = accept4(mListener->descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (fd < 0) return;
-    if (!isSameUser(fd) || mClients.size() >= kMaxClients) {
+    if (!isSameUser(fd)) {
         close(fd);
         return;
     }
+    if (mClients.size() >= kMaxClients) makeRoom();
     mClients.push_back(std::make_unique<ControlClient>(fd, mDock));
+}
+
+void ControlServer::makeRoom() {
+    const auto patience = [](const auto& client) {
+        return std::pair(client->follows(), client->lastActive());
+    };
+    mClients.erase(
+        std::min_element(mClients.begin(), mClients.end(),
+                         [&](const auto& a, const auto& b) { return patience(a) < patience(b); }));
 }
 
 void ControlServer::sendPendingEvents() {
     for (const Event event : mDock->clearWake()) {
         const UeventOutcome outcome = sendUevent(event);
         if (!outcome.sent) {
-            std::fprintf(stderr, "virtual dock: a change without a uevent: %s\n",
-                         outcome.detail.c_str());
+            __android_log_print(ANDROID_LOG_WARN, kLogTag, "a change without a uevent: %s",
+                                outcome.detail.c_str());
         }
     }
 }
@@ -73,11 +87,9 @@ void ControlServer::run() {
     enum Fixed : size_t { kStop, kWake, kListen, kFirstClient };
     std::vector<pollfd> polled;
     for (;;) {
-        // A full house leaves the next client in the backlog, where it waits.
-        const bool full = mClients.size() >= kMaxClients;
         polled = {{mStopFd, POLLIN, 0},
                   {mDock->wakeDescriptor(), POLLIN, 0},
-                  {full ? -1 : mListener->descriptor(), POLLIN, 0}};
+                  {mListener->descriptor(), POLLIN, 0}};
         for (const auto& client : mClients) {
             polled.push_back({client->descriptor(), client->wantedEvents(), 0});
         }

@@ -13,8 +13,9 @@
 namespace virtual_dock {
 
 // Serves the control socket and sends the uevents of what requests changed. One thread; it sleeps
-// in the kernel while nobody asks. At most kMaxClients at once; each has bounded buffers, and one
-// that does not read its replies is not read from.
+// in the kernel while nobody asks. At most kMaxClients at once; when one more comes, whoever has
+// been idle longest goes, those that follow the log last. Each has bounded buffers, and one that
+// does not read its replies is not read from.
 class ControlServer {
   public:
     static constexpr size_t kMaxClients = 32;
@@ -33,6 +34,7 @@ class ControlServer {
 
   private:
     void acceptClient();
+    void makeRoom();
     void serveClients(const std::vector<pollfd>& polled);
     void sendPendingEvents();
 

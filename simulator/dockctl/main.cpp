@@ -44,9 +44,9 @@ int report(const Invocation& invocation, const std::string& kind, const std::str
            int code) {
     if (invocation.json) {
         const Json error = {{"ok", false}, {"kind", kind}, {"message", message}};
-        fmt::print("{}\n", error.dump());
+        say(stdout, "{}\n", toText(error));
     } else {
-        fmt::print(stderr, "dockctl: {}\n", message);
+        say(stderr, "dockctl: {}\n", message);
     }
     return code;
 }
@@ -61,10 +61,10 @@ void showOutcome(const Json& reply) {
     if (!reply.contains("uevent")) return;
     const Json& uevent = reply["uevent"];
     if (uevent["sent"]) {
-        fmt::print("uevent sent ({})\n", uevent["by"].get<std::string>());
+        say(stdout, "uevent sent ({})\n", uevent["by"].get<std::string>());
     } else {
-        fmt::print(stderr, "dockctl: the dock changed, but no uevent was sent: {}\n",
-                   uevent["reason"].get<std::string>());
+        say(stderr, "dockctl: the dock changed, but no uevent was sent: {}\n",
+            uevent["reason"].get<std::string>());
     }
 }
 
@@ -80,11 +80,12 @@ int showLog(const Invocation& invocation, Connection* connection) {
         }
         if (!line.contains("lost")) explainLogEntry(&line);
         if (invocation.json) {
-            fmt::print("{}\n", line.dump());
+            say(stdout, "{}\n", toText(line));
         } else {
             printLogEntry(line);
         }
-        std::fflush(stdout);
+        // A follower whose reader has gone learns it here, or ends by SIGPIPE.
+        if (std::fflush(stdout) != 0) return kRefused;
     }
 }
 
@@ -94,11 +95,10 @@ int carryOut(const Invocation& invocation) {
     if (invocation.show == Show::kLog || invocation.show == Show::kFollow) {
         return showLog(invocation, &connection);
     }
-    const std::string text = connection.receive();
-    const Json reply = Json::parse(text);
+    const Json reply = Json::parse(connection.receive());
     if (!reply.value("ok", false)) return reportReply(invocation, reply);
     if (invocation.json) {
-        fmt::print("{}\n", text);
+        say(stdout, "{}\n", toText(reply));
     } else if (invocation.show == Show::kStatus) {
         printStatus(reply);
     } else if (invocation.show == Show::kKeys) {
@@ -257,13 +257,14 @@ int run(int argc, char** argv) {
                  "dockctl");
     app.add_flag("--json", invocation.json, "one JSON object (one line each for log)");
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 done, 1 refused by the dock, 2 wrong usage, 3 no dock.");
+    app.footer(
+        "Exit codes: 0 done, 1 refused by the dock or output failed, 2 wrong usage, 3 no dock.");
     addCommands(&app, &invocation);
     try {
         app.parse(withMarkedNumbers(argc, argv));
         for (std::string& word : invocation.words) std::erase(word, kNumberMark);
     } catch (const CLI::CallForHelp&) {
-        fmt::print("{}", app.help());
+        std::fputs(app.help().c_str(), stdout);
         return kDone;
     } catch (const CLI::ParseError& error) {
         std::vector<std::string> names;
@@ -296,5 +297,8 @@ int run(int argc, char** argv) {
 }  // namespace dockctl
 
 int main(int argc, char** argv) {
-    return dockctl::run(argc, argv);
+    const int status = dockctl::run(argc, argv);
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+    std::perror("dockctl: cannot write to standard output");
+    return dockctl::kRefused;
 }

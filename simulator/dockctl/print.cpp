@@ -2,6 +2,7 @@
 #include "print.h"
 
 #include <fmt/core.h>
+#include <host/utf8.h>
 
 #include <set>
 #include <string>
@@ -19,12 +20,24 @@ bool isHexKey(const std::string& key) {
     return kHexKeys.count(key) != 0;
 }
 
+// The dock gives each byte of its texts as one character (see JsonWriter).
+std::string bytesOf(std::string_view characters) {
+    std::string bytes;
+    for (std::string_view rest = characters; !rest.empty();) {
+        const char32_t c = android::host::takeCharacter(&rest);
+        if (c > 0xFF) return std::string(characters);
+        bytes += static_cast<char>(c);
+    }
+    return bytes;
+}
+
 std::string valueText(const std::string& key, const Json& value) {
-    if (value.is_string()) return value.get<std::string>();
+    // A line feed in it does not begin a line.
+    if (value.is_string()) return bytesOf(value.get<std::string>());
     if (value.is_number_integer() && isHexKey(key)) {
         return fmt::format("0x{:x}", value.get<uint64_t>());
     }
-    return value.dump();
+    return toText(value);
 }
 
 // {"a": 1, "b": "x"} as "a 1, b x".
@@ -41,7 +54,7 @@ void printList(const Json& status, const char* name, const char* title) {
     if (!status.contains(name)) return;
     size_t number = 0;
     for (const Json& item : status[name]) {
-        fmt::print("{:<28}{}\n", fmt::format("{} {}", title, number++), membersText(item));
+        say(stdout, "{:<28}{}\n", fmt::format("{} {}", title, number++), membersText(item));
     }
 }
 
@@ -57,35 +70,39 @@ std::string spacedHex(const std::string& hex) {
 void printBytes(const char* title, const std::string& hex, size_t length) {
     if (hex.empty()) return;
     const size_t kept = hex.size() / 2;
-    fmt::print("{:>14}  {}{}\n", title, spacedHex(hex),
-               kept < length ? fmt::format(" ... {} bytes in all", length) : "");
+    say(stdout, "{:>14}  {}{}\n", title, spacedHex(hex),
+        kept < length ? fmt::format(" ... {} bytes in all", length) : "");
 }
 
 }  // namespace
 
+std::string toText(const Json& json) {
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
 void printStatus(const Json& status) {
     for (const auto& [key, value] : status["settings"].items()) {
-        fmt::print("{:<28}{}\n", key, valueText(key, value));
+        say(stdout, "{:<28}{}\n", key, valueText(key, value));
     }
     printList(status, "fans", "fan");
     printList(status, "certificates", "certificate slot");
     printList(status, "firmware", "firmware target");
     if (status.contains("legacyFirmware")) {
-        fmt::print("{:<28}{}\n", "legacy firmware", membersText(status["legacyFirmware"]));
+        say(stdout, "{:<28}{}\n", "legacy firmware", membersText(status["legacyFirmware"]));
     }
     printList(status, "features", "feature");
     printList(status, "faults", "fault");
     printList(status, "uploads", "upload");
     for (const char* name : {"qiId", "authStarts", "uploadCount", "requests"}) {
-        if (status.contains(name)) fmt::print("{:<28}{}\n", name, status[name].dump());
+        if (status.contains(name)) say(stdout, "{:<28}{}\n", name, status[name].dump());
     }
 }
 
 void printKeys(const Json& reply) {
     for (const Json& item : reply["keys"]) {
         const std::string key = item["key"];
-        fmt::print("{:<28}{:<16}  {}\n", key, valueText(key, item["value"]),
-                   item["values"].get<std::string>());
+        say(stdout, "{:<28}{:<16}  {}\n", key, valueText(key, item["value"]),
+            item["values"].get<std::string>());
     }
 }
 
@@ -106,15 +123,15 @@ void explainLogEntry(Json* entry) {
 
 void printLogEntry(const Json& entry) {
     if (entry.contains("lost")) {
-        fmt::print("... {} requests were pushed out of the log\n", entry["lost"].dump());
+        say(stdout, "... {} requests were pushed out of the log\n", entry["lost"].dump());
         return;
     }
     std::string answer = entry["answerMeaning"];
     answer = entry["resultMeaning"].get<std::string>() + (answer.empty() ? "" : ": ") + answer;
     const double seconds = static_cast<double>(entry["timeNs"].get<int64_t>()) / 1e9;
-    fmt::print("{:>6} {:>13.6f}  {}:{}  {} -> {}\n", entry["number"].dump(), seconds,
-               entry["operation"].get<std::string>(), entry["type"].dump(),
-               entry["meaning"].get<std::string>(), answer);
+    say(stdout, "{:>6} {:>13.6f}  {}:{}  {} -> {}\n", entry["number"].dump(), seconds,
+        entry["operation"].get<std::string>(), entry["type"].dump(),
+        entry["meaning"].get<std::string>(), answer);
     printBytes("sent", entry["request"], entry["requestLength"]);
     printBytes("got", entry["answer"], entry["answerLength"]);
 }

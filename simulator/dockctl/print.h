@@ -1,15 +1,42 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <fmt/format.h>
+#include <host/escape.h>
+
+#include <cstdio>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <type_traits>
 
 namespace dockctl {
 
 using Json = nlohmann::ordered_json;
 
+// A text of others on its way to people; numbers as they are.
+template <typename T>
+auto shown(const T& value) {
+    if constexpr (std::is_convertible_v<const T&, std::string_view>) {
+        return android::host::escaped(value);
+    } else {
+        return value;
+    }
+}
+
+// Prints as fmt::print does, with the texts among the arguments escaped (host/escape.h). main()
+// sees to output that fails.
+template <typename... Arguments>
+void say(FILE* to, const char* format, const Arguments&... arguments) {
+    std::fputs(fmt::format(fmt::runtime(format), shown(arguments)...).c_str(), to);
+}
+
 // Each writes to standard output, for people.
 void printStatus(const Json& status);
 void printKeys(const Json& reply);
+
+// JSON on one line, in ASCII, so that no character steers a terminal.
+std::string toText(const Json& json);
 
 // Adds the members "name", "meaning" and "answerMeaning" to a log entry.
 void explainLogEntry(Json* entry);

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/netlink.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <random>
@@ -153,18 +154,25 @@ TEST(ControlSocketTest, GarbageAndEndlessLinesHurtOnlyTheirSender) {
     EXPECT_THAT(other.ask("status"), StartsWith("{\"ok\":true,\"settings\":{"));
 }
 
-TEST(ControlSocketTest, ManyClientsAreServedAndLaterOnesWaitTheirTurn) {
+TEST(ControlSocketTest, IdleClientsMakeRoomForLaterOnesAndFollowersLast) {
     ServedDock served;
-    std::vector<std::unique_ptr<RawClient>> clients;
-    for (size_t i = 0; i < ControlServer::kMaxClients; ++i) {
-        clients.push_back(std::make_unique<RawClient>(served.path()));
-        EXPECT_EQ(clients.back()->ask("temperature 1 1"), kDone);
+    RawClient follower(served.path());
+    EXPECT_EQ(follower.ask("follow"), kDone);
+    RawClient busy(served.path());
+    std::vector<std::unique_ptr<RawClient>> idle;
+    for (size_t i = 0; i < 2 * ControlServer::kMaxClients; ++i) {
+        idle.push_back(std::make_unique<RawClient>(served.path()));
+        idle.back()->send("temp");  // half a command
+        EXPECT_EQ(busy.ask("temperature 1 1"), kDone);
+        EXPECT_EQ(RawClient(served.path()).ask("temperature 9 9"), kDone);
     }
-    RawClient late(served.path());
-    late.send("temperature 9 9\n");
-    EXPECT_EQ(clients.front()->ask("temperature 1 1"), kDone);
-    clients.pop_back();
-    EXPECT_EQ(late.readLine(), kDone);
+    EXPECT_EQ(idle.front()->readLine(), "");
+    EXPECT_FALSE(idle.front()->send("erature 1 1\n"));
+    idle.back()->send("erature 1 1\n");
+    EXPECT_EQ(idle.back()->readLine(), kDone);
+    uint32_t value;
+    served.dock.readStatus(7, &value);
+    EXPECT_THAT(follower.readLine(), HasSubstr("\"type\":7"));
 }
 
 TEST(ControlSocketTest, LogListsWhatWasAskedAndFollowContinues) {
@@ -241,7 +249,12 @@ TEST(ControlListenerTest, LeftoversAreReplacedAndTheLivingRespected) {
     std::string error;
     close(boundSocket(path, SOCK_STREAM));  // a crashed predecessor's
     ControlListener first;
+    const mode_t mask = umask(0);
     EXPECT_TRUE(first.open(path, &error)) << error;
+    umask(mask);
+    struct stat info = {};
+    EXPECT_EQ(0, stat(path.c_str(), &info));
+    EXPECT_EQ(mode_t{0600}, info.st_mode & 07777);
     ControlListener second;
     EXPECT_FALSE(second.open(path, &error));
     EXPECT_THAT(error, HasSubstr("another virtual dock"));

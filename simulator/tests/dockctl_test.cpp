@@ -83,6 +83,15 @@ TEST_F(DockctlTest, JsonIsAllThatStandsOnStandardOutput) {
     EXPECT_EQ(nlohmann::json::parse(none.out)["kind"], "no-dock");
 }
 
+TEST_F(DockctlTest, OutputThatIsNotTakenIsAnError) {
+    for (const char* arguments : {"status", "--json status", "keys", "--help"}) {
+        const Outcome run = dockctl(std::string(arguments) + " >/dev/full 2>" +
+                                    (served.folder / "said") + "; exit $?");
+        EXPECT_EQ(run.code, 1) << arguments;
+        EXPECT_THAT(contents(served.folder / "said"), HasSubstr("cannot write to standard output"));
+    }
+}
+
 TEST_F(DockctlTest, NegativeNumbersAreArguments) {
     EXPECT_EQ(dockctl("align 1 0 -5 -7").code, 0);
     EXPECT_EQ(dockctl("temperature -10 -128").code, 0);

@@ -148,6 +148,11 @@ TEST_F(CommandsTest, WrongUsageExitsTwoAndSaysWhatWasMeant) {
         {"fan get", "wlc fan get --help"},
         {"fan get 2 3", "unknown argument '3'"},
         {"watch aling", "unknown event 'aling'; did you mean 'align'?"},
+        {"watch --timeout nan", "must be from 0.001 to 86400"},
+        {"watch --timeout -1", "must be from 0.001 to 86400"},
+        {"--wait nan version", "must be from 0 to 86400"},
+        {"--timeout inf version", "must be from 0.1 to 86400"},
+        {"--timeout 0 version", "must be from 0.1 to 86400"},
         {"challenge 5 0g", "expected two hexadecimal digits at position 1"},
         {"auth --slot 4", "--slot"},
         {"auth --root /nonexistent", "cannot read /nonexistent: No such file"},
@@ -185,12 +190,24 @@ TEST_F(CommandsTest, WithoutAServiceEveryCommandExitsThree) {
 }
 
 TEST_F(CommandsTest, WhatTheDockSaysCannotSteerATerminalOrBreakJson) {
-    dock({"set", "info.text0", "\x1b[2JA"});
-    const Outcome text = wlc("info");
-    EXPECT_EQ(0, text.exitStatus) << text.err;
-    EXPECT_EQ(std::string::npos, text.out.find('\x1b'));
-    EXPECT_THAT(text.out, HasSubstr("\\x1b[2JA"));
-    EXPECT_EQ("\x1b[2JA", wlcJson("info")["infoText0"]);
+    for (const auto& [said, shown] : {std::pair{"\x1b[2JA", "\\x1b[2JA\n"},
+                                      {"a\nforged 1", "a\\x0aforged 1\n"},
+                                      {"\xc2\x9b"
+                                       "31m",
+                                       "\\xc2\\x9b31m\n"},
+                                      {"\xe2\x80\xae", "\\xe2\\x80\\xae\n"},
+                                      {"é", "é\n"}}) {
+        dock({"set", "info.text0", said});
+        for (const Words& command : {wlcCommand("info"), Words{DOCKCTL_PROGRAM, "status"}}) {
+            const Outcome text = run(command);
+            EXPECT_EQ(0, text.exitStatus) << text.err;
+            EXPECT_THAT(text.out, HasSubstr(shown));
+        }
+        EXPECT_EQ(said, wlcJson("info")["infoText0"]);
+        EXPECT_THAT(wlc("--json info").out, MatchesRegex("[ -~]*\n"));
+        EXPECT_THAT(run({DOCKCTL_PROGRAM, "--json", "status"}).out, MatchesRegex("[ -~]*\n"));
+    }
+    EXPECT_THAT(run({WLC_PROGRAM, "\x1b[2J"}).err, HasSubstr("'\\x1b[2J'"));
     dock({"set", "info.text0",
           "a\xff"
           "b"});

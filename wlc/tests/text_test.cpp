@@ -40,27 +40,6 @@ TEST(Number, OnlyWholeNumbersWithinBoundsAreTaken) {
     EXPECT_THROW(toNumber("9223372036854775808", "x", INT64_MIN, INT64_MAX), Failure);
 }
 
-TEST(Printable, ControlsAndBrokenSequencesAreWrittenOut) {
-    struct Case {
-        const char* text;
-        const char* shown;
-    };
-    const Case cases[] = {
-        {"plain", "plain"},
-        {"\x1b[2J", "\\x1b[2J"},
-        {"a\nb\x7f", "a\\x0ab\\x7f"},
-        {"\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80", "\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80"},
-        {"\xc2\x9b", "\\xc2\\x9b"},                    // a control character of its own
-        {"\xc3", "\\xc3"},                             // cut
-        {"\xc0\x80", "\\xc0\\x80"},                    // overlong
-        {"\xe0\x80\x80", "\\xe0\\x80\\x80"},           // overlong
-        {"\xed\xa0\x80", "\\xed\\xa0\\x80"},           // a surrogate
-        {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},  // beyond the last character
-        {"\xff", "\\xff"},
-    };
-    for (const Case& c : cases) EXPECT_EQ(c.shown, printable(c.text));
-}
-
 TEST(Nearest, OneSlipIsForgivenAndAnotherWordIsNot) {
     const std::vector<std::string> words = {"fan", "firmware", "features", "phone"};
     for (const auto& [typed, meant] : {std::pair{"fna", "fan"},

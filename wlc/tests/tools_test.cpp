@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <aidl/vendor/zorvak/wireless_charger/IWirelessCharger.h>
+#include <android/binder_manager.h>
+#include <android/binder_process.h>
+#include <android/binder_shell.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <unistd.h>
+
+#include <latch>
 
 #include "service_fixture.h"
 
@@ -68,6 +75,105 @@ TEST_F(ToolsTest, CmdRunsShellCommandsAndWaitsForAService) {
     startService();
     EXPECT_EQ(0, waiting.wait().exitStatus);
     EXPECT_EQ(79, wlcJson("power")["negotiatedPower"]);
+}
+
+// A service of this process in the real one's place: its reports steer terminals, and its methods
+// answer when the latch lets them.
+class StrangeServiceTest : public ToolsTest {
+  protected:
+    void SetUp() override {
+        static AIBinder_Class* const sClass = [] {
+            AIBinder_Class* made = AIBinder_Class_define(
+                aidl::vendor::zorvak::wireless_charger::IWirelessCharger::descriptor,
+                [](void* args) { return args; }, [](void*) {},
+                [](AIBinder* binder, transaction_code_t, const AParcel*, AParcel*) {
+                    static_cast<std::latch*>(AIBinder_getUserData(binder))->wait();
+                    return binder_status_t{STATUS_UNKNOWN_TRANSACTION};
+                });
+            AIBinder_Class_setOnDump(
+                made, [](AIBinder*, int fd, const char**, uint32_t) { return say(fd); });
+            AIBinder_Class_setHandleShellCommand(
+                made, [](AIBinder*, int, int out, int err, const char**, uint32_t) {
+                    say(out);
+                    return say(err);
+                });
+            return made;
+        }();
+        ABinderProcess_startThreadPool();
+        mBinder = ndk::SpAIBinder(AIBinder_new(sClass, &mMayAnswer));
+        ASSERT_EQ(EX_NONE, AServiceManager_addService(mBinder.get(), kName));
+    }
+    void TearDown() override { mMayAnswer.count_down(); }
+
+    static binder_status_t say(int fd) {
+        const std::string text = "line\n\x1b[2J\xc2\x9b\xe2\x80\xae\xff\r";
+        return write(fd, text.data(), text.size()) < 0 ? -errno : STATUS_OK;
+    }
+
+    std::latch mMayAnswer{1};
+    ndk::SpAIBinder mBinder;
+};
+
+TEST_F(StrangeServiceTest, WhatAServiceWritesCannotSteerATerminal) {
+    const std::string shown = "line\n\\x1b[2J\\xc2\\x9b\\xe2\\x80\\xae\\xff\\x0d";
+    for (const Words& command : std::vector<Words>{{tool("dumpsys"), kName},
+                                                   {tool("cmd"), kName, "x"},
+                                                   wlcCommand("dump"),
+                                                   wlcCommand("shell x")}) {
+        const Outcome outcome = run(command);
+        EXPECT_EQ(shown, outcome.out) << command[0];
+        EXPECT_THAT(outcome.err, testing::AnyOf("", shown)) << command[0];
+    }
+    EXPECT_THAT(wlc("--json dump").out, testing::MatchesRegex("[ -~]*\n"));
+    for (const char* name : {"dumpsys", "cmd"}) {
+        EXPECT_THAT(run({tool(name), "\x1b[2J"}).err, HasSubstr("\\x1b[2J"));
+    }
+}
+
+TEST_F(StrangeServiceTest, SilentServiceIsGivenUp) {
+    for (const char* command :
+         {"version", "fan list", "watch", "auth", "auth digests", "firmware update " WLC_PROGRAM}) {
+        SCOPED_TRACE(command);
+        const Outcome text = wlc(std::string("--timeout 0.3 ") + command);
+        EXPECT_EQ(3, text.exitStatus);
+        EXPECT_THAT(text.err,
+                    testing::EndsWith("no answer from the service within 0.3 s; --timeout "
+                                      "SECONDS waits longer\n"));
+        EXPECT_THAT(wlc(std::string("--json --timeout 0.3 ") + command).out,
+                    HasSubstr("{\"error\":{\"code\":0,\"name\":\"NO_ANSWER\""));
+    }
+}
+
+TEST_F(ToolsTest, NamesAndPropertiesAreShownEscaped) {
+    const std::string value = "a\n[forged]: [b]\x1b\xc2\x9b";
+    ASSERT_EQ(0, run({tool("setprop"), "test.value", value}).exitStatus);
+    const std::string shown = "a\\x0a[forged]: [b]\\x1b\\xc2\\x9b";
+    EXPECT_EQ(shown + "\n", run({tool("getprop"), "test.value"}).out);
+    EXPECT_THAT(run({tool("getprop")}).out, HasSubstr("[test.value]: [" + shown + "]\n"));
+    EXPECT_EQ("Service \\x1b: not found\n", run({tool("service"), "check", "\x1b"}).out);
+}
+
+TEST_F(ToolsTest, OutputThatNobodyReadsEndsThemAndKillsNone) {
+    const struct {
+        std::string command;
+        int status;
+    } kCases[] = {
+        {WLC_PROGRAM " info", 1},
+        {WLC_PROGRAM " --json info", 1},
+        {WLC_PROGRAM " dump", 0},
+        {tool("dumpsys") + " " + kName, 0},
+        {tool("cmd") + " -l", 0},
+        // The update is finished all the same.
+        {WLC_PROGRAM " firmware update " + file("image", std::string(100000, 'x')), 1},
+    };
+    for (const auto& item : kCases) {
+        // The reader has gone before the command starts.
+        const Outcome outcome =
+            run({"/bin/bash", "-c", "exec 3> >(true); wait $!; " + item.command + " >&3; exit $?"});
+        EXPECT_EQ(item.status, outcome.exitStatus) << item.command << outcome.err;
+        EXPECT_EQ(item.status == 1, outcome.err.find("Broken pipe") != std::string::npos);
+    }
+    EXPECT_EQ(100000, dockStatus()["firmware"][0]["executedSize"]);
 }
 
 TEST_F(ToolsTest, WrongUsageExitsTwo) {

@@ -77,9 +77,31 @@ TEST_F(WatchTest, ServiceThatDiesEndsItWithThree) {
     killService();
     const Outcome outcome = process->wait();
     EXPECT_EQ(3, outcome.exitStatus);
+    EXPECT_EQ("watching align, rtx, fan\n", outcome.err);
     const auto objects = jsonLines(outcome.out);
     ASSERT_EQ(1u, objects.size());
     EXPECT_EQ("NO_SERVICE", objects[0]["error"]["name"]);
+}
+
+TEST_F(WatchTest, WithReconnectItSubscribesAgainAndSaysThatEventsMayBeMissing) {
+    const auto text = watch("watch fan --reconnect --count 2");
+    const auto json = watch("--json watch fan --reconnect --count 2");
+    const auto interrupted = watch("watch fan --reconnect");
+    dock("fan-level 7");
+    ASSERT_TRUE(text->waitForOutput("level 7"));
+    killService();
+    ASSERT_TRUE(interrupted->waitForError("waiting for it"));
+    interrupted->signal(SIGINT);
+    EXPECT_EQ(0, interrupted->wait().exitStatus);
+    startService();
+    ASSERT_TRUE(text->waitForError("watching again; events may have been missed"));
+    ASSERT_TRUE(json->waitForOutput("reconnected"));
+    dock("fan-level 9");
+    EXPECT_EQ("fan    level 7\nfan    level 9\n", text->wait().out);
+    const auto objects = jsonLines(json->wait().out);
+    ASSERT_EQ(3u, objects.size());
+    EXPECT_EQ(nlohmann::json({{"event", "reconnected"}, {"missed", true}}), objects[1]);
+    EXPECT_EQ(nlohmann::json({{"event", "fan"}, {"level", 9}}), objects[2]);
 }
 
 TEST_F(WatchTest, SubscriberThatIsKilledIsForgotten) {

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "time_limit.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <string>
+
+#include "failure.h"
+
+namespace wlc {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Setting the timer is a system call, which need not be made for each chunk of an update.
+constexpr std::chrono::milliseconds kGrain(50);
+
+double gSeconds = 0;
+Clock::time_point gBegan;
+// What the signal handler writes, and where.
+std::string gText;
+int gOutput = STDERR_FILENO;
+
+void onTimeUp(int) {
+    pollfd ready = {gOutput, POLLOUT, 0};
+    if (poll(&ready, 1, 0) == 1) {
+        [[maybe_unused]] const ssize_t written = write(gOutput, gText.data(), gText.size());
+    }
+    _exit(kNoService);
+}
+
+void setTimer(double seconds) {
+    itimerval timer = {};
+    timer.it_value.tv_sec = static_cast<time_t>(seconds);
+    timer.it_value.tv_usec = static_cast<suseconds_t>((seconds - std::floor(seconds)) * 1e6);
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+}  // namespace
+
+void limitAnswerTime(double seconds, bool json) {
+    unlimitAnswerTime();
+    const std::string message = fmt::format(
+        "no answer from the service within {:g} s; --timeout SECONDS waits longer", seconds);
+    const Json error = {{"error", {{"code", 0}, {"name", "NO_ANSWER"}, {"message", message}}}};
+    gText = (json ? toText(error) : "wlc: " + message) + "\n";
+    gOutput = json ? STDOUT_FILENO : STDERR_FILENO;
+    gSeconds = seconds;
+    gBegan = Clock::now();
+    struct sigaction action = {};
+    action.sa_handler = onTimeUp;
+    sigaction(SIGALRM, &action, nullptr);
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGALRM);
+    sigprocmask(SIG_UNBLOCK, &set, nullptr);
+    setTimer(seconds);
+}
+
+void noteAnswer() {
+    if (gSeconds == 0) return;
+    const auto now = Clock::now();
+    if (now - gBegan < kGrain) return;
+    gBegan = now;
+    setTimer(gSeconds);
+}
+
+void unlimitAnswerTime() {
+    gSeconds = 0;
+    setTimer(0);
+}
+
+}  // namespace wlc
