@@ -8,10 +8,10 @@
 //
 //     MM-DD HH:MM:SS.mmm  PID  TID P TAG: text
 //
-// One line feed at the end of the text is dropped. Every other one, and what else could forge a line
-// or steer a terminal, is escaped (see host/escape.h): who wants several lines logs several entries.
-// A line has at most 4,096 bytes; "..." ends one that was cut. A FATAL entry that knows its place in
-// the source begins with "file:line] "; only such an entry allocates memory.
+// One line feed at the end of the text is dropped. Every other one, and what else could forge a
+// line or steer a terminal, is escaped (see host/escape.h): who wants several lines logs several
+// entries. A line has at most 4,096 bytes; "..." ends one that was cut. A FATAL entry that knows
+// its place in the source begins with "file:line] "; only such an entry allocates memory.
 //
 // Of the warnings and errors from one place in the source at most 20 a second are written, and as
 // many of those that do not tell their place; the number omitted is logged before the next one.
