@@ -11,7 +11,6 @@
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 #include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
@@ -38,9 +37,9 @@ char letterOf(int priority) {
 // Files never wait for a reader. Whether the last line went to one is what is looked for first.
 std::atomic<bool> gToFile{false};
 
+// Whether it can be sought in, as what a reader empties cannot.
 bool isFile(int fd) {
-    struct stat info;
-    return fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    return lseek(fd, 0, SEEK_CUR) >= 0;
 }
 
 // Writes what the descriptor takes at once. Its description may be shared with other processes, so
