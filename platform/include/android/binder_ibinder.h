@@ -129,9 +129,9 @@ binder_status_t AIBinder_ping(AIBinder* _Nullable binder);
 
 // Has the object write its report to `fd`, which the caller keeps. `args` are numArgs
 // NUL-terminated texts. STATUS_UNEXPECTED_NULL for a null object, STATUS_FAILED_TRANSACTION for an
-// `fd` that is not open, STATUS_FDS_NOT_ALLOWED when the session carries no descriptors. Blocks until
-// the object has finished. An object of another process writes into a pipe of its own runtime,
-// which passes the bytes on; on the platform it writes to `fd` itself.
+// `fd` that is not open, STATUS_FDS_NOT_ALLOWED when the session carries no descriptors. Blocks
+// until the object has finished. An object of another process writes into a pipe of its own
+// runtime, which passes the bytes on; on the platform it writes to `fd` itself.
 binder_status_t AIBinder_dump(AIBinder* _Nullable binder, int fd,
                               const char* _Nullable* _Nullable args, uint32_t numArgs);
 
@@ -193,10 +193,10 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* _Nullable binder,
 // when the call is on its way: calls on one object arrive in the order they were made.
 //
 // STATUS_DEAD_OBJECT when the other process is gone, STATUS_WOULD_BLOCK when it has no connection
-// for calls from this side, STATUS_FAILED_TRANSACTION when the call is too large (100,000 bytes; over
-// the platform's kernel driver about 1 MiB) or when a oneway call finds its queue full,
-// STATUS_UNKNOWN_TRANSACTION when `code` is no method's or the object does not know it, and whatever
-// transport status the object's onTransact returned.
+// for calls from this side, STATUS_FAILED_TRANSACTION when the call is too large (100,000 bytes;
+// over the platform's kernel driver about 1 MiB) or when a oneway call finds its queue full,
+// STATUS_UNKNOWN_TRANSACTION when `code` is no method's or the object does not know it, and
+// whatever transport status the object's onTransact returned.
 //
 // Where it differs: a server does not wait for its clients as they wait for it. A client that does
 // not answer a call of its server within five seconds, or lets its oneway queue fill up, loses its
