@@ -9,10 +9,9 @@
 // service manager process. A registered name is a Unix socket below $ANDROID_HOST_DIR, which only
 // processes of the same user can reach; a server of any other make that listens there is found too.
 // Where it differs:
-//   a second registration of a name   is refused while the first one's process lives. The
-//   platform's
-//                                     service manager replaces the first, whose clients keep it.
-//   the object of another process     cannot be registered. The platform allows it.
+//   a second registration of a name  is refused while the first one's process lives. The platform
+//                                    replaces the first, whose clients keep it.
+//   the object of another process    cannot be registered. The platform allows it.
 
 #pragma once
 
