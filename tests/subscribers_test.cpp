@@ -247,6 +247,37 @@ TEST_F(SubscribersTest, StoppedOneDelaysNobodyIsDroppedWhenFullAndMayComeAgain) 
     EXPECT_EQ(dropped, system.countInLog(kDropped));
 }
 
+TEST_F(SubscribersTest, StoppedWatchLearnsThatItWasDroppedAndSubscribesAgain) {
+    Process watch({program("wlc"), "--json", "watch", "align", "--reconnect"});
+    ASSERT_TRUE(watch.waitForError("watching"));
+    watch.signal(SIGSTOP);
+    int sent = 0;
+    while (system.countInLog("Error in AlignChanged()") == 0) {
+        ASSERT_LT(++sent, 20'000) << "its queue has no end";
+        ASSERT_TRUE(sendEvent());
+    }
+    watch.signal(SIGCONT);
+    EXPECT_TRUE(watch.waitForOutput("\"reconnected\""));
+    ASSERT_TRUE(sendEvent());
+    EXPECT_TRUE(watch.waitForOutput("\"value1\":" + std::to_string(mNumber)));
+}
+
+// Nothing that the service itself sees: the argument arrives as null.
+TEST_F(SubscribersTest, ObjectOfAnotherInterfaceIsRefusedAsNoCallback) {
+    const auto fan = ndk::SharedRefBase::make<FanSubscriber>();
+    const ndk::SpAIBinder service = mClient->asBinder();
+    ndk::ScopedAParcel in;
+    ndk::ScopedAParcel out;
+    ndk::ScopedAStatus status;
+    constexpr transaction_code_t kRegisterCallback = 15;
+    ASSERT_EQ(STATUS_OK, AIBinder_prepareTransaction(service.get(), in.getR()));
+    ASSERT_EQ(STATUS_OK, AParcel_writeStrongBinder(in.get(), fan->asBinder().get()));
+    ASSERT_EQ(STATUS_OK,
+              AIBinder_transact(service.get(), kRegisterCallback, in.getR(), out.getR(), 0));
+    ASSERT_EQ(STATUS_OK, AParcel_readStatusHeader(out.get(), status.getR()));
+    EXPECT_EQ(1, status.getServiceSpecificError()) << status.getDescription();
+}
+
 TEST_F(SubscribersTest, CallbackMayRegisterUnregisterAndCall) {
     const auto next = ndk::SharedRefBase::make<AlignSubscriber>();
     const auto fan = ndk::SharedRefBase::make<FanSubscriber>();
