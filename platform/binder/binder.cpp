@@ -48,8 +48,8 @@ struct Arguments {
     std::vector<const char*> pointers;
 };
 
-// Runs what writes to the descriptors. For the peer that asked for it, these become pipes of our
-// own: the writer then never waits for a stranger.
+// Runs what writes to the descriptors. When a peer requested it, they become pipes of our own, so
+// that the writer never waits for the peer.
 template <typename Run>
 binder_status_t withOutput(std::initializer_list<unique_fd*> fds, Run run) {
     Connection* requester = ServingContext::takeRequester();

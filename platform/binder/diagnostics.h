@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Threads of their own for dumps and shell commands of other processes. Such a call may take long
-// and waits for strangers, so it never occupies a thread of the pool.
+// and waits for whoever requested it, so it never occupies a thread of the pool.
 #pragma once
 
 #include <android-base/thread_annotations.h>

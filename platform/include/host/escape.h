@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// Not part of Android: the one place that makes texts of strangers fit to be shown. A text is a
-// stranger's when it came from another process, a file, a dock or a command line. Every program
+// Not part of Android: the one place that makes untrusted text fit to be shown. Text is
+// untrusted when it came from another process, a file, a dock or a command line. Every program
 // passes such text through here before it prints or logs it, wherever the output goes.
 //
 // Control characters, characters that break lines or turn the direction of writing (isControl in

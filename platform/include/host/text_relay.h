@@ -9,9 +9,9 @@
 
 namespace android::host {
 
-// A pipe for a stranger to write text into, which a thread of its own copies to a descriptor,
+// A pipe for another process to write text into, which a thread of its own copies to a descriptor,
 // escaped as host/escape.h says with line feeds kept. When that descriptor takes no more (its
-// reader has gone), the pipe is closed, so that the stranger notices. The process has to ignore
+// reader has gone), the pipe is closed, so that the writer notices. The process has to ignore
 // SIGPIPE.
 class TextRelay {
   public:

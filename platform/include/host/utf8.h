@@ -7,7 +7,7 @@
 
 #include <string_view>
 
-// Not part of Android: texts of strangers, character by character.
+// Not part of Android: untrusted text, character by character.
 
 namespace android::host {
 
