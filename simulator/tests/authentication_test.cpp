@@ -38,50 +38,10 @@ ByteVector certificateRequest(uint8_t slot, uint32_t offset, uint32_t length) {
             static_cast<uint8_t>(offset), static_cast<uint8_t>(length)};
 }
 
-// The chain read in pieces, until it is as long as it says.
-ByteVector readChain(WpcAuthenticator* dock, uint8_t slot, uint32_t piece) {
-    ByteVector chain;
-    do {
-        const ByteVector answer =
-            ask(dock, kGetCertificate,
-                certificateRequest(slot, static_cast<uint32_t>(chain.size()), piece));
-        if (answer.size() < 2 || answer[0] != 0x12) {
-            ADD_FAILURE() << "no piece at " << chain.size();
-            return chain;
-        }
-        chain.insert(chain.end(), answer.begin() + 1, answer.end());
-    } while (chain.size() < 2 || chain.size() < static_cast<size_t>(chain[0] << 8 | chain[1]));
-    return chain;
-}
-
 ByteVector challengeRequest(uint8_t slot, uint8_t seed) {
     ByteVector request = {0x1B, slot};
     for (uint8_t i = 0; i < 16; ++i) request.push_back(static_cast<uint8_t>(seed + i));
     return request;
-}
-
-TEST(CertificatesTest, PiecesOfAnySizeMakeTheSameChain) {
-    WpcAuthenticator dock;
-    const ByteVector chain = readChain(&dock, 0, 0);
-    EXPECT_EQ(chain.size(), 1058u) << "what clients assume";
-    for (const uint32_t piece : {1u, 127u, 529u, 1058u, 1059u}) {
-        EXPECT_EQ(readChain(&dock, 0, piece), chain) << piece;
-    }
-    dock.maxPiece = 1;
-    EXPECT_EQ(readChain(&dock, 0, 127), chain);
-    dock.maxPiece = 0;
-    EXPECT_THAT(ask(&dock, kGetCertificate, certificateRequest(0, 0, 127)), ElementsAre(0x12));
-}
-
-TEST(CertificatesTest, DigestsAreOfTheChainsAskedFor) {
-    WpcAuthenticator dock;
-    const ByteVector answer = ask(&dock, kGetDigests, {0x19, 0x0E});
-    ASSERT_EQ(answer.size(), 2u + 2 * 32);
-    EXPECT_EQ(answer[1], 0xBA);  // slots 0, 1, 3 are there; 1 and 3 were asked for
-    const ByteVector chain = readChain(&dock, 3, 0);
-    uint8_t hash[32];
-    SHA256(chain.data(), chain.size(), hash);
-    EXPECT_TRUE(std::equal(hash, hash + 32, answer.begin() + 34));
 }
 
 TEST(CertificatesTest, NonsenseIsAnsweredWithErrors) {

@@ -35,25 +35,24 @@ class TempFolder {
     std::string mPath;
 };
 
-inline int boundSocket(const std::string& path, int type) {
+// A socket of AF_UNIX after bind() or connect() with a path.
+inline int unixSocket(const std::string& path, int type,
+                      int (*attach)(int, const sockaddr*, socklen_t)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
     const int fd = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(attach(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
     return fd;
+}
+inline int boundSocket(const std::string& path, int type) {
+    return unixSocket(path, type, ::bind);
 }
 
 // A raw connection to a control socket.
 class RawClient {
   public:
-    explicit RawClient(const std::string& path) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
-        mFd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(connect(mFd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    }
+    explicit RawClient(const std::string& path) : mFd(unixSocket(path, SOCK_STREAM, ::connect)) {}
     ~RawClient() { close(mFd); }
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
@@ -90,7 +89,7 @@ class RawClient {
     }
 
   private:
-    int mFd;
+    const int mFd;
     std::string mInput;
 };
 

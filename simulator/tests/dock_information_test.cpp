@@ -71,16 +71,6 @@ TEST(DockInformationTest, LyingLengthsAreMalformed) {
     EXPECT_TRUE(value.empty());
 }
 
-TEST(DockInformationTest, NullPointersAreRefused) {
-    const uint8_t packet[] = {0, 0};
-    const uint8_t* value;
-    uint8_t length;
-    EXPECT_EQ(getPacketTlv(nullptr, 2, 0, &value, &length), kInvalidArgument);
-    EXPECT_EQ(getPacketTlv(nullptr, 0, 0, &value, &length), kUnavailable);
-    EXPECT_EQ(getPacketTlv(packet, 2, 0, nullptr, &length), kInvalidArgument);
-    EXPECT_EQ(getPacketTlv(packet, 2, 0, &value, nullptr), kInvalidArgument);
-}
-
 TEST(DockInformationTest, LongestPacketFitsAndOneByteMoreDoesNot) {
     DockInformation information;
     information.texts[1] = information.texts[2] = information.versionName = "";

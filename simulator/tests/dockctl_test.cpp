@@ -64,12 +64,6 @@ TEST_F(DockctlTest, ExitCodesTellWhatHappened) {
     EXPECT_THAT(none.err, HasSubstr("no virtual dock at"));
 }
 
-TEST_F(DockctlTest, TyposAreAnsweredWithWhatMayBeMeant) {
-    EXPECT_THAT(dockctl("satus").err, HasSubstr("did you mean \"status\""));
-    EXPECT_THAT(dockctl("set fan.lvel 3").err, HasSubstr("did you mean \"fan.level\""));
-    EXPECT_THAT(dockctl("delay getWlcinfo 3").err, HasSubstr("did you mean \"getWlcInfo\""));
-}
-
 TEST_F(DockctlTest, JsonIsAllThatStandsOnStandardOutput) {
     for (const char* arguments : {"--json status", "--json fan-level 3", "--json fan-level x",
                                   "--json keys", "--json statsu", "--json fan-level"}) {

@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <protocol/chargelink.h>
-#include <protocol/reverselink.h>
 
 #include <atomic>
 #include <string>
@@ -221,24 +219,6 @@ TEST(ReverseTransmitTest, SwitchingIsAnnouncedOnlyWhenItChanges) {
     EXPECT_THAT(dock.clearWake(), ElementsAre(Event::kRtx));
     dock.withModel([](DockModel& model, int64_t) { model.rtx.supported = false; });
     for (int32_t type = 0; type <= 11; ++type) EXPECT_NE(dock.rtxRequest(type, area), kOk);
-}
-
-TEST(LibrariesTest, NullPointersAreRefused) {
-    uint8_t byte;
-    int32_t number;
-    EXPECT_EQ(getWlcInfo(0, nullptr), kInvalidArgument);
-    EXPECT_EQ(getWLCAlignment(&byte, &byte, &number, nullptr), kInvalidArgument);
-    EXPECT_EQ(getFeature(0, nullptr), kInvalidArgument);
-    EXPECT_EQ(uploadFwUpdateData(nullptr, 1), kInvalidArgument);
-    EXPECT_EQ(sendRtxRequest(2, nullptr), kInvalidArgument);
-}
-
-TEST(LibrariesTest, InitialisationFailsOnRequest) {
-    setenv("VIRTUAL_DOCK_FAIL_INIT", "chargelink", 1);
-    EXPECT_NE(initWlcProto(), 0);
-    setenv("VIRTUAL_DOCK_FAIL_INIT", "reverselink", 1);
-    EXPECT_NE(initRtxProto(), 0);
-    unsetenv("VIRTUAL_DOCK_FAIL_INIT");
 }
 
 }  // namespace
