@@ -106,14 +106,6 @@ TEST_P(Callbacks, SwitchOfReverseTransmitIsTold) {
     EXPECT_EQ(errorOf(charger->unregisterRtxCallback(subscriber)), 0);
 }
 
-TEST_P(Callbacks, ServiceCanBeLinkedToDeath) {
-    const ndk::ScopedAIBinder_DeathRecipient recipient(
-        AIBinder_DeathRecipient_new([](void*) { ADD_FAILURE() << "the service has died"; }));
-    AIBinder* const binder = charger->asBinder().get();
-    EXPECT_EQ(AIBinder_linkToDeath(binder, recipient.get(), nullptr), STATUS_OK);
-    EXPECT_EQ(AIBinder_unlinkToDeath(binder, recipient.get(), nullptr), STATUS_OK);
-}
-
 TEST_P(Callbacks, SubscribersThatDieAreNoObstacle) {
     const auto subscribeAndDie = [&] {
         for (const Subscription& one : oneOfEachKind()) {

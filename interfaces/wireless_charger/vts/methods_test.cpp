@@ -2,7 +2,6 @@
 // What each method may answer, and what it has to refuse.
 #include <functional>
 #include <iostream>
-#include <thread>
 
 #include "charger_vts.h"
 
@@ -199,13 +198,6 @@ class Methods : public ChargerVts {
             }
         }
     }
-
-    template <typename Answer>
-    Answer get(ScopedAStatus (I::*method)(Answer*)) {
-        Answer answer{};
-        EXPECT_EQ(errorOf((*charger.*method)(&answer)), 0);
-        return answer;
-    }
 };
 
 TEST_P(Methods, InterfaceIsTheFrozenOne) {
@@ -229,59 +221,6 @@ TEST_P(Methods, AnswersAndErrorsAreDocumented) {
 TEST_P(Methods, ArgumentsOutOfRangeAreInvalid) {
     for (const auto& [name, call] : kOutOfRange) {
         EXPECT_EQ(errorOf(call(*charger)), kInvalidArgument) << name;
-    }
-}
-
-TEST_P(Methods, SeveralThreadsAreServedAtOnce) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; i++) {
-        threads.emplace_back([&] {
-            for (const Row& row : kHarmless) {
-                if (row.fails != Fails::kNever) continue;
-                EXPECT_EQ(errorOf(row.call(*charger)), 0) << row.method;
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
-
-TEST_P(Methods, FeaturesAreReadAsTheyWereWritten) {
-    WirelessChargerFeature before{};
-    if (!charger->getFeatures(1, &before).isOk()) GTEST_SKIP() << "no features now";
-    const int error = errorOf(charger->setFeatures(1, before));
-    EXPECT_THAT(error, Within(0, static_cast<int>(ErrorCode::BUSY)));
-    WirelessChargerFeature after{};
-    if (error == 0 && charger->getFeatures(1, &after).isOk()) {
-        EXPECT_EQ(after, before);
-    }
-}
-
-TEST_P(Methods, CachedRecordIsWhatTheDockSaid) {
-    DockInfo said;
-    if (!charger->getInformation(&said).isOk()) GTEST_SKIP() << "the dock says nothing";
-    DockInfo cached = get(&I::getDockInformation);
-    if (!get(&I::isDockPresent).docked) GTEST_SKIP() << "the dock is gone";
-    cached.compatibility = said.compatibility;  // read afresh
-    EXPECT_EQ(cached.toString(), said.toString());
-}
-
-TEST_P(Methods, QiIdAloneIsTakenOver) {
-    const DockInfo before = get(&I::getDockInformation);
-    DockInfo given;
-    given.qiId = "not a number";
-    given.infoText0 = "not of the dock";
-    DockInfo restored;
-    restored.qiId = before.qiId;
-    for (const auto& [info, qiId] : std::vector<std::pair<WlcInfo, std::string>>{
-             {WlcInfo::make<WlcInfo::Tag::dockInfo>(given), given.qiId},
-             {WlcInfo::make<WlcInfo::Tag::phoneInfo>(PhoneInfo()), given.qiId},
-             {WlcInfo::make<WlcInfo::Tag::powerInfo>(PowerInfo()), given.qiId},
-             {WlcInfo::make<WlcInfo::Tag::dockInfo>(restored), before.qiId}}) {
-        SCOPED_TRACE(info.toString());
-        EXPECT_EQ(errorOf(charger->updateInformation(info)), 0);
-        const DockInfo now = get(&I::getDockInformation);
-        EXPECT_EQ(now.qiId, qiId);
-        EXPECT_EQ(now.infoText0, before.infoText0);
     }
 }
 

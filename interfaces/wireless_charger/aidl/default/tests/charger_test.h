@@ -2,13 +2,11 @@
 /* What the tests of the service share: a service on the fake libraries, without an event thread. */
 #pragma once
 
-#include <android/log.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
+#include <stdio.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,37 +28,6 @@ inline int errorOf(const ndk::ScopedAStatus& status) {
     return status.getExceptionCode() == EX_SERVICE_SPECIFIC ? status.getServiceSpecificError() : -1;
 }
 
-/** The log while it exists, an entry "P text" a line: priority and message. */
-class LogCapture {
-  public:
-    LogCapture() {
-        std::lock_guard lock(sLock);
-        sLines.clear();
-        __android_log_set_logger([](const __android_log_message* message) {
-            std::lock_guard captureLock(sLock);
-            sLines.push_back(std::string(1, "??VDIWEF"[message->priority]) + " " +
-                             message->message);
-        });
-        __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
-    }
-    ~LogCapture() { __android_log_set_logger(__android_log_logd_logger); }
-
-    /** The entries since the last call, without those of the event thread's start. */
-    std::vector<std::string> take() {
-        std::lock_guard lock(sLock);
-        std::vector<std::string> lines = std::exchange(sLines, {});
-        std::erase_if(lines, [](const std::string& line) {
-            return line == "I WirelessEventThread started" ||
-                   line == "E failed to open uevent socket";
-        });
-        return lines;
-    }
-
-  private:
-    static inline std::mutex sLock;
-    static inline std::vector<std::string> sLines;
-};
-
 class ChargerTest : public testing::Test {
   protected:
     ChargerTest() { fake::reset(); }
@@ -77,6 +44,18 @@ class ChargerTest : public testing::Test {
         EXPECT_EQ(charger->handleShellCommand(-1, -1, -1, args.data(),
                                               static_cast<uint32_t>(args.size())),
                   STATUS_OK);
+    }
+
+    /** The state report. */
+    std::string dump(std::vector<const char*> args = {}) {
+        FILE* file = tmpfile();
+        EXPECT_EQ(charger->dump(fileno(file), args.data(), static_cast<uint32_t>(args.size())),
+                  STATUS_OK);
+        rewind(file);
+        std::string text(20000, '\0');
+        text.resize(fread(text.data(), 1, text.size(), file));
+        fclose(file);
+        return text;
     }
 
     const std::shared_ptr<WirelessCharger> charger = ndk::SharedRefBase::make<WirelessCharger>();

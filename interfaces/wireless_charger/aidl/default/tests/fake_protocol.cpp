@@ -71,7 +71,7 @@ uint32_t getWlcInfo(int32_t selector, uint32_t* value) {
     auto found = protocol().values.find(selector);
     if (found == protocol().values.end()) {
         *value = 0xDEADBEEF;  // valid only on success
-        return protocol().valueError;
+        return 6;
     }
     *value = found->second;
     return 0;

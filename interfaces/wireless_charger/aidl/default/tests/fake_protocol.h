@@ -58,9 +58,8 @@ struct RtxText {
 struct Protocol {
     // Script. Empty: success without an answer.
     std::function<Answer(const Sent&)> answer;
-    // A selector that is not there fails with valueError.
+    // A selector that is not there fails with 6.
     std::map<int32_t, uint32_t> values;
-    uint32_t valueError = 6;
     Alignment alignment;
     std::map<int64_t, int64_t> features;
     uint32_t simpleResult = 0;  // of getFeature, setFeature, setAuthStart
