@@ -160,9 +160,7 @@ TEST_F(AuthAnswerTest, DigestsAreUnpackedBySlot) {
     answer.insert(answer.end(), 32, 0xB1);
     answer.insert(answer.end(), 32, 0xB3);
     fake::answerAll({.bytes = answer});
-    WpcAuthDigests digests;
-    digests.digest0.fill(9);
-    EXPECT_EQ(errorOf(charger->getWpcAuthDigests(0xF, &digests)), 0);
+    const WpcAuthDigests digests = ask(&W::getWpcAuthDigests, 0xF);
     EXPECT_EQ(digests.slotPopulatedMask, 15);
     EXPECT_EQ(digests.digestMask, 10);
     const auto all = [](uint8_t byte) { return testing::Each(byte); };

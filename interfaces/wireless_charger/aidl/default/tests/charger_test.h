@@ -8,12 +8,16 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "WirelessCharger.h"
 #include "fake_protocol.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
+
+using W = WirelessCharger;
 
 using fake::Bytes;
 using fake::hex;
@@ -44,6 +48,15 @@ class ChargerTest : public testing::Test {
         EXPECT_EQ(charger->handleShellCommand(-1, -1, -1, args.data(),
                                               static_cast<uint32_t>(args.size())),
                   STATUS_OK);
+    }
+
+    /** What a method answers; fails the test when it fails. */
+    template <typename... Parameters, typename... Arguments>
+    auto ask(ndk::ScopedAStatus (WirelessCharger::*method)(Parameters...), Arguments... arguments) {
+        using Out = std::tuple_element_t<sizeof...(Arguments), std::tuple<Parameters...>>;
+        std::remove_pointer_t<Out> answer{};
+        EXPECT_EQ(errorOf((charger.get()->*method)(arguments..., &answer)), 0);
+        return answer;
     }
 
     /** The state report. */

@@ -81,11 +81,7 @@ TEST_F(DumpTest, UnwritableDescriptorDoesNoHarm) {
 
 class ShellTest : public ChargerTest {
   protected:
-    int maxPower() {
-        PowerInfo info;
-        charger->getPowerInformation(&info);
-        return info.maxPower;
-    }
+    int maxPower() { return ask(&W::getPowerInformation).maxPower; }
     /** How many requests a command sends. */
     size_t sentBy(std::vector<const char*> args) {
         shell(std::move(args));

@@ -19,11 +19,8 @@ class FirmwareTest : public ChargerTest {
         return errorOf(charger->getFwUpdateInformation(target, &info));
     }
     int start(bool fresh, int major = 0x109, int minor = 8) {
-        FirmwareVersion version;
-        version.major = major;
-        version.minor = minor;
         FwUpdateStartResponse response;
-        return errorOf(charger->fwUpdateStart(0, 100, 10, fresh, version, &response));
+        return errorOf(charger->fwUpdateStart(0, 100, 10, fresh, {major, minor, ""}, &response));
     }
     int chunk(int8_t target, int32_t number) {
         int32_t next = -1;
@@ -162,70 +159,57 @@ TEST_F(FirmwareTest, ChunkAnswerHasToMatchTheTarget) {
 }
 
 TEST_F(FirmwareTest, AnswersAreReadAtTheirPlaces) {
-    FwUpdateInfo info;
     answer("81 01 02 03 F4 FC FF FE");
-    EXPECT_EQ(errorOf(charger->getFwUpdateInformation(1, &info)), 0);
-    EXPECT_EQ(info.toString(),
+    EXPECT_EQ(ask(&W::getFwUpdateInformation, 1).toString(),
               "FwUpdateInfo{target: -127, maxSize: -201129471, maxChunkSize: -4, "
               "version: FirmwareVersion{major: 255, minor: 254, name: }}");
 
-    FwUpdateStartResponse start;
     answer("01 01 F0 65");
-    EXPECT_EQ(errorOf(charger->fwUpdateStart(1, 0, 0, true, {}, &start)), 0);
-    EXPECT_EQ(start.toString(),
+    EXPECT_EQ(ask(&W::fwUpdateStart, 1, 0, 0, true, FirmwareVersion()).toString(),
               "FwUpdateStartResponse{resume: 1, chunkSize: -16, progress: -1, target: 1}");
     answer("01 02");
-    EXPECT_EQ(errorOf(charger->fwUpdateStart(1, 0, 0, true, {}, &start)), 2);
+    EXPECT_EQ(start(true), 2);
 
-    ChunkResponse chunk;
     answer("01 FE FF F6 28");
-    EXPECT_EQ(errorOf(charger->sendCompressFwChunk(1, 0, 0, {}, &chunk)), 0);
-    EXPECT_EQ(chunk.toString(), "ChunkResponse{boostTemp: -10, puckTemp: 40, next: 65534}");
+    EXPECT_EQ(ask(&W::sendCompressFwChunk, 1, 0, 0, Bytes()).toString(),
+              "ChunkResponse{boostTemp: -10, puckTemp: 40, next: 65534}");
 
-    FwMissingChunk missing;
     answer("FF FE FF 03 80");
-    EXPECT_EQ(errorOf(charger->getFirstFwMissingChunk(1, &missing)), 0);
-    EXPECT_EQ(missing.toString(),
+    EXPECT_EQ(ask(&W::getFirstFwMissingChunk, 1).toString(),
               "FwMissingChunk{target: -1, chunkNumber: 65534, numChunks: 32771}");
 
-    FwUpdateStatus status;
     answer("01 02 64");
-    EXPECT_EQ(errorOf(charger->getFwUpdateExecutionStatus(1, &status)), 0);
-    EXPECT_EQ(status.toString(), "FwUpdateStatus{status: 2, progress: 100, target: 1}");
+    EXPECT_EQ(ask(&W::getFwUpdateExecutionStatus, 1).toString(),
+              "FwUpdateStatus{status: 2, progress: 100, target: 1}");
     for (const char* other : {"01 03", "01 FF"}) {
         answer(other);
-        EXPECT_EQ(errorOf(charger->getFwUpdateExecutionStatus(1, &status)), 0);
-        EXPECT_EQ(status.status, 16);
+        EXPECT_EQ(ask(&W::getFwUpdateExecutionStatus, 1).status, 16);
     }
 }
 
 TEST_F(FirmwareTest, LegacyAnswersAreReadAtTheirPlaces) {
-    UpdateInfo info;
     answer("99 01 02 03 F4 05");
-    EXPECT_EQ(errorOf(charger->getUpdateInformation(&info)), 0);
-    EXPECT_EQ(info.toString(), "UpdateInfo{maxSize: -201129471, infoByte4: -12, infoByte5: 5}");
+    EXPECT_EQ(ask(&W::getUpdateInformation).toString(),
+              "UpdateInfo{maxSize: -201129471, infoByte4: -12, infoByte5: 5}");
 
-    MissingChunk missing;
     answer("01 02 03 F4");
-    EXPECT_EQ(errorOf(charger->getFirstMissingChunk(&missing)), 0);
+    const MissingChunk missing = ask(&W::getFirstMissingChunk);
     EXPECT_EQ(missing.chunkNumber, 0x0201);
     EXPECT_EQ(missing.numChunks, 0xF403);
 
     char16_t next = 5;
     answer("FE FF");
-    EXPECT_EQ(errorOf(charger->sendChunk(0, 0, {}, &next)), 0);
-    EXPECT_EQ(next, 0xFFFE);
+    EXPECT_EQ(ask(&W::sendChunk, 0, 0, Bytes()), 0xFFFE);
     fail(1);
     EXPECT_EQ(errorOf(charger->sendChunk(0, 0, {}, &next)), 2);
     EXPECT_EQ(next, 0);
 
     ExecuteStatus status = ExecuteStatus::ACCEPTED;
     answer("03");
-    EXPECT_EQ(errorOf(charger->executeUpdate(&status)), 0);
-    EXPECT_EQ(status, ExecuteStatus(3));
+    EXPECT_EQ(ask(&W::executeUpdate), ExecuteStatus(3));
     answer("04");
     EXPECT_EQ(errorOf(charger->executeUpdate(&status)), 2);
-    EXPECT_EQ(status, ExecuteStatus(3));
+    EXPECT_EQ(status, ExecuteStatus::ACCEPTED);
 
     UpdateStatus progress;
     progress.status = 9;
@@ -233,11 +217,10 @@ TEST_F(FirmwareTest, LegacyAnswersAreReadAtTheirPlaces) {
     EXPECT_EQ(errorOf(charger->getUpdateExecutionStatus(&progress)), 0);
     EXPECT_EQ(progress.toString(), "UpdateStatus{status: 9, progress: 100}");
     answer("02 9C");
-    EXPECT_EQ(errorOf(charger->getUpdateExecutionStatus(&progress)), 0);
-    EXPECT_EQ(progress.toString(), "UpdateStatus{status: 2, progress: -100}");
+    EXPECT_EQ(ask(&W::getUpdateExecutionStatus).toString(),
+              "UpdateStatus{status: 2, progress: -100}");
 
-    for (const auto& [bytes, error] :
-         std::vector<std::pair<const char*, int>>{{"00", 0}, {"01", 0}, {"02", 2}, {"FF", 2}}) {
+    for (const auto& [bytes, error] : {std::pair{"00", 0}, {"01", 0}, {"02", 2}, {"FF", 2}}) {
         UpdateStartResponse start;
         start.resume = start.chunkSize = start.progress = 7;
         answer(bytes);
@@ -248,10 +231,8 @@ TEST_F(FirmwareTest, LegacyAnswersAreReadAtTheirPlaces) {
 }
 
 TEST_F(FirmwareTest, LegacyNameEndsAtAZeroByteButIsSentInItsLength) {
-    FirmwareVersion version;
-    version.name = std::string("a\0b", 3);
     UpdateStartResponse response;
-    charger->updateStart(0, 0, false, version, &response);
+    charger->updateStart(0, 0, false, {0, 0, std::string("a\0b", 3)}, &response);
     EXPECT_THAT(takeRequests(), ElementsAre(hex("00 00 00 00 00 00 00 00 61 00 00")));
 }
 

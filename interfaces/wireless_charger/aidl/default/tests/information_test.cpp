@@ -9,26 +9,10 @@ namespace {
 
 class InformationTest : public ChargerTest {
   protected:
-    int qiSpec() {
-        PhoneInfo info;
-        EXPECT_EQ(errorOf(charger->getPhoneInformation(&info)), 0);
-        return info.qiSpec;
-    }
-    DockInfo dock() {
-        DockInfo info;
-        EXPECT_EQ(errorOf(charger->getDockInformation(&info)), 0);
-        return info;
-    }
-    PowerInfo power() {
-        PowerInfo info;
-        EXPECT_EQ(errorOf(charger->getPowerInformation(&info)), 0);
-        return info;
-    }
-    DockPresent presence() {
-        DockPresent info;
-        EXPECT_EQ(errorOf(charger->isDockPresent(&info)), 0);
-        return info;
-    }
+    int qiSpec() { return ask(&W::getPhoneInformation).qiSpec; }
+    DockInfo dock() { return ask(&W::getDockInformation); }
+    PowerInfo power() { return ask(&W::getPowerInformation); }
+    DockPresent presence() { return ask(&W::isDockPresent); }
     void value(int32_t selector, int32_t value) {
         protocol().values[selector] = static_cast<uint32_t>(value);
     }
@@ -186,9 +170,7 @@ Bytes packetOf(const std::string& name, uint8_t flags, const Bytes& version) {
 }
 
 TEST_F(InformationTest, DockInformationFillsTheCache) {
-    DockInfo info;
     fake::answerAll({.bytes = packetOf("a", 0x23, hex("FF 02 41 42"))});
-    EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
     DockInfo expected;
     expected.infoText0 = "a0";
     expected.infoText1 = "a1";
@@ -196,14 +178,12 @@ TEST_F(InformationTest, DockInformationFillsTheCache) {
     expected.getInfoSupported = true;
     expected.dockKind = 2;
     expected.flagBits = 3;
-    expected.firmwareVersion.major = 255;
-    expected.firmwareVersion.minor = 2;
-    expected.firmwareVersion.name = "AB";
-    EXPECT_EQ(info, expected);
+    expected.firmwareVersion = {255, 2, "AB"};
+    EXPECT_EQ(ask(&W::getInformation), expected);
 
     // A version without a name keeps the last one.
     fake::answerAll({.bytes = packetOf("", 0x05, hex("03 04"))});
-    EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
+    const DockInfo info = ask(&W::getInformation);
     EXPECT_EQ(info.infoText0, "0");
     EXPECT_EQ(info.dockKind, 15);
     EXPECT_EQ(info.flagBits, 1);
@@ -233,9 +213,7 @@ TEST_F(InformationTest, ClientsGetTheDocksTextsAsValidUtf8) {
         fake::answerAll(
             {.bytes = packet({element(0, text(sent)), element(1, text(sent)),
                               element(2, text(sent)), element(3, {0}), element(4, version)})});
-        DockInfo info;
-        EXPECT_EQ(errorOf(charger->getInformation(&info)), 0);
-        for (const DockInfo& got : {info, dock()}) {
+        for (const DockInfo& got : {ask(&W::getInformation), dock()}) {
             EXPECT_EQ(got.infoText0, read);
             EXPECT_EQ(got.infoText1, read);
             EXPECT_EQ(got.infoText2, read);

@@ -8,8 +8,6 @@
 namespace aidl::vendor::zorvak::wireless_charger {
 namespace {
 
-using W = WirelessCharger;
-
 struct Exchange {
     const char* name;
     std::function<ndk::ScopedAStatus(W&)> call;
@@ -31,13 +29,7 @@ const std::string kKeyHex = [] {
     for (int i = 0; i < 32; i++) text += "AB ";
     return text;
 }();
-const FirmwareVersion kVersion = [] {
-    FirmwareVersion version;
-    version.major = 0x112;
-    version.minor = 0x34;
-    version.name = "ab";
-    return version;
-}();
+const FirmwareVersion kVersion{0x112, 0x34, "ab"};
 
 // clang-format off
 const Exchange kExchanges[] = {
@@ -126,8 +118,7 @@ TEST_F(ChargerTest, LargestArgumentFillsTheRequest) {
     int32_t next;
     char16_t legacyNext;
     UpdateStartResponse start;
-    FirmwareVersion longName;
-    longName.name = std::string(247, 'n');
+    const FirmwareVersion longName{0, 0, std::string(247, 'n')};
     charger->sendFwChunk(1, 0, 0, Bytes(252, 1), &next);
     charger->sendChunk(0, 0, Bytes(253, 1), &legacyNext);
     charger->updateStart(0, 0, true, longName, &start);
@@ -139,35 +130,28 @@ TEST_F(ChargerTest, LargestArgumentFillsTheRequest) {
 TEST_F(ChargerTest, AnswersAreReadAtTheirPlaces) {
     const auto with = [](const char* bytes) { fake::answerAll({.bytes = hex(bytes)}); };
 
-    FanInfo fan;
     with("0F 00 34 12 01 00 02 00 03 80");
-    EXPECT_EQ(errorOf(charger->getFanInfo(2, &fan)), 0);
+    const FanInfo fan = ask(&W::getFanInfo, 2);
     EXPECT_TRUE(fan.valid);
     EXPECT_THAT((std::vector<int>{fan.level, fan.fanValue1, fan.fanValue2, fan.fanValue3}),
                 ElementsAre(0x1234, 1, 2, 0x8003));
-    FanInfo set;
     with("0F 01 34 12 01 00 02 00 03 80");
-    EXPECT_EQ(errorOf(charger->setFan(2, FanMode::AUTO, 0, &set)), 0);
+    const FanInfo set = ask(&W::setFan, 2, FanMode::AUTO, 0);
     EXPECT_FALSE(set.valid);
     EXPECT_THAT((std::vector<int>{set.level, set.fanValue1}), ElementsAre(0x1234, 0));
 
-    SkinTemp skin;
     with("F6 28");
-    EXPECT_EQ(errorOf(charger->getSkinTemperature(&skin)), 0);
-    EXPECT_EQ(skin.boostTemp, -10);
-    EXPECT_EQ(skin.puckTemp, 40);
+    EXPECT_EQ(ask(&W::getSkinTemperature).toString(), "SkinTemp{boostTemp: -10, puckTemp: 40}");
 
-    Bytes answer;
     with("08 11 12 13 14 15 16 17 18 99");
-    EXPECT_EQ(errorOf(charger->challenge(5, kNonce, &answer)), 0);
-    EXPECT_EQ(answer, hex("11 12 13 14 15 16 17 18"));
+    EXPECT_EQ(ask(&W::challenge, 5, kNonce), hex("11 12 13 14 15 16 17 18"));
     with("07 11 12 13 14 15 16 17 18");
+    Bytes answer;
     EXPECT_EQ(errorOf(charger->challenge(5, kNonce, &answer)), 2);
 
     // What a short answer does not cover is the request, then zeros.
-    KeyExchangeResponse key;
     with("FF");
-    EXPECT_EQ(errorOf(charger->keyExchange(kKey, &key)), 0);
+    const KeyExchangeResponse key = ask(&W::keyExchange, kKey);
     EXPECT_EQ(key.header, -1);
     Bytes expected(31, 0xAB);
     expected.push_back(0);
@@ -179,8 +163,7 @@ TEST_F(ChargerTest, FanLevelIsReadWithoutTheDock) {
     EXPECT_EQ(errorOf(charger->getFanLevel(&level)), 4);
     EXPECT_EQ(level, -1);
     protocol().values[6] = 300;
-    EXPECT_EQ(errorOf(charger->getFanLevel(&level)), 0);
-    EXPECT_EQ(level, 300);
+    EXPECT_EQ(ask(&W::getFanLevel), 300);
     EXPECT_THAT(protocol().sent, IsEmpty());
 }
 
