@@ -118,10 +118,8 @@ TEST(SecretExchangeTest, ClientCanCheckChallengeBeforeAndAfterKeyExchange) {
     EVP_PKEY_derive_set_peer(context, peer.get());
     ASSERT_EQ(EVP_PKEY_derive(context, secret.data(), &length), 1);
     EVP_PKEY_CTX_free(context);
-    ByteVector session;
-    for (const char c : std::string("virtual dock session")) {
-        session.push_back(static_cast<uint8_t>(c));
-    }
+    const std::string label = "virtual dock session";
+    ByteVector session(label.begin(), label.end());
     session.insert(session.end(), secret.begin(), secret.end());
     session.insert(session.end(), ownKey.begin(), ownKey.end());
     session.insert(session.end(), exchanged.bytes().begin() + 1, exchanged.bytes().end());

@@ -63,10 +63,8 @@ TEST(ControlSocketTest, WrongLinesAreRefusedAndChangeNothing) {
         const char* message;
     } kCases[] = {
         {"", "empty line"},
-        {"   ", "empty line"},
         {"statsu", "did you mean \\\"status\\\""},
         {"set fan.levl 3", "did you mean \\\"fan.level\\\""},
-        {"set zzzzzzzzz 3", "unknown key"},
         {"set fan.level", "usage: set KEY VALUE"},
         {"set fan.level 4294967296", "0..4294967295"},
         {"set fan.level 0x", "no value"},
@@ -79,7 +77,6 @@ TEST(ControlSocketTest, WrongLinesAreRefusedAndChangeNothing) {
         {"answer sendBidiRequest 0F0", "hex"},
         {"place ptcm=3", "ptmc=N"},
         {"uevent %zz", "two hex digits"},
-        {"uevent a%4", "two hex digits"},
     };
     for (const auto& each : kCases) {
         const std::string reply = client.ask(each.line);

@@ -3,13 +3,11 @@
 // dockctl as a process, against a dock of the test's own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "control_fixture.h"
+#include "process.h"
 
 namespace virtual_dock::testing {
 namespace {
@@ -17,50 +15,37 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-struct Outcome {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-std::string contents(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
+using wlc::Outcome;
 
 class DockctlTest : public ::testing::Test {
   protected:
     // `arguments` as a shell would get them.
     Outcome dockctl(const std::string& arguments, const std::string& folder = {}) {
-        const std::string out = served.folder / "out";
-        const std::string err = served.folder / "err";
         const std::string command =
             "ANDROID_HOST_DIR=" + (folder.empty() ? served.folder.path() : folder) +
-            " timeout 30 " DOCKCTL_PATH " " + arguments + " >" + out + " 2>" + err;
-        const int status = std::system(command.c_str());
-        return {WEXITSTATUS(status), contents(out), contents(err)};
+            " " DOCKCTL_PATH " " + arguments;
+        return wlc::run({"/bin/sh", "-c", command});
     }
 
     ServedDock served;
 };
 
 TEST_F(DockctlTest, ExitCodesTellWhatHappened) {
-    EXPECT_EQ(dockctl("fan-level 5").code, 0);
+    EXPECT_EQ(dockctl("fan-level 5").exitStatus, 0);
     for (size_t i = 0; i < Faults::kMaxFaults; ++i) {
         Fault fault{
             Operation::kGetWlcInfo, static_cast<int32_t>(i), Fault::Kind::kFail, 1, 0, {}, {}};
         ASSERT_TRUE(served.dock.withFaults([&](Faults& faults) { return faults.set(fault); }));
     }
-    EXPECT_EQ(dockctl("fail setQiId 3").code, 1);
-    EXPECT_EQ(dockctl("fan-level").code, 2);
-    EXPECT_EQ(dockctl("fan-level many").code, 2);
-    EXPECT_EQ(dockctl("--nonsense status").code, 2);
-    EXPECT_EQ(dockctl("").code, 2);
-    EXPECT_EQ(dockctl("--help").code, 0);
-    EXPECT_EQ(dockctl("status", "/nonexistent/nowhere").code, 3);
+    EXPECT_EQ(dockctl("fail setQiId 3").exitStatus, 1);
+    EXPECT_EQ(dockctl("fan-level").exitStatus, 2);
+    EXPECT_EQ(dockctl("fan-level many").exitStatus, 2);
+    EXPECT_EQ(dockctl("--nonsense status").exitStatus, 2);
+    EXPECT_EQ(dockctl("").exitStatus, 2);
+    EXPECT_EQ(dockctl("--help").exitStatus, 0);
+    EXPECT_EQ(dockctl("status", "/nonexistent/nowhere").exitStatus, 3);
     const Outcome none = dockctl("status", served.folder / "other");
-    EXPECT_EQ(none.code, 3);
+    EXPECT_EQ(none.exitStatus, 3);
     EXPECT_THAT(none.err, HasSubstr("no virtual dock at"));
 }
 
@@ -70,7 +55,7 @@ TEST_F(DockctlTest, JsonIsAllThatStandsOnStandardOutput) {
         const Outcome run = dockctl(arguments);
         const auto reply = nlohmann::json::parse(run.out, nullptr, false);
         ASSERT_TRUE(reply.is_object()) << arguments << ": " << run.out;
-        EXPECT_EQ(reply["ok"].get<bool>(), run.code == 0) << arguments;
+        EXPECT_EQ(reply["ok"].get<bool>(), run.exitStatus == 0) << arguments;
         EXPECT_THAT(run.err, IsEmpty()) << arguments;
     }
     const Outcome none = dockctl("--json status", served.folder / "other");
@@ -79,17 +64,16 @@ TEST_F(DockctlTest, JsonIsAllThatStandsOnStandardOutput) {
 
 TEST_F(DockctlTest, OutputThatIsNotTakenIsAnError) {
     for (const char* arguments : {"status", "--json status", "keys", "--help"}) {
-        const Outcome run = dockctl(std::string(arguments) + " >/dev/full 2>" +
-                                    (served.folder / "said") + "; exit $?");
-        EXPECT_EQ(run.code, 1) << arguments;
-        EXPECT_THAT(contents(served.folder / "said"), HasSubstr("cannot write to standard output"));
+        const Outcome run = dockctl(std::string(arguments) + " >/dev/full");
+        EXPECT_EQ(run.exitStatus, 1) << arguments;
+        EXPECT_THAT(run.err, HasSubstr("cannot write to standard output"));
     }
 }
 
 TEST_F(DockctlTest, NegativeNumbersAreArguments) {
-    EXPECT_EQ(dockctl("align 1 0 -5 -7").code, 0);
-    EXPECT_EQ(dockctl("temperature -10 -128").code, 0);
-    EXPECT_EQ(dockctl("place --id -2").code, 0);
+    EXPECT_EQ(dockctl("align 1 0 -5 -7").exitStatus, 0);
+    EXPECT_EQ(dockctl("temperature -10 -128").exitStatus, 0);
+    EXPECT_EQ(dockctl("place --id -2").exitStatus, 0);
     served.dock.withModel([](DockModel& model, int64_t) {
         EXPECT_EQ(model.charger.alignment.value1, -5);
         EXPECT_EQ(model.charger.alignment.value2, -7);
@@ -99,18 +83,18 @@ TEST_F(DockctlTest, NegativeNumbersAreArguments) {
 }
 
 TEST_F(DockctlTest, AwkwardTextsReachTheLibrary) {
-    EXPECT_EQ(dockctl("rtx text 6 '4999\\n'").code, 0);
+    EXPECT_EQ(dockctl("rtx text 6 '4999\\n'").exitStatus, 0);
     char area[20] = {};
     EXPECT_EQ(served.dock.rtxRequest(6, area), kOk);
     EXPECT_STREQ(area, "4999\n");
-    EXPECT_EQ(dockctl("rtx text 6 '\\xff\\x00 \"%'").code, 0);
+    EXPECT_EQ(dockctl("rtx text 6 '\\xff\\x00 \"%'").exitStatus, 0);
     EXPECT_EQ(served.dock.rtxRequest(6, area), kOk);
     EXPECT_EQ(std::string(area, 5), std::string("\xff\0 \"%", 5));
-    EXPECT_EQ(dockctl("rtx text 6 none").code, 0);
+    EXPECT_EQ(dockctl("rtx text 6 none").exitStatus, 0);
     EXPECT_EQ(served.dock.rtxRequest(6, area), kOk);
     EXPECT_STREQ(area, "0");
-    EXPECT_EQ(dockctl("rtx text 6 '\\q'").code, 2);
-    EXPECT_EQ(dockctl("rtx text 11 x").code, 2);
+    EXPECT_EQ(dockctl("rtx text 6 '\\q'").exitStatus, 2);
+    EXPECT_EQ(dockctl("rtx text 11 x").exitStatus, 2);
 }
 
 TEST_F(DockctlTest, LogShowsMeaningAndBytes) {
@@ -147,7 +131,7 @@ TEST_F(DockctlTest, LogOfAnyBytesIsDecoded) {
         served.dock.reset();
     }
     const Outcome run = dockctl("log");
-    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("get certificate, slot 3, offset 1795, length 1920"));
 }
 
