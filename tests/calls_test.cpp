@@ -44,42 +44,34 @@ class CallsTest : public testing::Test {
     std::atomic<int> answered = 0;
 };
 
-TEST_F(CallsTest, OneFreeThreadServesEverybodyWhileTheOthersWaitForTheDock) {
+TEST_F(CallsTest, OneFreeThreadServesEverybodyAndWithoutOneEverybodyWaits) {
     auto blocked = blockThreads(3);
-    std::vector<std::thread> clients;
-    std::atomic<int> served = 0;
-    for (int i = 0; i < 61; ++i) {
-        clients.emplace_back([&, i] {
-            const auto client = system.connect();
-            for (int call = 0; call < 20; ++call) {
-                FanInfo info;
-                const auto fan = static_cast<int8_t>(i % 8);
-                if (client->getFanInfo(fan, &info).isOk() && info.valid) ++served;
-            }
-        });
-    }
-    joinAll(&clients);
-    EXPECT_EQ(61 * 20, served);
-    EXPECT_EQ(0, answered) << "no thread was blocked";
-    system.dock("reset");
-    joinAll(&blocked);
-    EXPECT_EQ(3, answered);
-}
-
-TEST_F(CallsTest, SixtyFourClientsAreAnsweredWithFourThreadsBlockedInTheDock) {
     std::vector<std::shared_ptr<charger::IWirelessCharger>> connections;
     for (int i = 0; i < 56; ++i) connections.push_back(system.connect());
-    auto blocked = blockThreads(4);
     std::vector<std::thread> clients;
     std::atomic<int> calling = 0;
     std::atomic<int> served = 0;
-    for (const auto& connection : connections) {
-        clients.emplace_back([&] {
-            FanInfo info;
-            ++calling;
-            if (connection->getFanInfo(1, &info).isOk()) ++served;
-        });
-    }
+    const auto callFromEach = [&](int calls) {
+        for (const auto& connection : connections) {
+            clients.emplace_back([&, calls] {
+                ++calling;
+                FanInfo info;
+                for (int call = 0; call < calls; ++call) {
+                    const auto fan = static_cast<int8_t>(call % 8);
+                    if (connection->getFanInfo(fan, &info).isOk() && info.valid) ++served;
+                }
+            });
+        }
+    };
+    callFromEach(20);
+    joinAll(&clients);
+    EXPECT_EQ(56 * 20, served);
+    EXPECT_EQ(0, answered) << "no thread was blocked";
+
+    for (std::thread& last : blockThreads(1)) blocked.push_back(std::move(last));
+    calling = 0;
+    served = 0;
+    callFromEach(1);
     std::vector<std::unique_ptr<Process>> processes;
     for (int i = 0; i < 4; ++i) {
         processes.push_back(std::make_unique<Process>(

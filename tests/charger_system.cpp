@@ -84,11 +84,6 @@ std::string program(const std::string& name) {
     return std::string(PROGRAM_FOLDER) + "/" + name;
 }
 
-int numberFromEnvironment(const char* name, int otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::atoi(text);
-}
-
 Usage usageOf(pid_t pid) {
     const std::string folder = "/proc/" + std::to_string(pid);
     Usage usage;
@@ -140,11 +135,9 @@ ChargerSystem::~ChargerSystem() {
 }
 
 std::unique_ptr<Process> ChargerSystem::launch(const Words& before) {
-    // What it writes goes to a file, which takes any amount while nobody reads.
-    Words words = {"/bin/sh", "-c", "exec >>\"$0\" 2>&1; exec \"$@\"", mFolder + "/service.log"};
-    words.insert(words.end(), before.begin(), before.end());
+    Words words = before;
     words.push_back(program("vendor.zorvak.wireless_charger-service"));
-    return std::make_unique<Process>(words);
+    return std::make_unique<Process>(words, mFolder + "/service.log");
 }
 
 void ChargerSystem::start(const Words& before) {
@@ -170,6 +163,15 @@ bool ChargerSystem::hearsUevents() const {
     std::string(path).copy(address.sun_path, sizeof(address.sun_path) - 1);
     const unique_fd probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     return ::connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+}
+
+std::string ChargerSystem::stopService() {
+    if (mService == nullptr) return {};
+    std::string found = complaint();
+    mService->signal(SIGTERM);
+    if (mService->wait().signal != SIGTERM) found += "the service ended by itself\n" + log();
+    killService();
+    return found;
 }
 
 void ChargerSystem::killService() {

@@ -43,9 +43,6 @@ bool eventually(const std::function<bool()>& holds, std::chrono::seconds limit =
 // The path of one of the programs of this build.
 std::string program(const std::string& name);
 
-// The number in an environment variable, or the one given when it is not set.
-int numberFromEnvironment(const char* name, int otherwise);
-
 // What a process holds. Memory is its own anonymous memory, what a leak would make grow.
 struct Usage {
     size_t descriptors = 0;
@@ -84,6 +81,8 @@ class ChargerSystem {
     std::unique_ptr<Process> launch(const Words& before = {});
     // Launches it and waits until it has registered and listens for uevents.
     void start(const Words& before = {});
+    // Ends it as init does; what was wrong with it, as complaint() tells.
+    std::string stopService();
     void killService();
     pid_t pid() const { return mService->pid(); }
 

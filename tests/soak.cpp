@@ -18,6 +18,8 @@
 #include <exception>
 #include <random>
 #include <thread>
+#include <tuple>
+#include <type_traits>
 
 #include "charger_system.h"
 #include "subscriptions.h"
@@ -25,27 +27,10 @@
 namespace charger_system {
 namespace {
 
-using charger::ExecuteStatus;
 using charger::FirmwareVersion;
 using charger::IWirelessCharger;
+using I = IWirelessCharger;
 using Client = std::shared_ptr<IWirelessCharger>;
-
-// What is counted, by name in the summary.
-enum Work : size_t {
-    kUpdates,
-    kChunks,
-    kAuthentications,
-    kReadings,
-    kEvents,
-    kDumps,
-    kCommands,
-    kKilled,
-    kFaults,
-    kWorkCount
-};
-constexpr std::array<const char*, kWorkCount> kWorkNames = {
-    "updates", "chunks",         "authentications", "readings", "events",
-    "dumps",   "shell commands", "clients killed",  "faults"};
 
 class Soak {
   public:
@@ -63,11 +48,10 @@ class Soak {
 
     void printSummary(const std::string& wrong) const {
         std::string done;
-        for (size_t i = 0; i < kWorkCount; ++i) {
-            done +=
-                std::to_string(mDone[i]) + " " + kWorkNames[i] + (i + 1 < kWorkCount ? ", " : "");
+        for (const Work& work : mWork) {
+            done += std::to_string(work.rounds) + " x " + work.name + ", ";
         }
-        std::printf("soak (seed %u): %s: %s\n", mSeed, done.c_str(),
+        std::printf("soak (seed %u): %s%s\n", mSeed, done.c_str(),
                     wrong.empty() ? "all is as before" : wrong.c_str());
     }
 
@@ -77,26 +61,16 @@ class Soak {
     void runAll(std::chrono::seconds duration) {
         mStop = false;
         std::vector<std::thread> threads;
-        const auto add = [&](void (Soak::*work)(Random&)) {
-            threads.emplace_back([this, work, seed = mSeed + threads.size()] {
+        for (Work& work : mWork) {
+            threads.emplace_back([this, &work, seed = mSeed + threads.size()] {
                 Random random(seed);
                 try {
-                    while (!mStop) (this->*work)(random);
+                    for (; !mStop; ++work.rounds) (this->*work.round)(random);
                 } catch (const std::exception& error) {
                     giveUp(error.what());
                 }
             });
-        };
-        add(&Soak::updateFirmware);
-        add(&Soak::updateLegacyFirmware);
-        add(&Soak::authenticate);
-        add(&Soak::readEverything);
-        add(&Soak::sendEvent);
-        add(&Soak::dump);
-        add(&Soak::runShellCommand);
-        add(&Soak::comeAndGo);
-        add(&Soak::disturbTheDock);
-        add(&Soak::killClients);
+        }
         {
             std::unique_lock lock(mStopLock);
             mStopped.wait_for(lock, duration, [this] { return mStop.load(); });
@@ -130,116 +104,90 @@ class Soak {
         return usage;
     }
 
-    void count(Work work, uint64_t amount = 1) { mDone[work] += amount; }
-
     // Every call has to come back; whether it succeeds is the dock's affair.
+    template <typename... Parameters, typename... Arguments>
+    static bool ask(const Client& client, ndk::ScopedAStatus (I::*method)(Parameters...),
+                    const Arguments&... arguments) {
+        using Out = std::tuple_element_t<sizeof...(Arguments), std::tuple<Parameters...>>;
+        std::remove_pointer_t<Out> answer{};
+        return (client.get()->*method)(arguments..., &answer).isOk();
+    }
+
     void updateFirmware(Random& random) {
         const Client client = mSystem.connect();
         const auto target = static_cast<int8_t>(random() % 2);
         const bool compressed = random() % 2 == 0;
         constexpr int32_t kSize = 20'000;
         constexpr uint8_t kChunk = 200;
-        charger::FwUpdateInfo info;
-        (void)client->getFwUpdateInformation(target, &info);
+        constexpr auto kChunkByte = static_cast<int8_t>(kChunk);
+        constexpr int8_t kNoResends = 0;
+        (void)ask(client, &I::getFwUpdateInformation, target);
         const FirmwareVersion version{2, static_cast<int32_t>(random() % 10), ""};
-        charger::FwUpdateStartResponse start;
-        const ndk::ScopedAStatus started =
-            compressed
-                ? client->compressFwUpdateStart(target, kSize * 2, static_cast<int8_t>(kChunk),
-                                                true, kSize, version, &start)
-                : client->fwUpdateStart(target, kSize, static_cast<int8_t>(kChunk),
-                                        random() % 2 == 0, version, &start);
-        if (!started.isOk()) return;
+        const bool fresh = compressed || random() % 2 == 0;
+        const bool started =
+            compressed ? ask(client, &I::compressFwUpdateStart, target, kSize * 2, kChunkByte,
+                             fresh, kSize, version)
+                       : ask(client, &I::fwUpdateStart, target, kSize, kChunkByte, fresh, version);
+        if (!started) return;
         const std::vector<uint8_t> data(kChunk, static_cast<uint8_t>(random()));
         for (int32_t chunk = 0; chunk < kSize / kChunk && !mStop; ++chunk) {
-            int32_t next = 0;
-            charger::ChunkResponse response;
             if (compressed) {
-                (void)client->sendCompressFwChunk(target, chunk, 0, data, &response);
+                (void)ask(client, &I::sendCompressFwChunk, target, chunk, kNoResends, data);
             } else {
-                (void)client->sendFwChunk(target, chunk, 0, data, &next);
+                (void)ask(client, &I::sendFwChunk, target, chunk, kNoResends, data);
             }
-            count(kChunks);
         }
-        charger::FwMissingChunk missing;
-        (void)client->getFirstFwMissingChunk(target, &missing);
-        ExecuteStatus executed{};
-        (void)client->fwExecuteUpdate(target, &executed);
-        charger::FwUpdateStatus status;
-        (void)client->getFwUpdateExecutionStatus(target, &status);
+        (void)ask(client, &I::getFirstFwMissingChunk, target);
+        (void)ask(client, &I::fwExecuteUpdate, target);
+        (void)ask(client, &I::getFwUpdateExecutionStatus, target);
         (void)client->sendReboot();
-        count(kUpdates);
     }
 
     void updateLegacyFirmware(Random&) {
         const Client client = mSystem.connect();
         constexpr int32_t kSize = 10'000;
         constexpr int8_t kChunk = 100;
-        charger::UpdateInfo info;
-        (void)client->getUpdateInformation(&info);
-        charger::UpdateStartResponse start;
-        if (!client->updateStart(kSize, kChunk, true, FirmwareVersion{}, &start).isOk()) return;
+        constexpr int8_t kNoResends = 0;
+        (void)ask(client, &I::getUpdateInformation);
+        if (!ask(client, &I::updateStart, kSize, kChunk, true, FirmwareVersion{})) return;
         const std::vector<uint8_t> data(kChunk, 0x5A);
         for (char16_t chunk = 0; chunk < kSize / kChunk && !mStop; ++chunk) {
-            char16_t next = 0;
-            (void)client->sendChunk(chunk, 0, data, &next);
-            count(kChunks);
+            (void)ask(client, &I::sendChunk, chunk, kNoResends, data);
         }
-        charger::MissingChunk missing;
-        (void)client->getFirstMissingChunk(&missing);
-        ExecuteStatus executed{};
-        (void)client->executeUpdate(&executed);
-        charger::UpdateStatus status;
-        (void)client->getUpdateExecutionStatus(&status);
+        (void)ask(client, &I::getFirstMissingChunk);
+        (void)ask(client, &I::executeUpdate);
+        (void)ask(client, &I::getUpdateExecutionStatus);
         (void)client->reboot();
-        count(kUpdates);
     }
 
     void authenticate(Random& random) {
         const Client client = mSystem.connect();
         const auto slot = static_cast<int8_t>(random() % 4);
-        charger::WpcAuthDigests digests;
-        std::vector<uint8_t> chain;
-        charger::WpcAuthChallengeResponse response;
-        charger::KeyExchangeResponse exchange;
-        std::vector<uint8_t> answer;
-        bool ready = false;
-        (void)client->isAuthReady(&ready);
-        (void)client->getWpcAuthDigests(0x0F, &digests);
-        (void)client->getWpcAuthCertificate(slot, 0, 0, &chain);
-        (void)client->getWpcAuthCertificate(slot, static_cast<char16_t>(random() % 1200), 300,
-                                            &chain);
-        (void)client->getWpcAuthChallengeResponse(slot, std::vector<uint8_t>(16, 7), &response);
-        (void)client->keyExchange(std::vector<uint8_t>(32, 9), &exchange);
-        (void)client->challenge(3, std::vector<uint8_t>(8, 1), &answer);
-        count(kAuthentications);
+        const auto offset = static_cast<char16_t>(random() % 1200);
+        (void)ask(client, &I::isAuthReady);
+        (void)ask(client, &I::getWpcAuthDigests, int8_t{0x0F});
+        (void)ask(client, &I::getWpcAuthCertificate, slot, char16_t{0}, char16_t{0});
+        (void)ask(client, &I::getWpcAuthCertificate, slot, offset, char16_t{300});
+        (void)ask(client, &I::getWpcAuthChallengeResponse, slot, std::vector<uint8_t>(16, 7));
+        (void)ask(client, &I::keyExchange, std::vector<uint8_t>(32, 9));
+        (void)ask(client, &I::challenge, int8_t{3}, std::vector<uint8_t>(8, 1));
     }
 
     void readEverything(Random& random) {
         const Client client = mSystem.connect();
         for (int i = 0; i < 20; ++i) {
-            charger::DockInfo dock;
-            charger::DockPresent present;
-            charger::PhoneInfo phone;
-            charger::PowerInfo power;
-            charger::AlignInfo align;
-            charger::SkinTemp temperature;
-            charger::RtxStatusInfo rtx;
-            charger::FanInfo fan;
-            charger::WirelessChargerFeature feature;
-            (void)client->getInformation(&dock);
-            (void)client->getDockInformation(&dock);
-            (void)client->isDockPresent(&present);
-            (void)client->getPhoneInformation(&phone);
-            (void)client->getPowerInformation(&power);
-            (void)client->getAlignInfo(&align);
-            (void)client->getSkinTemperature(&temperature);
-            (void)client->getRtxInformation(&rtx);
+            (void)ask(client, &I::getInformation);
+            (void)ask(client, &I::getDockInformation);
+            (void)ask(client, &I::isDockPresent);
+            (void)ask(client, &I::getPhoneInformation);
+            (void)ask(client, &I::getPowerInformation);
+            (void)ask(client, &I::getAlignInfo);
+            (void)ask(client, &I::getSkinTemperature);
+            (void)ask(client, &I::getRtxInformation);
             (void)client->setRtxMode(random() % 2 == 0);
-            (void)client->getFanInfo(static_cast<int8_t>(random() % 9), &fan);
-            (void)client->setFan(1, charger::FanMode::MANUAL, 40, &fan);
-            (void)client->getFeatures(static_cast<int64_t>(random() % 5), &feature);
-            count(kReadings, 12);
+            (void)ask(client, &I::getFanInfo, static_cast<int8_t>(random() % 9));
+            (void)ask(client, &I::setFan, int8_t{1}, charger::FanMode::MANUAL, char16_t{40});
+            (void)ask(client, &I::getFeatures, static_cast<int64_t>(random() % 5));
         }
     }
 
@@ -251,7 +199,6 @@ class Soak {
                                            "align 0 1 2 3",  "uevent NAME=value", "rtx error 3"};
             dock.send(kLines[random() % kLines.size()]);
             (void)dock.receive();
-            count(kEvents);
         }
     }
 
@@ -261,7 +208,6 @@ class Soak {
         } else {
             (void)mSystem.subscribed();
         }
-        count(kDumps);
     }
 
     void runShellCommand(Random& random) {
@@ -278,7 +224,6 @@ class Soak {
         for (const Words& command : commands) {
             (void)host::binder::shellCommand(client->asBinder().get(), null.get(), null.get(),
                                              null.get(), command, &result);
-            count(kCommands);
         }
     }
 
@@ -325,7 +270,6 @@ class Soak {
         dockctl::Connection dock;
         dock.send(kLines[random() % kLines.size()]);
         (void)dock.receive();
-        count(kFaults);
         // So that much goes well in between.
         waitUnlessStopped(std::chrono::milliseconds(5 + random() % 30));
     }
@@ -337,7 +281,6 @@ class Soak {
         std::vector<std::unique_ptr<Process>> clients;
         for (const Words& command : commands) clients.push_back(std::make_unique<Process>(command));
         waitUnlessStopped(std::chrono::milliseconds(random() % 500));
-        count(kKilled, clients.size());
     }
 
     void waitUnlessStopped(std::chrono::milliseconds time) {
@@ -347,7 +290,21 @@ class Soak {
 
     const unsigned mSeed;
     ChargerSystem mSystem;
-    std::array<std::atomic<uint64_t>, kWorkCount> mDone = {};
+    struct Work {
+        const char* name;
+        void (Soak::*round)(Random&);
+        uint64_t rounds = 0;
+    };
+    std::array<Work, 10> mWork = {{{"firmware update", &Soak::updateFirmware},
+                                   {"legacy update", &Soak::updateLegacyFirmware},
+                                   {"authentication", &Soak::authenticate},
+                                   {"reading", &Soak::readEverything},
+                                   {"events", &Soak::sendEvent},
+                                   {"dump", &Soak::dump},
+                                   {"shell commands", &Soak::runShellCommand},
+                                   {"subscription", &Soak::comeAndGo},
+                                   {"fault", &Soak::disturbTheDock},
+                                   {"clients killed", &Soak::killClients}}};
     std::atomic<bool> mStop = false;
     std::mutex mStopLock;
     std::condition_variable mStopped;

@@ -83,19 +83,14 @@ int main(int argc, char** argv) {
         service = charger::IWirelessCharger::fromBinder(
             ndk::SpAIBinder(AServiceManager_checkService(instance.c_str())));
         if (service == nullptr) return std::string("no service");
-        for (const auto& subscriber : align) {
-            ScopedAStatus status = service->registerCallback(subscriber);
-            if (!status.isOk()) return status.getDescription();
-        }
-        for (const auto& subscriber : rtx) {
-            ScopedAStatus status = service->registerRtxCallback(subscriber);
-            if (!status.isOk()) return status.getDescription();
-        }
-        for (const auto& subscriber : fan) {
-            ScopedAStatus status = service->registerFanLevelChangedCallback(subscriber);
-            if (!status.isOk()) return status.getDescription();
-        }
-        return std::string();
+        std::string error;
+        const auto keepError = [&](const ScopedAStatus& status) {
+            if (!status.isOk()) error = status.getDescription();
+        };
+        for (const auto& one : align) keepError(service->registerCallback(one));
+        for (const auto& one : rtx) keepError(service->registerRtxCallback(one));
+        for (const auto& one : fan) keepError(service->registerFanLevelChangedCallback(one));
+        return error;
     };
     for (std::string success = "ready";; success = "registered") {
         const std::string error = registerAll();

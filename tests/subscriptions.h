@@ -49,16 +49,11 @@ class Received {
 
 class AlignSubscriber : public charger::BnWirelessChargerInfoCallback {
   public:
-    explicit AlignSubscriber(std::function<void()> then = {}) : mThen(std::move(then)) {}
     ndk::ScopedAStatus alignChanged(const charger::AlignInfo& info) override {
         received.add(info);
-        if (mThen) mThen();
         return ndk::ScopedAStatus::ok();
     }
     Received<charger::AlignInfo> received;
-
-  private:
-    const std::function<void()> mThen;
 };
 
 class RtxSubscriber : public charger::BnWirelessChargerRtxStatusCallback {

@@ -33,13 +33,12 @@ TEST_P(VtsTest, ServiceConforms) {
     ASSERT_EQ(0, mkdir((system.folder() + "/vintf").c_str(), 0700));
     std::filesystem::copy(VINTF_FRAGMENT, system.folder() + "/vintf");
     system.start();
-    for (const char* line : GetParam().dockLines) system.dock(line);
-
     const std::string tests = program("VtsHalWirelessChargerTargetTest");
     const std::string asked = run({program("dockctl"), "log"}).out;
     EXPECT_EQ(0, run({tests, "--gtest_filter=*OutOfRange*"}).exitStatus);
     EXPECT_EQ(asked, run({program("dockctl"), "log"}).out) << "the dock was sent what is invalid";
 
+    for (const char* line : GetParam().dockLines) system.dock(line);
     const Outcome vts = run({tests, "--change_dock"});
     EXPECT_EQ(0, vts.exitStatus) << vts.out << vts.err << system.log();
     EXPECT_THAT(vts.out, GetParam().output);

@@ -6,6 +6,7 @@
 #include <openssl/evp.h>
 
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 namespace wlc {
@@ -44,14 +45,12 @@ TEST_F(QiAuthenticationTest, ChainCutAnywhereIsRefused) {
     }
 }
 
-TEST_F(QiAuthenticationTest, AnyChangedBitIsRefusedOrChangesTheDigest) {
-    const CertificateChain right = parseChain(mBytes);
+TEST_F(QiAuthenticationTest, AnyChangedBitIsRefused) {
     for (size_t i = 0; i < mBytes.size(); ++i) {
         std::vector<uint8_t> changed = mBytes;
         changed[i] ^= static_cast<uint8_t>(1 << (i % 8));
         try {
             believe(changed, mRoot.get());
-            EXPECT_NE(right.hash, parseChain(changed).hash) << i;
             ADD_FAILURE() << "a chain changed at byte " << i << " is believed";
         } catch (const NotAuthentic&) {
         }
@@ -130,15 +129,18 @@ TEST_F(ChallengeTest, OnlyTheAnswerToThisChallengeIsBelieved) {
     ASSERT_NO_THROW(checkChallenge(mChain, 1, mNonce, answer()));
     EXPECT_THROW(checkChallenge(mChain, 0, mNonce, answer()), NotAuthentic);
     EXPECT_THROW(checkChallenge(mChain, 2, mNonce, answer()), NotAuthentic);
-    ChallengeAnswer changed = answer();
-    changed.maxProtocolVersion = 2;
-    EXPECT_THROW(checkChallenge(mChain, 1, mNonce, changed), NotAuthentic);
-    changed = answer();
-    changed.slotPopulatedMask = 0x0F;
-    EXPECT_THROW(checkChallenge(mChain, 1, mNonce, changed), NotAuthentic);
-    changed = answer();
-    changed.certChainHashLsb ^= 1;
-    EXPECT_THROW(checkChallenge(mChain, 1, mNonce, changed), NotAuthentic);
+    const std::vector<uint8_t> nothing;
+    const std::function<void(ChallengeAnswer&)> changes[] = {
+        [](auto& changed) { changed.maxProtocolVersion = 2; },
+        [](auto& changed) { changed.slotPopulatedMask = 0x0F; },
+        [](auto& changed) { changed.certChainHashLsb ^= 1; },
+        [&](auto& changed) { changed.signatureR = nothing; },
+    };
+    for (const auto& change : changes) {
+        ChallengeAnswer changed = answer();
+        change(changed);
+        EXPECT_THROW(checkChallenge(mChain, 1, mNonce, changed), NotAuthentic);
+    }
     for (std::vector<uint8_t>* const bytes : {&mNonce, &mR, &mS}) {
         for (uint8_t& byte : *bytes) {
             byte ^= 0x10;
@@ -146,10 +148,6 @@ TEST_F(ChallengeTest, OnlyTheAnswerToThisChallengeIsBelieved) {
             byte ^= 0x10;
         }
     }
-    const std::vector<uint8_t> nothing;
-    changed = answer();
-    changed.signatureR = nothing;
-    EXPECT_THROW(checkChallenge(mChain, 1, mNonce, changed), NotAuthentic);
 }
 
 }  // namespace

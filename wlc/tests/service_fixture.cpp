@@ -1,13 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service_fixture.h"
 
-#include <signal.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace wlc {
@@ -36,45 +30,6 @@ std::vector<nlohmann::json> jsonLines(const std::string& text) {
         EXPECT_TRUE(objects.back().is_object()) << line;
     }
     return objects;
-}
-
-ServiceTest::ServiceTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "wlc-test.XXXXXX").string();
-    mFolder = mkdtemp(pattern.data());
-    setenv("ANDROID_HOST_DIR", mFolder.c_str(), 1);
-    setenv("ANDROID_HOST_UEVENT_SOCKET", (mFolder + "/uevent").c_str(), 1);
-}
-
-ServiceTest::~ServiceTest() {
-    std::filesystem::remove_all(mFolder);
-}
-
-void ServiceTest::startService() {
-    mService = std::make_unique<Process>(Words{SERVICE_PROGRAM}, logFile());
-    const Outcome ready = wlc("--wait 30 version");
-    ASSERT_EQ(0, ready.exitStatus) << ready.err << log();
-}
-
-void ServiceTest::stopService() {
-    if (mService == nullptr) return;
-    mService->signal(SIGTERM);
-    const Outcome outcome = mService->wait();
-    mService = nullptr;
-    EXPECT_EQ(SIGTERM, outcome.signal) << "ended by itself: " << log();
-    for (const char* complaint : {"Sanitizer", "runtime error"}) {
-        EXPECT_EQ(std::string::npos, log().find(complaint)) << log();
-    }
-}
-
-void ServiceTest::killService() {
-    mService->signal(SIGKILL);
-    mService->wait();
-    mService = nullptr;
-}
-
-std::string ServiceTest::log() const {
-    std::ifstream in(logFile());
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 Words ServiceTest::wlcCommand(const std::string& line) {
@@ -107,7 +62,7 @@ nlohmann::json ServiceTest::dockStatus() {
 }
 
 std::string ServiceTest::file(const std::string& name, const std::string& bytes) const {
-    const std::string path = mFolder + "/" + name;
+    const std::string path = mSystem.folder() + "/" + name;
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }

@@ -3,31 +3,28 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "process.h"
+#include "charger_system.h"
 
 namespace wlc {
 
-using Words = std::vector<std::string>;
+using charger_system::Words;
 
 // The real service on the virtual dock, in a run-time folder of the test's own; wlc and dockctl as
 // processes against it. At the end the service has to be alive still, has to end when told to, and
 // no sanitizer may have spoken.
 class ServiceTest : public testing::Test {
   protected:
-    ServiceTest();
-    ~ServiceTest() override;
     void SetUp() override { startService(); }
     void TearDown() override { stopService(); }
 
-    void startService();
-    void stopService();
+    void startService() { mSystem.start(); }
+    void stopService() { EXPECT_EQ("", mSystem.stopService()); }
     // As a crash would.
-    void killService();
+    void killService() { mSystem.killService(); }
 
     // "fan get 2": the words of a command line, split at blanks.
     Outcome wlc(const std::string& line) { return run(wlcCommand(line)); }
@@ -45,14 +42,7 @@ class ServiceTest : public testing::Test {
     // A file in the run-time folder with these bytes.
     std::string file(const std::string& name, const std::string& bytes) const;
 
-    // What the service said so far.
-    std::string log() const;
-
-  private:
-    std::string logFile() const { return mFolder + "/service.log"; }
-
-    std::string mFolder;
-    std::unique_ptr<Process> mService;
+    charger_system::ChargerSystem mSystem;
 };
 
 std::vector<nlohmann::json> jsonLines(const std::string& text);

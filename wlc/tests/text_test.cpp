@@ -20,17 +20,13 @@ TEST(Hex, PairsAreReadAndAnythingElseIsRefused) {
 }
 
 TEST(Number, OnlyWholeNumbersWithinBoundsAreTaken) {
-    struct Case {
-        const char* text;
-        int64_t value;
-    };
-    for (const Case& c : {Case{"0", 0},
-                          {"255", 255},
-                          {"-128", -128},
-                          {"0xfF", 255},
-                          {"-0x80", -128},
-                          {"010", 10}}) {
-        EXPECT_EQ(c.value, toNumber(c.text, "x", -128, 255)) << c.text;
+    for (const auto& [text, value] : {std::pair{"0", 0},
+                                      {"255", 255},
+                                      {"-128", -128},
+                                      {"0xfF", 255},
+                                      {"-0x80", -128},
+                                      {"010", 10}}) {
+        EXPECT_EQ(value, toNumber(text, "x", -128, 255)) << text;
     }
     for (const char* text : {"", "-", "256", "-129", "1 ", " 1", "1x", "0x", "+1", "--1",
                              "99999999999999999999", "1.0", "abc"}) {

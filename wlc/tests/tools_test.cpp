@@ -177,14 +177,13 @@ TEST_F(ToolsTest, OutputThatNobodyReadsEndsThemAndKillsNone) {
 }
 
 TEST_F(ToolsTest, WrongUsageExitsTwo) {
-    const std::vector<Words> cases = {
+    const Words cases[] = {
         {tool("dumpsys"), "-t", "0", kName},
         {tool("dumpsys"), "-t", "x", kName},
         {tool("dumpsys"), "-x"},
         {tool("dumpsys"), "-t"},
         {tool("cmd")},
         {tool("cmd"), "-x"},
-        {tool("service")},
         {tool("service"), "check"},
         {tool("service"), "lst"},
     };

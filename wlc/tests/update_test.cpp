@@ -57,21 +57,17 @@ class UpdateTest : public ServiceTest {
 };
 
 TEST_F(UpdateTest, ImageArrivesWithItsDigestByEveryWay) {
-    struct Case {
-        const char* command;
-        const char* slot;
-    };
     // 252 and 253 bytes are the chunk sizes: one full chunk, one byte more, and many.
     for (const size_t size : {1u, 252u, 253u, 254u, 60000u}) {
         const std::string bytes = image(size);
         const std::string path = file("image", bytes);
-        for (const Case& c :
-             {Case{"firmware update", "0"}, Case{"firmware --target 1 update --compress", "1"},
-              Case{"legacy-firmware update --name x", "legacy"}}) {
-            const Outcome outcome = wlc(std::string(c.command) + " " + path + " --fw-version 3.4");
-            ASSERT_EQ(0, outcome.exitStatus) << c.command << size << outcome.out << outcome.err;
+        for (const auto& [command, name] : {std::pair{"firmware update", "0"},
+                                            {"firmware --target 1 update --compress", "1"},
+                                            {"legacy-firmware update --name x", "legacy"}}) {
+            const Outcome outcome = wlc(std::string(command) + " " + path + " --fw-version 3.4");
+            ASSERT_EQ(0, outcome.exitStatus) << command << size << outcome.out << outcome.err;
             EXPECT_THAT(outcome.out, HasSubstr("version 3.4"));
-            EXPECT_EQ(digestOf(bytes), slot(c.slot)["executedDigest"]) << c.command << size;
+            EXPECT_EQ(digestOf(bytes), slot(name)["executedDigest"]) << command << size;
         }
     }
     EXPECT_EQ(0, wlc("firmware reboot").exitStatus);
@@ -99,21 +95,17 @@ TEST_F(UpdateTest, ImagesThatCannotBeRightAreRefusedBeforeAnythingIsSent) {
     dock("set firmware.0.max-size 1000");
     const std::string large = file("large", image(1001));
     const std::string empty = file("empty", "");
-    struct Case {
-        std::string command;
-        const char* text;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"firmware update " + large, "too large for this dock: 1001 bytes, it takes 1000"},
         {"firmware update " + empty, "is empty"},
         {"legacy-firmware update " + empty, "is empty"},
         {"firmware update /nonexistent", "cannot read /nonexistent"},
         {"firmware update " + large + " --fw-version 1", "must be M.m"},
     };
-    for (const Case& c : cases) {
-        const Outcome outcome = wlc(c.command);
-        EXPECT_EQ(2, outcome.exitStatus) << c.command;
-        EXPECT_THAT(outcome.err, HasSubstr(c.text));
+    for (const auto& [command, text] : cases) {
+        const Outcome outcome = wlc(command);
+        EXPECT_EQ(2, outcome.exitStatus) << command;
+        EXPECT_THAT(outcome.err, HasSubstr(text));
     }
     for (const auto& entry : dockLog()) {
         if (entry["operation"].get<std::string>().find("Request") == std::string::npos) continue;
@@ -129,26 +121,17 @@ TEST_F(UpdateTest, WhatTheDockFindsWrongEndsTheUpdateWithOne) {
     const Outcome patient = wlc("firmware update " + path);
     EXPECT_EQ(0, patient.exitStatus) << patient.out << patient.err;
 
-    struct Case {
-        const char* fault;
-        const char* mend;
-        const char* text;
-    };
-    const Case cases[] = {
-        {"set firmware.0.reject true", "set firmware.0.reject false", "not valid for this dock"},
-        {"set firmware.0.fail-at 50", "set firmware.0.fail-at -1", "failed to apply"},
-        {"fail sendPropRequest:25 9 1", "status", "(REFUSED)"},
-        {"fail sendPropRequest:26 3 1", "status", "(INVALID_ARGUMENT)"},
-        {"answer sendPropRequest:28 0004 1", "status", "(INVALID_RESPONSE)"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.fault);
-        dock(c.fault);
+    for (const auto& [fault, text] : {std::pair{"fail sendPropRequest:25 9 1", "(REFUSED)"},
+                                      {"fail sendPropRequest:26 3 1", "(INVALID_ARGUMENT)"},
+                                      {"answer sendPropRequest:28 0004 1", "(INVALID_RESPONSE)"},
+                                      {"set firmware.0.fail-at 50", "failed to apply"},
+                                      {"set firmware.0.reject true", "not valid for this dock"}}) {
+        SCOPED_TRACE(fault);
+        dock(fault);
         const Outcome outcome = wlc("firmware update " + path);
         EXPECT_EQ(1, outcome.exitStatus) << outcome.out;
-        EXPECT_THAT(outcome.err, HasSubstr(c.text));
+        EXPECT_THAT(outcome.err, HasSubstr(text));
         EXPECT_THAT(outcome.err, HasSubstr("continue with: wlc firmware update " + path));
-        dock(c.mend);
     }
 }
 
