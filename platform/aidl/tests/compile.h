@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <string>
 #include <vector>
@@ -12,15 +14,16 @@
 
 namespace aidlc {
 
+using Files = std::map<std::string, std::string>;  // texts by path
+
 // What one run in memory left behind.
 struct Outcome {
     std::vector<std::string> errors;
-    std::map<std::string, std::string> files;  // only those that were written
+    Files files;  // only those that were written
 };
 
 // Runs the compiler on files in memory with the given arguments.
-inline Outcome runInMemory(const std::map<std::string, std::string>& input,
-                           const std::vector<std::string>& arguments) {
+inline Outcome runInMemory(const Files& input, const std::vector<std::string>& arguments) {
     Diagnostics diagnostics;
     MemoryIo io;
     io.files = input;
@@ -30,30 +33,36 @@ inline Outcome runInMemory(const std::map<std::string, std::string>& input,
     Outcome outcome;
     outcome.errors = diagnostics.errors();
     for (const auto& [path, text] : io.files) {
-        if (input.count(path) == 0) {
-            outcome.files[path] = text;
-        }
+        if (input.count(path) == 0) outcome.files[path] = text;
     }
     return outcome;
 }
 
-// Arguments that generate from all `input` files into "src/" and "include/".
-inline Outcome generate(const std::map<std::string, std::string>& input) {
-    std::vector<std::string> arguments = {"--lang=ndk", "--structured", "--stability=vintf",
-                                          "-I.",        "-osrc",        "-hinclude"};
-    for (const auto& [path, text] : input) {
-        arguments.push_back(path);
-    }
+// Generates from all `input` files into "src/" and "include/".
+inline Outcome generate(const Files& input, std::vector<std::string> arguments = {}) {
+    arguments.insert(arguments.end(), {"--lang=ndk", "--structured", "--stability=vintf", "-I.",
+                                       "-osrc", "-hinclude"});
+    for (const auto& [path, text] : input) arguments.push_back(path);
     return runInMemory(input, arguments);
 }
 
-// The dump of all `input` files, by path below the dump's folder.
-inline Outcome dump(const std::map<std::string, std::string>& input) {
+// The dump of all `input` files, by path below "api/".
+inline Outcome dump(const Files& input) {
     std::vector<std::string> arguments = {"--dumpapi", "--stability=vintf", "-I.", "--out=api"};
-    for (const auto& [path, text] : input) {
-        arguments.push_back(path);
-    }
+    for (const auto& [path, text] : input) arguments.push_back(path);
     return runInMemory(input, arguments);
+}
+
+// The files of a folder of the disk, by path below it.
+inline Files readFolder(const std::string& folder) {
+    DiskIo disk;
+    std::string why;
+    Files files;
+    for (const std::string& name : disk.list(folder, &why).value_or(std::vector<std::string>())) {
+        files[name] = disk.read(joinPath(folder, name), &why).value_or("");
+    }
+    EXPECT_FALSE(files.empty()) << folder << ": " << why;
+    return files;
 }
 
 }  // namespace aidlc

@@ -29,12 +29,6 @@ TEST(PlatformFormTest, DelegatorAndRecordsWork) {
     EXPECT_EQ("Item{mode: ON, name: (null), data: [1, 2], pick: Pick{number: 0}}",
               received->pick.get<Pick::text>());
     EXPECT_TRUE(sent < *received);
-
-    const ndk::ScopedAParcel parcel(AParcel_create());
-    ASSERT_EQ(STATUS_OK, received->pick.writeToParcel(parcel.get()));
-    ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
-    ASSERT_EQ(STATUS_OK, sent.pick.readFromParcel(parcel.get()));
-    EXPECT_EQ(received->pick, sent.pick);
     EXPECT_EQ(2u, std::size(ndk::internal::enum_values<Mode>));
 }
 

@@ -76,21 +76,11 @@ class Pick {
     void set(_Tp&&... _args) {
         _value.emplace<static_cast<size_t>(_tag)>(std::forward<_Tp>(_args)...);
     }
-    binder_status_t readFromParcel(const AParcel* _parcel);
-    binder_status_t writeToParcel(AParcel* _parcel) const;
-    inline bool operator==(const Pick& _rhs) const { return _value == _rhs._value; }
     inline bool operator<(const Pick& _rhs) const { return _value < _rhs._value; }
     static const ::ndk::parcelable_stability_t _aidl_stability = ::ndk::STABILITY_LOCAL;
     inline std::string toString() const {
         std::ostringstream os;
-        switch (getTag()) {
-            case number:
-                os << "Pick{number: " << ::android::internal::ToString(get<number>()) << "}";
-                break;
-            case text:
-                os << "Pick{text: " << ::android::internal::ToString(get<text>()) << "}";
-                break;
-        }
+        os << "Pick{number: " << ::android::internal::ToString(get<number>()) << "}";
         return os.str();
     }
 
