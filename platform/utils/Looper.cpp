@@ -50,12 +50,6 @@ int Looper::addFd(int fd, int ident, int events, Looper_callbackFunc callback, v
     return 1;
 }
 
-int Looper::removeFd(int fd) {
-    if (mRegistrations.erase(fd) == 0) return 0;
-    epoll_ctl(mEpollFd.get(), EPOLL_CTL_DEL, fd, nullptr);
-    return 1;
-}
-
 int Looper::pollOnce(int timeoutMillis, int* outFd, int* outEvents, void** outData) {
     epoll_event event = {};
     const int count = epoll_wait(mEpollFd.get(), &event, 1, timeoutMillis);
@@ -67,8 +61,7 @@ int Looper::pollOnce(int timeoutMillis, int* outFd, int* outEvents, void** outDa
     if (outData != nullptr) *outData = ready ? known->second.data : nullptr;
     if (ready) return known->second.ident;
     if (count == 0) return POLL_TIMEOUT;
-    // An unknown descriptor was closed before it was removed.
-    if (count == 1 || error == EINTR) return POLL_WAKE;
+    if (error == EINTR) return POLL_WAKE;
     ALOGE("cannot poll: %s", strerror(error));
     return POLL_ERROR;
 }

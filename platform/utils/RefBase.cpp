@@ -19,25 +19,9 @@ class RefBase::Counts final : public RefBase::weakref_type {
     explicit Counts(RefBase* object) : base(object) {}
 
     static Counts* of(weakref_type* refs) { return static_cast<Counts*>(refs); }
-    static const Counts* of(const weakref_type* refs) { return static_cast<const Counts*>(refs); }
 
-    bool livesWeakly() const {
-        return (lifetime.load(std::memory_order_relaxed) & OBJECT_LIFETIME_WEAK) != 0;
-    }
-
-    // Takes a strong reference unless there is none to add to.
+    // Takes a strong reference unless the last one has gone.
     bool joinStrong() {
-        int32_t count = strong.load(std::memory_order_relaxed);
-        while (count > 0 && count != kNeverReferenced) {
-            if (strong.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    // Takes a strong reference of an object that may never have had one.
-    bool joinOrBeginStrong() {
         int32_t count = strong.load(std::memory_order_relaxed);
         while (count > 0) {
             if (!strong.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
@@ -56,17 +40,11 @@ class RefBase::Counts final : public RefBase::weakref_type {
     RefBase* const base;
     std::atomic<int32_t> strong{kNeverReferenced};
     std::atomic<int32_t> weak{0};
-    std::atomic<int32_t> lifetime{OBJECT_LIFETIME_STRONG};
 };
 
 RefBase::RefBase() : mRefs(new Counts(this)) {}
 
 RefBase::~RefBase() {
-    if (mRefs->livesWeakly()) {
-        // Deleted by the last weak reference, or by its maker before there was any.
-        if (mRefs->weak.load(std::memory_order_relaxed) == 0) delete mRefs;
-        return;
-    }
     const int32_t strong = mRefs->strong.load(std::memory_order_relaxed);
     if (strong == kNeverReferenced) {
         LOG_ALWAYS_FATAL_IF(
@@ -90,7 +68,7 @@ void RefBase::decStrong(const void* id) const {
                         "a strong reference was dropped that nobody held");
     if (former == 1) {
         refs->base->onLastStrongRef(id);
-        if (!refs->livesWeakly()) delete this;
+        delete this;
     }
     refs->decWeak(id);
 }
@@ -104,41 +82,20 @@ RefBase::weakref_type* RefBase::createWeak(const void* id) const {
     return mRefs;
 }
 
-RefBase::weakref_type* RefBase::getWeakRefs() const {
-    return mRefs;
-}
-
-void RefBase::extendObjectLifetime(int32_t mode) {
-    mRefs->lifetime.fetch_or(mode, std::memory_order_relaxed);
-}
-
 void RefBase::onFirstRef() {}
 
 void RefBase::onLastStrongRef(const void* /*id*/) {}
-
-bool RefBase::onIncStrongAttempted(uint32_t flags, const void* /*id*/) {
-    return (flags & FIRST_INC_STRONG) != 0;
-}
-
-void RefBase::onLastWeakRef(const void* /*id*/) {}
-
-RefBase* RefBase::weakref_type::refBase() const {
-    return Counts::of(this)->base;
-}
 
 void RefBase::weakref_type::incWeak(const void* /*id*/) {
     Counts::of(this)->weak.fetch_add(1, std::memory_order_relaxed);
 }
 
-void RefBase::weakref_type::decWeak(const void* id) {
+void RefBase::weakref_type::decWeak(const void* /*id*/) {
     Counts* const refs = Counts::of(this);
     const int32_t former = refs->weak.fetch_sub(1, std::memory_order_acq_rel);
     LOG_ALWAYS_FATAL_IF(former <= 0, "a weak reference was dropped that nobody held");
     if (former != 1) return;
-    if (refs->livesWeakly()) {
-        refs->base->onLastWeakRef(id);
-        delete refs->base;
-    } else if (refs->strong.load(std::memory_order_relaxed) != kNeverReferenced) {
+    if (refs->strong.load(std::memory_order_relaxed) != kNeverReferenced) {
         delete refs;
     }
     // Otherwise the object was never strongly referenced; its destructor deletes the counts.
@@ -148,20 +105,8 @@ bool RefBase::weakref_type::attemptIncStrong(const void* id) {
     Counts* const refs = Counts::of(this);
     incWeak(id);
     if (refs->joinStrong()) return true;
-    if (!refs->livesWeakly()) {
-        if (refs->joinOrBeginStrong()) return true;
-    } else if (refs->base->onIncStrongAttempted(FIRST_INC_STRONG, id)) {
-        if (refs->strong.fetch_add(1, std::memory_order_relaxed) == kNeverReferenced) {
-            refs->begun();
-        }
-        return true;
-    }
     decWeak(id);
     return false;
-}
-
-int32_t RefBase::weakref_type::getWeakCount() const {
-    return Counts::of(this)->weak.load(std::memory_order_relaxed);
 }
 
 }  // namespace android

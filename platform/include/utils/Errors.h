@@ -4,8 +4,6 @@
 #include <errno.h>
 #include <stdint.h>
 
-#include <string>
-
 // The status codes of Android's libutils. Most are negative errno values.
 
 namespace android {
@@ -36,8 +34,5 @@ enum {
     FDS_NOT_ALLOWED = (UNKNOWN_ERROR + 7),
     UNEXPECTED_NULL = (UNKNOWN_ERROR + 8),
 };
-
-// The name of a code above ("BAD_VALUE"), or the errno text and number of any other.
-std::string statusToString(status_t status);
 
 }  // namespace android

@@ -14,7 +14,7 @@ typedef int (*Looper_callbackFunc)(int fd, int events, void* data);
 //
 // Differs from Android: it reports descriptors by their identifiers only, without callbacks,
 // messages, wake-ups or a looper per thread, and belongs to the one thread that uses it. It does
-// not own the descriptors; one has to be removed before it is closed.
+// not own the descriptors, and none is taken away from it: close one only after the last pollOnce.
 //
 // Cost: pollOnce makes one system call (epoll_wait) and allocates nothing; an addFd that repeats
 // what is registered makes none.
@@ -49,9 +49,6 @@ class Looper : public RefBase {
     // registration of the same number. Returns 1, or -1 with a line in the log when there is a
     // callback, `ident` is negative or the kernel refuses the descriptor.
     int addFd(int fd, int ident, int events, Looper_callbackFunc callback, void* data);
-
-    // Returns 1, or 0 when `fd` was not registered.
-    int removeFd(int fd);
 
   protected:
     ~Looper() override;

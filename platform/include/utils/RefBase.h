@@ -8,13 +8,12 @@ namespace android {
 
 // The base of objects that strong (sp) and weak (wp) pointers share, as in Android's libutils.
 //
-// The object is deleted when its last strong reference goes, or, after
-// extendObjectLifetime(OBJECT_LIFETIME_WEAK), when its last weak one goes. An object never held by
-// an sp may be a local or deleted by who made it. References may be taken and dropped by any
+// The object is deleted when its last strong reference goes. An object never held by an sp may be a
+// local or deleted by who made it. References may be taken and dropped by any
 // thread; whoever drops the last one runs the destructor.
 //
-// Differs from Android: references are not tracked per holder (the `id` arguments are ignored), and
-// there is no LightRefBase.
+// Differs from Android: references are not tracked per holder (the `id` arguments are ignored),
+// weak references never extend an object's life, and there is no LightRefBase.
 class RefBase {
   public:
     void incStrong(const void* id) const;
@@ -25,13 +24,11 @@ class RefBase {
     // The counts, which outlive the object as long as weak references do.
     class weakref_type {
       public:
-        RefBase* refBase() const;
         void incWeak(const void* id);
         void decWeak(const void* id);
         // Takes a strong reference if the object still has one, or has never had one; else returns
         // false. The caller holds a weak reference.
         bool attemptIncStrong(const void* id);
-        int32_t getWeakCount() const;
 
       protected:
         weakref_type() = default;
@@ -39,7 +36,6 @@ class RefBase {
     };
 
     weakref_type* createWeak(const void* id) const;
-    weakref_type* getWeakRefs() const;
 
     RefBase(const RefBase&) = delete;
     RefBase& operator=(const RefBase&) = delete;
@@ -48,21 +44,10 @@ class RefBase {
     RefBase();
     virtual ~RefBase();
 
-    enum { OBJECT_LIFETIME_STRONG = 0x0000, OBJECT_LIFETIME_WEAK = 0x0001 };
-    // To be called in the constructor or onFirstRef, before a second thread knows the object.
-    void extendObjectLifetime(int32_t mode);
-
-    enum { FIRST_INC_STRONG = 0x0001 };
-
     // Called on the thread that took the first strong reference, after it was taken.
     virtual void onFirstRef();
     // Called on the thread that dropped the last strong reference, before the object is deleted.
     virtual void onLastStrongRef(const void* id);
-    // Whether a weak pointer may bring back an object with OBJECT_LIFETIME_WEAK that has no strong
-    // reference.
-    virtual bool onIncStrongAttempted(uint32_t flags, const void* id);
-    // Called, with OBJECT_LIFETIME_WEAK only, when the last weak reference is gone.
-    virtual void onLastWeakRef(const void* id);
 
   private:
     class Counts;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/unique_fd.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <unistd.h>
 #include <utils/Looper.h>
 
@@ -30,8 +29,8 @@ struct Pipe {
 class LooperTest : public testing::Test {
   protected:
     int poll(int timeoutMs) { return mLooper->pollOnce(timeoutMs, &mFd, &mEvents, &mData); }
-    int add(int fd, int ident = 0, void* data = nullptr, int events = Looper::EVENT_INPUT) {
-        return mLooper->addFd(fd, ident, events, nullptr, data);
+    int add(int fd, int ident = 0, void* data = nullptr) {
+        return mLooper->addFd(fd, ident, Looper::EVENT_INPUT, nullptr, data);
     }
 
     sp<Looper> mLooper = sp<Looper>::make(true);
@@ -40,83 +39,45 @@ class LooperTest : public testing::Test {
     void* mData = this;
 };
 
-TEST_F(LooperTest, LaterRegistrationReplacesTheEarlier) {
-    const Pipe pipe;
-    int mark;
-    pipe.fill();
-    ASSERT_EQ(1, add(pipe.read.get(), 1));
-    EXPECT_EQ(1, poll(kLimitMs));
-    ASSERT_EQ(1, add(pipe.read.get(), 2, &mark));
-    EXPECT_EQ(2, poll(kLimitMs));
-    EXPECT_EQ(pipe.read.get(), mFd);
-    EXPECT_EQ(Looper::EVENT_INPUT, mEvents);
-    EXPECT_EQ(&mark, mData);
-    ASSERT_EQ(1, add(pipe.read.get(), 2, &mark, 0));
-    EXPECT_EQ(Looper::POLL_TIMEOUT, poll(0));
-    EXPECT_EQ(0, mFd);
-    EXPECT_EQ(0, mEvents);
-    EXPECT_EQ(nullptr, mData);
-}
-
 TEST_F(LooperTest, RepeatedRegistrationInEveryPassKeepsReporting) {
     const Pipe pipe;
-    for (int pass = 0; pass < 100; ++pass) {
+    for (int pass = 0; pass < 10; ++pass) {
         ASSERT_EQ(1, add(pipe.read.get()));
-        if (pass % 10 == 5) {
-            ASSERT_EQ(Looper::POLL_TIMEOUT, poll(pass % 20 == 5 ? 0 : 2));
-        }
+        ASSERT_EQ(Looper::POLL_TIMEOUT, poll(pass % 2));
+        EXPECT_EQ(0, mFd);
+        EXPECT_EQ(0, mEvents);
+        EXPECT_EQ(nullptr, mData);
         pipe.fill();
         ASSERT_EQ(0, poll(kLimitMs));
         ASSERT_EQ(pipe.read.get(), mFd);
         pipe.drain();
     }
-}
-
-TEST_F(LooperTest, RemovedDescriptorsNumberServesAgain) {
-    const Pipe pipe;
-    const Pipe other;
-    const int number = pipe.read.get();
-    ASSERT_EQ(1, add(number));
-    EXPECT_EQ(1, mLooper->removeFd(number));
-    EXPECT_EQ(0, mLooper->removeFd(number));
-    ASSERT_EQ(number, dup3(other.read.get(), number, O_CLOEXEC));
-    ASSERT_EQ(1, add(number, 3));
-    other.fill();
-    EXPECT_EQ(3, poll(kLimitMs));
+    // A later registration replaces the earlier.
+    int mark;
+    ASSERT_EQ(1, add(pipe.read.get(), 2, &mark));
+    pipe.fill();
+    EXPECT_EQ(2, poll(kLimitMs));
+    EXPECT_EQ(Looper::EVENT_INPUT, mEvents);
+    EXPECT_EQ(&mark, mData);
 }
 
 TEST_F(LooperTest, AllReadyDescriptorsComeInTurn) {
-    std::vector<Pipe> pipes(40);
+    std::vector<Pipe> pipes(3);
     for (size_t i = 0; i < pipes.size(); ++i) {
         ASSERT_EQ(1, add(pipes[i].read.get(), static_cast<int>(i)));
         pipes[i].fill();
     }
     std::set<int> seen;
     for (size_t i = 0; i < pipes.size(); ++i) seen.insert(poll(kLimitMs));
-    EXPECT_EQ(pipes.size(), seen.size());
-    EXPECT_EQ(0, *seen.begin());
-}
-
-TEST_F(LooperTest, HangUpIsReportedUnasked) {
-    int ends[2];
-    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
-    ASSERT_EQ(1, add(ends[0]));
-    close(ends[1]);
-    EXPECT_EQ(0, poll(kLimitMs));
-    EXPECT_EQ(Looper::EVENT_INPUT | Looper::EVENT_HANGUP, mEvents);
-    close(ends[0]);
+    EXPECT_EQ((std::set<int>{0, 1, 2}), seen);
 }
 
 TEST_F(LooperTest, RegistrationsThatCannotWorkAreRefused) {
     const Pipe pipe;
     EXPECT_EQ(-1, add(-1));
     EXPECT_EQ(-1, add(pipe.read.get(), -1));
-    EXPECT_EQ(-1, add(1000000));
-    EXPECT_EQ(-1, mLooper->addFd(
-                      pipe.read.get(), 0, Looper::EVENT_INPUT, [](int, int, void*) { return 1; },
-                      nullptr));
-    const sp<Looper> strict = sp<Looper>::make(false);
-    EXPECT_EQ(-1, strict->addFd(pipe.read.get(), 0, Looper::EVENT_INPUT, nullptr, nullptr));
+    const auto callback = [](int, int, void*) { return 1; };
+    EXPECT_EQ(-1, mLooper->addFd(pipe.read.get(), 0, Looper::EVENT_INPUT, callback, nullptr));
 }
 
 }  // namespace
