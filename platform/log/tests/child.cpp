@@ -14,13 +14,6 @@ std::string ChildResult::text() const {
     return all;
 }
 
-void awaitChild(pid_t pid, ChildResult* result) {
-    int status = 0;
-    ASSERT_EQ(pid, waitpid(pid, &status, 0));
-    if (WIFEXITED(status)) result->exitStatus = WEXITSTATUS(status);
-    if (WIFSIGNALED(status)) result->signal = WTERMSIG(status);
-}
-
 ChildResult runChild(const char* logTags, const std::function<void()>& body) {
     ChildResult result;
     // A packet socket keeps one write apart from the next.
@@ -33,11 +26,8 @@ ChildResult runChild(const char* logTags, const std::function<void()>& body) {
         dup2(ends[1], STDERR_FILENO);
         close(ends[0]);
         close(ends[1]);
-        if (logTags != nullptr) {
-            setenv("ANDROID_LOG_TAGS", logTags, 1);
-        } else {
-            unsetenv("ANDROID_LOG_TAGS");
-        }
+        unsetenv("ANDROID_LOG_TAGS");
+        if (logTags != nullptr) setenv("ANDROID_LOG_TAGS", logTags, 1);
         body();
         _exit(0);
     }
@@ -48,6 +38,9 @@ ChildResult runChild(const char* logTags, const std::function<void()>& body) {
         result.writes.push_back(packet.substr(0, static_cast<size_t>(size)));
     }
     close(ends[0]);
-    awaitChild(pid, &result);
+    int status = 0;
+    EXPECT_EQ(pid, waitpid(pid, &status, 0));
+    if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
     return result;
 }

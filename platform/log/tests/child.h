@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,6 +19,3 @@ struct ChildResult {
 // `logTags` becomes ANDROID_LOG_TAGS, or is unset when null. The body ends with exit status 0
 // unless it ends the process itself.
 ChildResult runChild(const char* logTags, const std::function<void()>& body);
-
-// Waits for a child of this process and tells how it ended.
-void awaitChild(pid_t pid, ChildResult* result);

@@ -76,37 +76,14 @@ TEST(LogTest, EntryIsOneThreadtimeLineInOneWrite) {
     EXPECT_THAT(child.writes[1], EndsWith(" F dock: \n"));
 }
 
-TEST(LogTest, HostileBytesAreEscaped) {
-    const struct {
-        const char* text;
-        const char* shown;
-    } kCases[] = {
-        {"tab\tstays, é € 😀 \\ too", "tab\tstays, é € 😀 \\ too"},
-        {"one\nforged\n\n", "one\\x0aforged\\x0a"},
-        {"back\rforged", "back\\x0dforged"},
-        {"\x1b[2J", "\\x1b[2J"},
-        {"\x7f\x01", "\\x7f\\x01"},
-        {"c1 \xc2\x9b 31m", "c1 \\xc2\\x9b 31m"},
-        {"no utf-8 \xff\xc3", "no utf-8 \\xff\\xc3"},
-        {"cut \xf0\x9f\x98", "cut \\xf0\\x9f\\x98"},
-        {"turned \xe2\x80\xae round", "turned \\xe2\\x80\\xae round"},
-        {"line separator \xe2\x80\xa8.", "line separator \\xe2\\x80\\xa8."},
-    };
-    for (const auto& item : kCases) {
-        const ChildResult child =
-            runChild(nullptr, [&] { __android_log_write(ANDROID_LOG_INFO, "t", item.text); });
-        EXPECT_THAT(bareLines(child.text()), ElementsAre(std::string("I t: ") + item.shown));
-    }
-}
-
-TEST(LogTest, HostileTagCannotForgeALineAndIsCut) {
+TEST(LogTest, HostileTextAndTagCannotForgeALine) {
     const ChildResult child = runChild(nullptr, [] {
-        __android_log_write(ANDROID_LOG_INFO, "a\nb", "text");
+        __android_log_write(ANDROID_LOG_INFO, "a\nb", "tab\tstays, €\nforged \x1b[2J \xff\n\n");
         __android_log_write(ANDROID_LOG_INFO, std::string(5000, '\n').c_str(), "text");
     });
     const auto lines = bareLines(child.text());
     ASSERT_EQ(2u, lines.size());
-    EXPECT_EQ("I a\\x0ab: text", lines[0]);
+    EXPECT_EQ("I a\\x0ab: tab\tstays, €\\x0aforged \\x1b[2J \\xff\\x0a", lines[0]);
     EXPECT_LT(lines[1].size(), 200u);
     EXPECT_THAT(lines[1], EndsWith(": text"));
 }
@@ -137,8 +114,6 @@ TEST(LogTest, ThresholdComesFromEnvironmentAndMinimum) {
     } kCases[] = {
         {nullptr, kNone, "IWEF", "IWEF"},
         {"", kNone, "IWEF", "IWEF"},
-        {"*:V", kNone, "VDIWEF", "VDIWEF"},
-        {"*:D", kNone, "DIWEF", "DIWEF"},
         {"*:d", kNone, "DIWEF", "DIWEF"},
         {"V", kNone, "VDIWEF", "VDIWEF"},
         {"dock:V", kNone, "VDIWEF", "IWEF"},
@@ -148,7 +123,6 @@ TEST(LogTest, ThresholdComesFromEnvironmentAndMinimum) {
         {"dock:Q :V *:VV ,, ", kNone, "IWEF", "IWEF"},
         {"dock:V dock:E", kNone, "EF", "IWEF"},
         {nullptr, ANDROID_LOG_ERROR, "EF", "EF"},
-        {nullptr, ANDROID_LOG_VERBOSE, "VDIWEF", "VDIWEF"},
         {"dock:V", ANDROID_LOG_ERROR, "VDIWEF", "EF"},
         {"*:E", ANDROID_LOG_DEBUG, "DIWEF", "DIWEF"},
     };
@@ -156,11 +130,8 @@ TEST(LogTest, ThresholdComesFromEnvironmentAndMinimum) {
         const ChildResult child = runChild(item.logTags, [&] {
             __android_log_set_minimum_priority(item.minimum);
             for (int priority = ANDROID_LOG_VERBOSE; priority <= ANDROID_LOG_FATAL; ++priority) {
-                const int result = __android_log_print(priority, "dock", "x");
-                if (result != 1 && result != -EPERM) _exit(9);
-                if ((result == 1) != (__android_log_is_loggable(priority, "dock", 0) == 1)) {
-                    _exit(8);
-                }
+                const bool logged = __android_log_print(priority, "dock", "x") == 1;
+                if (logged != (__android_log_is_loggable(priority, "dock", 0) == 1)) _exit(8);
                 __android_log_write(priority, "other", "x");
             }
         });
@@ -170,10 +141,8 @@ TEST(LogTest, ThresholdComesFromEnvironmentAndMinimum) {
         for (const std::string& line : bareLines(child.text())) {
             (line.substr(2) == "dock: x" ? dock : other) += line[0];
         }
-        const std::string what =
-            std::string("ANDROID_LOG_TAGS=") + (item.logTags != nullptr ? item.logTags : "(unset)");
-        EXPECT_EQ(item.dock, dock) << what;
-        EXPECT_EQ(item.other, other) << what;
+        EXPECT_EQ(item.dock, dock) << testing::PrintToString(item.logTags);
+        EXPECT_EQ(item.other, other) << testing::PrintToString(item.logTags);
     }
 }
 
@@ -201,44 +170,28 @@ TEST(LogTest, LoggerInPlaceReceivesTheFields) {
 }
 
 TEST(LogTest, AssertLogsAndAborts) {
-    const struct {
-        const char* condition;
-        const char* format;
-        const char* shown;
-    } kCases[] = {
-        {"a > b", "reason", "F t: reason\n"},
-        {"a > b", nullptr, "F t: Assertion failed: a > b\n"},
-        {nullptr, nullptr, "F t: Unspecified assertion failed\n"},
-    };
-    for (const auto& item : kCases) {
-        const ChildResult child = runChild(nullptr, [&] {
-            if (item.format != nullptr)
-                __android_log_assert(item.condition, "t", "%s", item.format);
-            __android_log_assert(item.condition, "t", nullptr);
-        });
+    const auto fail = [](const char* condition, const char* format) {
+        const ChildResult child =
+            runChild(nullptr, [&] { __android_log_assert(condition, "t", format, "reason"); });
         EXPECT_EQ(SIGABRT, child.signal);
-        EXPECT_THAT(child.text(), EndsWith(item.shown));
-    }
+        return child.text();
+    };
+    EXPECT_THAT(fail("a > b", "the %s"), EndsWith("F t: the reason\n"));
+    EXPECT_THAT(fail("a > b", nullptr), EndsWith("F t: Assertion failed: a > b\n"));
+    EXPECT_THAT(fail(nullptr, nullptr), EndsWith("F t: Unspecified assertion failed\n"));
 }
 
-TEST(LogTest, ErrnoSurvives) {
-    const ChildResult child = runChild(nullptr, [] {
-        close(STDERR_FILENO);
-        errno = 77;
-        __android_log_print(ANDROID_LOG_ERROR, "t", "%s", "x");
-        _exit(errno == 77 ? 0 : 1);
-    });
-    EXPECT_EQ(0, child.exitStatus);
-}
-
-TEST(LogTest, ReaderThatLeftDoesNotKillTheProcess) {
+TEST(LogTest, ReaderThatLeftNeitherEndsTheProcessNorChangesErrno) {
     const ChildResult child = runChild(nullptr, [] {
         int ends[2];
         if (pipe(ends) != 0) _exit(2);
+        errno = 77;
+        __android_log_write(ANDROID_LOG_ERROR, "t", "this is read");
         dup2(ends[1], STDERR_FILENO);
         close(ends[0]);
         close(ends[1]);
         __android_log_write(ANDROID_LOG_ERROR, "t", "nobody reads this");
+        _exit(errno == 77 ? 0 : 3);
     });
     EXPECT_EQ(0, child.signal);
     EXPECT_EQ(0, child.exitStatus);
@@ -281,23 +234,23 @@ TEST(LogTest, WriterThatTakesTheLastRoomInAPipeMakesNobodyWait) {
     EXPECT_EQ(0, child.exitStatus);
 }
 
-TEST(LogTest, FileGetsEveryLineInOrder) {
-    const ChildResult child = runChild(nullptr, [] {
-        FILE* const file = tmpfile();
-        if (file == nullptr) _exit(2);
+TEST(LogTest, FileGetsEveryLineInOrderAndLaterLinesGoElsewhere) {
+    FILE* const file = tmpfile();
+    ASSERT_NE(nullptr, file);
+    const ChildResult child = runChild(nullptr, [&] {
         const int output = dup(STDERR_FILENO);
         dup2(fileno(file), STDERR_FILENO);
-        for (const char* text : {"one", "two", "three"}) {
-            __android_log_write(ANDROID_LOG_INFO, "t", text);
-        }
-        char text[1024];
-        const ssize_t size = pread(fileno(file), text, sizeof(text), 0);
-        if (size <= 0 || write(output, text, static_cast<size_t>(size)) != size) _exit(3);
+        __android_log_write(ANDROID_LOG_INFO, "t", "one");
+        __android_log_write(ANDROID_LOG_INFO, "t", "two");
         dup2(output, STDERR_FILENO);
-        __android_log_write(ANDROID_LOG_INFO, "t", "four");
+        __android_log_write(ANDROID_LOG_INFO, "t", "three");
     });
-    EXPECT_THAT(bareLines(child.text()),
-                ElementsAre("I t: one", "I t: two", "I t: three", "I t: four"));
+    char text[1024];
+    const ssize_t size = pread(fileno(file), text, sizeof(text), 0);
+    fclose(file);
+    ASSERT_GT(size, 0);
+    EXPECT_THAT(bareLines({text, static_cast<size_t>(size)}), ElementsAre("I t: one", "I t: two"));
+    EXPECT_THAT(bareLines(child.text()), ElementsAre("I t: three"));
 }
 
 TEST(LogLimiterTest, EachSecondLetsTheSameNumberThroughAndTellsWhatWasOmitted) {
