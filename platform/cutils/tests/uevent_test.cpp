@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/unique_fd.h>
 #include <cutils/uevent.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -9,7 +10,6 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,19 +20,9 @@
 #include <fstream>
 #include <string>
 
-static bool sBufferSizesAreRefused = false;
-
-// In place of the C library's, for a failure that no kernel gives.
-extern "C" int setsockopt(int fd, int level, int option, const void* value,
-                          socklen_t length) noexcept {
-    if (sBufferSizesAreRefused && (option == SO_RCVBUF || option == SO_RCVBUFFORCE)) {
-        errno = EPERM;
-        return -1;
-    }
-    return static_cast<int>(syscall(SYS_setsockopt, fd, level, option, value, length));
-}
-
 namespace {
+
+using android::base::unique_fd;
 
 constexpr int kBufferSize = 65536;
 constexpr int kLimitMs = 10000;
@@ -47,7 +37,9 @@ struct Received {
     std::string text() const {
         return buffer.substr(0, static_cast<size_t>(std::max<ssize_t>(size, 0)));
     }
-    bool isCleared() const { return buffer == std::string(buffer.size(), '\0'); }
+    bool isRefused() const {
+        return size == -1 && error == EIO && buffer == std::string(buffer.size(), '\0');
+    }
 
     std::string buffer;
     ssize_t size;
@@ -74,17 +66,15 @@ class NetlinkUeventTest : public testing::Test {
         sockaddr_nl own = {};
         socklen_t size = sizeof(own);
         EXPECT_EQ(0, getsockname(mSocket, reinterpret_cast<sockaddr*>(&own), &size));
-        const int sender = socket(PF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT);
+        const unique_fd sender(
+            socket(PF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
         sockaddr_nl to = {};
         to.nl_family = AF_NETLINK;
         to.nl_groups = groups;
         to.nl_pid = groups == 0 ? own.nl_pid : 0;
-        const ssize_t sent = sendto(sender, text.data(), text.size(), 0,
-                                    reinterpret_cast<const sockaddr*>(&to), sizeof(to));
-        const int error = errno;
-        close(sender);
-        errno = error;
-        return sent == static_cast<ssize_t>(text.size());
+        return sendto(sender.get(), text.data(), text.size(), 0,
+                      reinterpret_cast<const sockaddr*>(&to),
+                      sizeof(to)) == static_cast<ssize_t>(text.size());
     }
 
     int mSocket = -1;
@@ -137,8 +127,7 @@ TEST_F(NetlinkUeventTest, MessageOfAProcessIsRefusedAndCleared) {
                 EXPECT_EQ(std::string::npos, message.text().find("forged"));
                 continue;
             }
-            EXPECT_EQ(EIO, message.error);
-            EXPECT_TRUE(message.isCleared());
+            ASSERT_TRUE(message.isRefused());
             refused = true;
         }
         EXPECT_TRUE(refused) << "groups " << groups;
@@ -148,9 +137,8 @@ TEST_F(NetlinkUeventTest, MessageOfAProcessIsRefusedAndCleared) {
 class DatagramUeventTest : public testing::Test {
   protected:
     DatagramUeventTest() {
-        std::string name = testing::TempDir() + "uevent-XXXXXX";
-        EXPECT_NE(nullptr, mkdtemp(name.data()));
-        mDir = name;
+        mDir = testing::TempDir() + "uevent-XXXXXX";
+        EXPECT_NE(nullptr, mkdtemp(mDir.data()));
         mPath = mDir + "/uevent";
         setenv("ANDROID_HOST_UEVENT_SOCKET", mPath.c_str(), 1);
     }
@@ -160,54 +148,67 @@ class DatagramUeventTest : public testing::Test {
         std::filesystem::remove_all(mDir, ignored);
     }
 
-    bool send(const std::string& text) const {
-        const int sender = socket(PF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    // The receiver's socket, closed when the test ends.
+    int open(bool passCredentials = true) {
+        mReceiver.reset(uevent_open_socket(kBufferSize, passCredentials));
+        return mReceiver.get();
+    }
+    static void expectRefusal(int error) {
+        EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
+        EXPECT_EQ(error, errno);
+    }
+
+    // Sends `text`, with a descriptor unless that is -1.
+    bool send(std::string text, int attached = -1) const {
+        const unique_fd sender(socket(PF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         sockaddr_un to = {};
         to.sun_family = AF_UNIX;
         mPath.copy(to.sun_path, sizeof(to.sun_path) - 1);
-        const ssize_t sent = sendto(sender, text.data(), text.size(), 0,
-                                    reinterpret_cast<const sockaddr*>(&to), sizeof(to));
-        close(sender);
-        return sent == static_cast<ssize_t>(text.size());
+        iovec area = {text.data(), text.size()};
+        msghdr message = {};
+        message.msg_name = &to;
+        message.msg_namelen = sizeof(to);
+        message.msg_iov = &area;
+        message.msg_iovlen = 1;
+        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+        if (attached >= 0) {
+            message.msg_control = control;
+            message.msg_controllen = sizeof(control);
+            cmsghdr* const item = CMSG_FIRSTHDR(&message);
+            item->cmsg_level = SOL_SOCKET;
+            item->cmsg_type = SCM_RIGHTS;
+            item->cmsg_len = CMSG_LEN(sizeof(int));
+            memcpy(CMSG_DATA(item), &attached, sizeof(int));
+        }
+        return sendmsg(sender.get(), &message, 0) == static_cast<ssize_t>(text.size());
     }
 
     std::string mDir;
     std::string mPath;
+    unique_fd mReceiver;
 };
 
 TEST_F(DatagramUeventTest, MessageOfTheSameUserCountsAsTheKernels) {
-    const int socket = uevent_open_socket(kBufferSize, true);
-    ASSERT_GE(socket, 0) << strerror(errno);
+    ASSERT_GE(open(), 0) << strerror(errno);
     struct stat info = {};
     ASSERT_EQ(0, stat(mPath.c_str(), &info));
     EXPECT_EQ(mode_t{0600}, info.st_mode & 07777);
     const std::string text("change@/x\0SOURCE=FAN\0", 21);
     ASSERT_TRUE(send(text));
-    const Received message(socket);
-    EXPECT_EQ(text, message.text());
-    close(socket);
+    EXPECT_EQ(text, Received(mReceiver.get()).text());
 }
 
 TEST_F(DatagramUeventTest, SizesAroundTheBufferAreTold) {
-    const int socket = uevent_open_socket(kBufferSize, true);
-    ASSERT_GE(socket, 0);
-    const struct {
-        size_t sent;
-        ssize_t received;
-    } kCases[] = {{1, 1}, {2047, 2047}, {2048, 2048}, {2049, 2048}, {8000, 2048}};
-    for (const auto& item : kCases) {
-        ASSERT_TRUE(send(std::string(item.sent, 'u')));
-        EXPECT_EQ(item.received, Received(socket).size);
+    ASSERT_GE(open(), 0);
+    for (const ssize_t size : {0, 1, 2047, 2048, 2049, 8000}) {
+        ASSERT_TRUE(send(std::string(static_cast<size_t>(size), 'u')));
+        EXPECT_EQ(std::min<ssize_t>(size, 2048), Received(mReceiver.get()).size);
     }
-    ASSERT_TRUE(send(""));
-    EXPECT_EQ(0, Received(socket).size);
-    close(socket);
 }
 
 TEST_F(DatagramUeventTest, MessageOfAnotherUserIsRefusedAndCleared) {
     if (geteuid() != 0) GTEST_SKIP() << "needs root, to send as another user";
-    const int socket = uevent_open_socket(kBufferSize, true);
-    ASSERT_GE(socket, 0);
+    ASSERT_GE(open(), 0);
     // Wide open, as a careless user would leave it.
     ASSERT_EQ(0, chmod(mDir.c_str(), 0755));
     ASSERT_EQ(0, chmod(mPath.c_str(), 0666));
@@ -219,91 +220,46 @@ TEST_F(DatagramUeventTest, MessageOfAnotherUserIsRefusedAndCleared) {
     int status = 0;
     ASSERT_EQ(child, waitpid(child, &status, 0));
     ASSERT_EQ(0, WEXITSTATUS(status));
-    const Received message(socket);
-    EXPECT_EQ(-1, message.size);
-    EXPECT_EQ(EIO, message.error);
-    EXPECT_TRUE(message.isCleared());
-    close(socket);
+    EXPECT_TRUE(Received(mReceiver.get()).isRefused());
 }
 
 TEST_F(DatagramUeventTest, WithoutCredentialsEverythingIsRefused) {
-    const int socket = uevent_open_socket(kBufferSize, false);
-    ASSERT_GE(socket, 0);
+    ASSERT_GE(open(false), 0);
     ASSERT_TRUE(send("change@/x"));
-    const Received message(socket);
-    EXPECT_EQ(EIO, message.error);
-    EXPECT_TRUE(message.isCleared());
-    close(socket);
+    EXPECT_TRUE(Received(mReceiver.get()).isRefused());
 }
 
 TEST_F(DatagramUeventTest, AttachedDescriptorsAreDropped) {
-    const int receiver = uevent_open_socket(kBufferSize, true);
-    ASSERT_GE(receiver, 0);
-    int watched[2];
-    ASSERT_EQ(0, pipe(watched));
-    const int sender = socket(PF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un to = {};
-    to.sun_family = AF_UNIX;
-    mPath.copy(to.sun_path, sizeof(to.sun_path) - 1);
-    char text[] = "change@/x";
-    iovec area = {text, sizeof(text)};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_name = &to;
-    message.msg_namelen = sizeof(to);
-    message.msg_iov = &area;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof(control);
-    cmsghdr* item = CMSG_FIRSTHDR(&message);
-    item->cmsg_level = SOL_SOCKET;
-    item->cmsg_type = SCM_RIGHTS;
-    item->cmsg_len = CMSG_LEN(sizeof(int));
-    memcpy(CMSG_DATA(item), &watched[1], sizeof(int));
-    ASSERT_GT(sendmsg(sender, &message, 0), 0);
-    close(watched[1]);
-    close(sender);
-    EXPECT_EQ(static_cast<ssize_t>(sizeof(text)), Received(receiver).size);
+    ASSERT_GE(open(), 0);
+    unique_fd read;
+    unique_fd write;
+    ASSERT_TRUE(android::base::Pipe(&read, &write));
+    ASSERT_TRUE(send("change@/x", write.get()));
+    write.reset();
+    EXPECT_EQ("change@/x", Received(mReceiver.get()).text());
     // The writing end is gone everywhere: reading finds the end instead of waiting.
-    EXPECT_TRUE(becomesReadable(watched[0]));
-    close(watched[0]);
-    close(receiver);
+    EXPECT_TRUE(becomesReadable(read.get()));
 }
 
 TEST_F(DatagramUeventTest, DeadPredecessorIsReplacedAndALiveOneIsNot) {
-    const int first = uevent_open_socket(kBufferSize, true);
-    ASSERT_GE(first, 0);
-    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
-    EXPECT_EQ(EADDRINUSE, errno);
+    ASSERT_GE(open(), 0);
+    expectRefusal(EADDRINUSE);
     ASSERT_TRUE(send("still there"));
-    EXPECT_EQ("still there", Received(first).text());
-    close(first);
-    const int second = uevent_open_socket(kBufferSize, true);
-    ASSERT_GE(second, 0) << strerror(errno);
+    EXPECT_EQ("still there", Received(mReceiver.get()).text());
+    mReceiver.reset();
+    ASSERT_GE(open(), 0) << strerror(errno);
     ASSERT_TRUE(send("new"));
-    EXPECT_EQ("new", Received(second).text());
-    close(second);
-}
-
-TEST_F(DatagramUeventTest, NoBufferSizeIsAFailureThatLeavesNothingBehind) {
-    sBufferSizesAreRefused = true;
-    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
-    EXPECT_EQ(EPERM, errno);
-    sBufferSizesAreRefused = false;
-    EXPECT_FALSE(std::filesystem::exists(mPath));
+    EXPECT_EQ("new", Received(mReceiver.get()).text());
 }
 
 TEST_F(DatagramUeventTest, UnusablePathsAreRefused) {
     std::ofstream(mPath) << "precious";
-    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
-    EXPECT_EQ(EEXIST, errno);
+    expectRefusal(EEXIST);
     EXPECT_EQ(8u, std::filesystem::file_size(mPath)) << "what is no socket stays";
     setenv("ANDROID_HOST_UEVENT_SOCKET", ("/" + std::string(107, 'x')).c_str(), 1);
-    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
-    EXPECT_EQ(ENAMETOOLONG, errno);
+    expectRefusal(ENAMETOOLONG);
     setenv("ANDROID_HOST_UEVENT_SOCKET", (mDir + "/missing/uevent").c_str(), 1);
-    EXPECT_EQ(-1, uevent_open_socket(kBufferSize, true));
-    EXPECT_EQ(ENOENT, errno);
+    expectRefusal(ENOENT);
 }
 
 }  // namespace
