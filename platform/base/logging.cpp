@@ -3,6 +3,7 @@
 #include <android-base/thread_annotations.h>
 #include <android/log.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include <atomic>
 #include <mutex>

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <errno.h>
-#include <string.h>
 
 #include <functional>
 #include <memory>
@@ -129,10 +128,6 @@ inline const char* LogValue(std::nullptr_t) {
     return "(null)";
 }
 
-inline bool SameText(const char* lhs, const char* rhs) {
-    return lhs == rhs || (lhs != nullptr && rhs != nullptr && strcmp(lhs, rhs) == 0);
-}
-
 }  // namespace android::base
 
 #ifdef LOG_TAG
@@ -187,14 +182,3 @@ inline bool SameText(const char* lhs, const char* rhs) {
 #define CHECK_LT(x, y) CHECK_OP(x, y, <)
 #define CHECK_GE(x, y) CHECK_OP(x, y, >=)
 #define CHECK_GT(x, y) CHECK_OP(x, y, >)
-
-// The texts may belong to temporaries, so they are used inside one expression; the sides are
-// evaluated once more when the check fails.
-#define CHECK_STROP(s1, s2, sense)                                                            \
-    while (__builtin_expect(::android::base::SameText(s1, s2) != (sense), false))             \
-    LOG_STREAM(FATAL) << "Check failed: \"" << ::android::base::LogValue(s1)                  \
-                      << ((sense) ? "\" == \"" : "\" != \"") << ::android::base::LogValue(s2) \
-                      << "\" "
-
-#define CHECK_STREQ(s1, s2) CHECK_STROP(s1, s2, true)
-#define CHECK_STRNE(s1, s2) CHECK_STROP(s1, s2, false)
