@@ -9,6 +9,7 @@ namespace aidl::test::form {
 namespace {
 
 class Store : public BnStore {
+  public:
     ndk::ScopedAStatus swap(const Item& item, std::optional<Item>* result) override {
         *result = item;
         (*result)->pick.set<Pick::text>(item.toString());
@@ -16,16 +17,15 @@ class Store : public BnStore {
     }
 };
 
-TEST(PlatformFormTest, DelegatorAndRecordsWork) {
-    const auto delegator =
-        ndk::SharedRefBase::make<IStore::DefaultDelegator>(ndk::SharedRefBase::make<Store>());
+TEST(PlatformFormTest, ObjectAndRecordsWork) {
+    const auto store = ndk::SharedRefBase::make<Store>();
     EXPECT_STREQ(IStore::descriptor,
-                 AIBinder_Class_getDescriptor(AIBinder_getClass(delegator->asBinder().get())));
+                 AIBinder_Class_getDescriptor(AIBinder_getClass(store->asBinder().get())));
     Item sent;
     sent.mode = Mode::ON;
     sent.data = {1, 2};
     std::optional<Item> received;
-    ASSERT_TRUE(delegator->swap(sent, &received).isOk());
+    ASSERT_TRUE(store->swap(sent, &received).isOk());
     EXPECT_EQ("Item{mode: ON, name: (null), data: [1, 2], pick: Pick{number: 0}}",
               received->pick.get<Pick::text>());
     EXPECT_TRUE(sent < *received);

@@ -15,10 +15,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include "../../base/tests/temporary_runtime.h"
 
 namespace {
 
@@ -92,26 +93,6 @@ TEST_F(NetlinkUeventTest, SocketIsReadyForUse) {
     EXPECT_GE(bytes, kBufferSize);
 }
 
-TEST_F(NetlinkUeventTest, KernelMessageIsDelivered) {
-    ASSERT_GE(mSocket, 0);
-    std::ofstream trigger("/sys/class/mem/null/uevent");
-    const std::string uuid = "01234567-89ab-cdef-0123-456789abcdef";
-    trigger << "change " << uuid << " SOURCE=WLC DRIVER=p9221" << std::flush;
-    if (!trigger) {
-        GTEST_SKIP() << "needs root and a writable /sys, to have the kernel send a uevent";
-    }
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLimitMs);
-    std::string text;
-    while (text.find(uuid) == std::string::npos && std::chrono::steady_clock::now() < end) {
-        if (!becomesReadable(mSocket)) break;
-        const Received message(mSocket);
-        text = message.text();
-    }
-    EXPECT_EQ(0u, text.find("change@")) << text;
-    EXPECT_NE(std::string::npos, text.find("SOURCE=WLC"));
-    EXPECT_NE(std::string::npos, text.find("DRIVER=p9221"));
-}
-
 TEST_F(NetlinkUeventTest, MessageOfAProcessIsRefusedAndCleared) {
     ASSERT_GE(mSocket, 0);
     const std::string text = std::string("change@/forged\0SOURCE=WLC\0", 26);
@@ -134,19 +115,10 @@ TEST_F(NetlinkUeventTest, MessageOfAProcessIsRefusedAndCleared) {
     }
 }
 
-class DatagramUeventTest : public testing::Test {
+class DatagramUeventTest : public TemporaryRuntime {
   protected:
-    DatagramUeventTest() {
-        mDir = testing::TempDir() + "uevent-XXXXXX";
-        EXPECT_NE(nullptr, mkdtemp(mDir.data()));
-        mPath = mDir + "/uevent";
-        setenv("ANDROID_HOST_UEVENT_SOCKET", mPath.c_str(), 1);
-    }
-    ~DatagramUeventTest() override {
-        unsetenv("ANDROID_HOST_UEVENT_SOCKET");
-        std::error_code ignored;
-        std::filesystem::remove_all(mDir, ignored);
-    }
+    DatagramUeventTest() { setenv("ANDROID_HOST_UEVENT_SOCKET", mPath.c_str(), 1); }
+    ~DatagramUeventTest() override { unsetenv("ANDROID_HOST_UEVENT_SOCKET"); }
 
     // The receiver's socket, closed when the test ends.
     int open(bool passCredentials = true) {
@@ -183,8 +155,7 @@ class DatagramUeventTest : public testing::Test {
         return sendmsg(sender.get(), &message, 0) == static_cast<ssize_t>(text.size());
     }
 
-    std::string mDir;
-    std::string mPath;
+    const std::string mPath = mBase + "/uevent";
     unique_fd mReceiver;
 };
 
@@ -210,7 +181,7 @@ TEST_F(DatagramUeventTest, MessageOfAnotherUserIsRefusedAndCleared) {
     if (geteuid() != 0) GTEST_SKIP() << "needs root, to send as another user";
     ASSERT_GE(open(), 0);
     // Wide open, as a careless user would leave it.
-    ASSERT_EQ(0, chmod(mDir.c_str(), 0755));
+    ASSERT_EQ(0, chmod(mBase.c_str(), 0755));
     ASSERT_EQ(0, chmod(mPath.c_str(), 0666));
     const pid_t child = fork();
     if (child == 0) {
@@ -258,7 +229,7 @@ TEST_F(DatagramUeventTest, UnusablePathsAreRefused) {
     EXPECT_EQ(8u, std::filesystem::file_size(mPath)) << "what is no socket stays";
     setenv("ANDROID_HOST_UEVENT_SOCKET", ("/" + std::string(107, 'x')).c_str(), 1);
     expectRefusal(ENAMETOOLONG);
-    setenv("ANDROID_HOST_UEVENT_SOCKET", (mDir + "/missing/uevent").c_str(), 1);
+    setenv("ANDROID_HOST_UEVENT_SOCKET", (mBase + "/missing/uevent").c_str(), 1);
     expectRefusal(ENOENT);
 }
 

@@ -4,9 +4,6 @@
 #include <unistd.h>
 #include <utils/Looper.h>
 
-#include <set>
-#include <vector>
-
 namespace {
 
 using android::Looper;
@@ -59,17 +56,6 @@ TEST_F(LooperTest, RepeatedRegistrationInEveryPassKeepsReporting) {
     EXPECT_EQ(2, poll(kLimitMs));
     EXPECT_EQ(Looper::EVENT_INPUT, mEvents);
     EXPECT_EQ(&mark, mData);
-}
-
-TEST_F(LooperTest, AllReadyDescriptorsComeInTurn) {
-    std::vector<Pipe> pipes(3);
-    for (size_t i = 0; i < pipes.size(); ++i) {
-        ASSERT_EQ(1, add(pipes[i].read.get(), static_cast<int>(i)));
-        pipes[i].fill();
-    }
-    std::set<int> seen;
-    for (size_t i = 0; i < pipes.size(); ++i) seen.insert(poll(kLimitMs));
-    EXPECT_EQ((std::set<int>{0, 1, 2}), seen);
 }
 
 TEST_F(LooperTest, RegistrationsThatCannotWorkAreRefused) {

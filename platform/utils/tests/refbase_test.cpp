@@ -30,15 +30,10 @@ class Watched : public virtual RefBase {
     Events* const mEvents;
 };
 
-class Derived : public Watched {
-  public:
-    using Watched::Watched;
-};
-
 TEST(RefBaseTest, ObjectGoesWithItsLastStrongReference) {
     Events events;
     {
-        sp<Watched> one = sp<Derived>::make(&events);
+        sp<Watched> one = sp<Watched>::make(&events);
         sp<Watched> two = one;
         sp<Watched> three = std::move(one);
         EXPECT_EQ(nullptr, one.get());  // NOLINT(bugprone-use-after-move): that is the point

@@ -25,10 +25,6 @@ BnStore::~BnStore() {}
 #endif
     return ::ndk::SpAIBinder(binder);
 }
-::ndk::ScopedAStatus BnStore::getInterfaceVersion(int32_t* _aidl_return) {
-    *_aidl_return = IStore::version;
-    return ::ndk::ScopedAStatus(AStatus_newOk());
-}
 
 const char* IStore::descriptor = "test.form.IStore";
 IStore::IStore() {}

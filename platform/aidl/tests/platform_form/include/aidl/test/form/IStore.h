@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// An enum, a union, a record and an interface with its delegator, in the form that the platform's
-// own compiler gives them: those parts of it that take other things from our headers than our
-// compiler's code does, or have compilers warn. Calls are not among them.
+// An enum, a union, a record and an interface, in the form that the platform's own compiler gives
+// them: those parts of it that take other things from our headers than our compiler's code does, or
+// have compilers warn. Calls are not among them, nor is the delegator.
 #pragma once
 
 #include <android/binder_enums.h>
@@ -111,47 +111,21 @@ class Item {
     }
 };
 
-class IStoreDelegator;
-
 class IStore : public ::ndk::ICInterface {
   public:
-    typedef IStoreDelegator DefaultDelegator;
     static const char* descriptor;
     IStore();
     virtual ~IStore();
-    static inline const int32_t version = 3;
     virtual ::ndk::ScopedAStatus swap(const ::aidl::test::form::Item& in_item,
                                       std::optional<::aidl::test::form::Item>* _aidl_return) = 0;
-    virtual ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) = 0;
 };
 
 class BnStore : public ::ndk::BnCInterface<IStore> {
   public:
     BnStore();
     virtual ~BnStore();
-    ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) final;
 
   protected:
     ::ndk::SpAIBinder createBinder() override;
-};
-
-class IStoreDelegator : public BnStore {
-  public:
-    explicit IStoreDelegator(const std::shared_ptr<IStore>& impl) : _impl(impl) {
-        int32_t _impl_ver = 0;
-        if (!impl->getInterfaceVersion(&_impl_ver).isOk()) {
-            _impl_ver = 0;
-        }
-        if (_impl_ver != IStore::version) {
-            __assert2(__FILE__, __LINE__, __PRETTY_FUNCTION__, "versions differ");
-        }
-    }
-    ::ndk::ScopedAStatus swap(const ::aidl::test::form::Item& in_item,
-                              std::optional<::aidl::test::form::Item>* _aidl_return) override {
-        return _impl->swap(in_item, _aidl_return);
-    }
-
-  private:
-    std::shared_ptr<IStore> _impl;
 };
 }  // namespace aidl::test::form
