@@ -25,15 +25,14 @@ struct Pipe {
 
 class LooperTest : public testing::Test {
   protected:
-    int poll(int timeoutMs) { return mLooper->pollOnce(timeoutMs, &mFd, &mEvents, &mData); }
-    int add(int fd, int ident = 0, void* data = nullptr) {
-        return mLooper->addFd(fd, ident, Looper::EVENT_INPUT, nullptr, data);
+    int poll(int timeoutMs) { return mLooper->pollOnce(timeoutMs, &mFd, &mEvents, nullptr); }
+    int add(int fd, int ident = 0) {
+        return mLooper->addFd(fd, ident, Looper::EVENT_INPUT, nullptr, nullptr);
     }
 
     sp<Looper> mLooper = sp<Looper>::make(true);
     int mFd = -1;
     int mEvents = -1;
-    void* mData = this;
 };
 
 TEST_F(LooperTest, RepeatedRegistrationInEveryPassKeepsReporting) {
@@ -43,19 +42,16 @@ TEST_F(LooperTest, RepeatedRegistrationInEveryPassKeepsReporting) {
         ASSERT_EQ(Looper::POLL_TIMEOUT, poll(pass % 2));
         EXPECT_EQ(0, mFd);
         EXPECT_EQ(0, mEvents);
-        EXPECT_EQ(nullptr, mData);
         pipe.fill();
         ASSERT_EQ(0, poll(kLimitMs));
         ASSERT_EQ(pipe.read.get(), mFd);
         pipe.drain();
     }
     // A later registration replaces the earlier.
-    int mark;
-    ASSERT_EQ(1, add(pipe.read.get(), 2, &mark));
+    ASSERT_EQ(1, add(pipe.read.get(), 2));
     pipe.fill();
     EXPECT_EQ(2, poll(kLimitMs));
     EXPECT_EQ(Looper::EVENT_INPUT, mEvents);
-    EXPECT_EQ(&mark, mData);
 }
 
 TEST_F(LooperTest, RegistrationsThatCannotWorkAreRefused) {
