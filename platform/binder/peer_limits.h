@@ -18,22 +18,30 @@ inline constexpr Deadline kNoDeadline = Deadline::max();
 
 // ---- Time -------------------------------------------------------------------------------------
 
+// The unit of the limits: a second, but for fuzz targets, which have no time to reach them.
+#ifdef BINDER_FUZZ_LIMITS
+using LimitUnit = std::chrono::duration<int64_t, std::ratio<1, 50>>;
+#else
+using LimitUnit = std::chrono::seconds;
+#endif
+
 // For everything a live peer does at once: completing an opening or a frame it has begun, reading
 // some of its output, sending the oneway call that others of its calls wait for, answering a call
 // that this side makes to it. A peer that is stopped, or waits for us, fails all of them.
 //
 // A client's calls to its server have no limit: a method may take as long as the hardware behind
 // it.
-inline constexpr std::chrono::seconds kPeerTimeout(5);
+inline constexpr LimitUnit kPeerTimeout(5);
 
 // How long the requester of a dump or shell command may keep its output waiting, in all; and from
 // when on such a call makes no further calls to others, such as the dumps of subscribers. Twice the
 // above, so that one slow subscriber does not cost the next one its turn.
-inline constexpr std::chrono::seconds kDiagnosticsTimeout(10);
+inline constexpr LimitUnit kDiagnosticsTimeout(10);
 
 // How often limits are checked while something is pending; nothing runs otherwise. A limit is
 // exceeded by at most this much.
-inline constexpr std::chrono::milliseconds kLimitCheckInterval(500);
+inline constexpr std::chrono::nanoseconds kLimitCheckInterval =
+    std::chrono::nanoseconds(LimitUnit(1)) / 2;
 
 // How long a pool thread waits for the next call of a connection whose calls have come as quickly
 // kBusyCalls times, before it goes back to waiting for all. Longer than a client takes between two

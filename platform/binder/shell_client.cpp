@@ -48,7 +48,7 @@ const AIBinder_Class* resultReceiverClass() {
 }
 
 // The result is sent before the command's own answer, on another connection.
-constexpr std::chrono::seconds kResultTimeout(5);
+constexpr LimitUnit kResultTimeout(5);
 
 binder_status_t awaitResult(Result& result, binder_status_t* status)
     NO_THREAD_SAFETY_ANALYSIS {  // std::unique_lock is not annotated
