@@ -15,8 +15,6 @@
 
 #include <algorithm>
 
-#include "text.h"
-
 namespace wlc {
 namespace {
 
@@ -215,8 +213,8 @@ std::string commonName(const X509_NAME* name) {
 
 std::string serialNumber(const X509* certificate) {
     const ASN1_INTEGER* const serial = X509_get0_serialNumber(certificate);
-    return toHex(
-        Bytes(ASN1_STRING_get0_data(serial), static_cast<size_t>(ASN1_STRING_length(serial))));
+    const unsigned char* const bytes = ASN1_STRING_get0_data(serial);
+    return fmt::format("{:02x}", fmt::join(bytes, bytes + ASN1_STRING_length(serial), ""));
 }
 
 }  // namespace wlc

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "raw_peer.h"
 
+#include <errno.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -140,6 +141,7 @@ Bytes RawPeer::receive(size_t size) {
     size_t have = 0;
     while (have < size) {
         ssize_t count = recv(mSocket.get(), bytes.data() + have, size - have, 0);
+        if (count < 0 && errno == EINTR) continue;
         if (count <= 0) break;
         have += static_cast<size_t>(count);
     }

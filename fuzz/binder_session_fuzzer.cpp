@@ -1,0 +1,334 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Hostile clients of a served object whose methods call back: several sessions with several
+// connections each, whole and broken frames, descriptors, binders, nested calls answered or not,
+// oneway calls in any order, dumps, hang-ups. Whatever they do, another client is served, and when
+// they have gone nothing is left of them.
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <list>
+
+#include "binder_script.h"
+#include "listener.h"
+#include "unix_socket.h"
+
+namespace host::binder::test {
+namespace {
+
+constexpr size_t kMaxSteps = 100;
+constexpr size_t kMaxSockets = 12;
+constexpr int kPatienceMs = 20;
+constexpr int kBeyondLimitsMs = 150;
+
+// ---- The served object --------------------------------------------------------------------------
+
+struct Served {
+    Served();
+    void onPing(int what);
+
+    echo::Server server;
+    ndk::SpAIBinder root = echo::makeServer(&server);
+    const std::string path = socketPath();
+    std::shared_ptr<Listener> listener;
+    AIBinder_DeathRecipient* recipient;
+    std::atomic<int> links{0};
+};
+
+Served& served() {
+    static auto* const instance = new Served;
+    return *instance;
+}
+
+// More than a pipe takes, when asked for it.
+binder_status_t writeDump(int fd, uint32_t count) {
+    const std::string text(count > 2 ? 100'000 : 10, 'x');
+    (void)!write(fd, text.data(), text.size());
+    return STATUS_OK;
+}
+
+binder_status_t dumpAll(AIBinder*, int fd, const char** args, uint32_t count) {
+    const ndk::SpAIBinder callback = served().server.callback();
+    if (count % 2 == 1) (void)AIBinder_dump(callback.get(), fd, args, count);
+    return writeDump(fd, count);
+}
+
+binder_status_t runCommand(AIBinder*, int, int out, int err, const char**, uint32_t count) {
+    (void)writeDump(err, count);
+    return writeDump(out, count);
+}
+
+Served::Served() {
+    // As the service.
+    (void)signal(SIGPIPE, SIG_IGN);
+    Reactor::get().setMaxThreads(2);
+    Reactor::get().startPool();
+    auto* clazz = const_cast<AIBinder_Class*>(AIBinder_getClass(root.get()));
+    AIBinder_Class_setOnDump(clazz, dumpAll);
+    AIBinder_Class_setHandleShellCommand(clazz, runCommand);
+    AIBinder_setExtension(root.get(), echo::makeCallback([](int x) { return x; }).get());
+    recipient = AIBinder_DeathRecipient_new([](void*) {});
+    AIBinder_DeathRecipient_setOnUnlinked(recipient, [](void*) { --served().links; });
+    server.onPing([this](int what) { onPing(what); });
+    listener = std::make_shared<Listener>(listenUnix(path), root.get(), 3);
+    if (!Reactor::get().add(listener)) abort();
+}
+
+// What a method of a service may do with a client's object.
+void Served::onPing(int what) {
+    const ndk::SpAIBinder callback = server.callback();
+    ndk::SpAIBinder extension;
+    switch (what) {
+        case 1:
+            ++links;
+            (void)AIBinder_linkToDeath(callback.get(), recipient, nullptr);
+            if (callback.get() == nullptr) --links;
+            break;
+        case 2:
+            (void)AIBinder_unlinkToDeath(callback.get(), recipient, nullptr);
+            break;
+        case 3:
+            if (AIBinder_getExtension(callback.get(), extension.getR()) != STATUS_OK) break;
+            server.setCallback(extension);
+            break;
+        case 4:
+            (void)AIBinder_ping(callback.get());
+            break;
+        case 5:
+            (void)echo::callWithBinder(callback.get(), echo::kPing, root.get());
+            break;
+        case 6:
+            server.setCallback({});
+            break;
+        case 7:
+            (void)AIBinder_dump(callback.get(), STDERR_FILENO, nullptr, 0);
+            break;
+        default:
+            break;
+    }
+}
+
+// ---- Its clients --------------------------------------------------------------------------------
+
+struct Session {
+    uint32_t version;
+    Bytes id;
+};
+
+struct ClientSocket : HostileSocket {
+    using HostileSocket::HostileSocket;
+    size_t session = 0;
+    int expected = 0;  // answers
+    int asked = 0;     // questions of the server's that are open
+};
+
+class Clients : BinderScript {
+  public:
+    explicit Clients(std::span<const uint8_t> input) : BinderScript(input) {}
+
+    void run() {
+        for (size_t n = 0; n < kMaxSteps && mInput.remaining_bytes() > 0; ++n) step();
+    }
+
+    // Unless some end of the sockets is still under way: then only the limits help.
+    void hangUp() {
+        for (ClientSocket& socket : mSockets) (void)shutdown(socket.peer.fd(), SHUT_RDWR);
+    }
+
+  private:
+    void step() {
+        if (mSockets.empty()) return openSession();
+        auto socket = mSockets.begin();
+        std::advance(socket, choose(static_cast<uint8_t>(mSockets.size())));
+        switch (choose(12)) {
+            case 0:
+                return openSession();
+            case 1:
+                return join(*socket, choose(2));
+            case 2:
+                return openOddly(*socket);
+            case 3:
+                return transmit(*socket, oddFrame());
+            case 4:
+                if (rarely()) {
+                    mSockets.erase(socket);
+                } else if (rarely()) {
+                    (void)socket->waitForInput(kBeyondLimitsMs);
+                } else {
+                    (void)shutdown(socket->peer.fd(), choose(3));
+                }
+                return;
+            case 5:
+                return answer(*socket, 0);
+            case 6:
+            case 7:
+            case 8:
+                return call(*socket);
+            default:
+                return read(*socket);
+        }
+    }
+
+    ClientSocket& add(RawPeer peer, size_t session) {
+        if (mSockets.size() == kMaxSockets) mSockets.pop_front();
+        ClientSocket& socket = mSockets.emplace_back(std::move(peer));
+        socket.session = session;
+        socket.version = mSessions[session].version;
+        return socket;
+    }
+
+    void openSession() {
+        const uint32_t version = rarely() ? 0 : 1;
+        RawPeer peer(served().path);
+        peer.open({}, 0, rarely() ? 0 : 1, version);
+        peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
+        const std::optional<RawFrame> reply = peer.frame();
+        if (!reply || reply->body.size() < kSessionIdSize) abort();
+        mSessions.push_back(
+            {version, Bytes(reply->body.end() - kSessionIdSize, reply->body.end())});
+        peer.fetchRoot();
+        add(std::move(peer), mSessions.size() - 1);
+    }
+
+    void join(const ClientSocket& first, uint8_t options) {
+        RawPeer peer(served().path);
+        peer.open(mSessions[first.session].id, options, 1, first.version);
+        add(std::move(peer), first.session);
+    }
+
+    void openOddly(const ClientSocket& other) {
+        const Bytes& id = mSessions[other.session].id;
+        constexpr uint16_t kIdSizes[] = {0, kSessionIdSize, 5};
+        const WireConnectionHeader header{
+            choose(3), choose(4), choose(3), {}, mInput.PickValueInArray(kIdSizes)};
+        Bytes opening;
+        append(&opening, header);
+        if (header.sessionIdSize > 0) append(&opening, choose(2) == 0 ? id : Bytes(id.size()));
+        append(&opening, kConnectionInit);
+        const size_t session = other.session;
+        transmit(add(RawPeer(connectUnix(served().path)), session), opening);
+    }
+
+    void call(ClientSocket& socket) {
+        constexpr uint32_t kCodes[] = {
+            echo::kPing, echo::kRegisterCallback, echo::kFire,    echo::kAskBack,
+            echo::kEcho, echo::kReturnObject,     kDumpCode,      kShellCommandCode,
+            kPingCode,   kInterfaceCode,          kExtensionCode, 99};
+        Call call{.code = mInput.PickValueInArray(kCodes)};
+        if (rarely()) call.address = address();
+        if (call.address == kSessionAddress) call.code = choose(4);
+        if (choose(4) == 3) {
+            call.flags = kFlagOneway;
+            call.asyncNumber = choose(4);
+        }
+        if (call.code <= kLastUserCode) addText("test.IEcho");
+        addArgumentsOf(call.code, socket);
+        if (call.flags == 0) ++socket.expected;
+        transmit(socket, callFrame(call));
+    }
+
+    void addArgumentsOf(uint32_t code, const ClientSocket& socket) {
+        switch (code) {
+            case echo::kEcho: {
+                const auto size = static_cast<uint32_t>(choose(4)) * 33'000;
+                append(&mParcel, size);
+                append(&mParcel, Bytes(size));
+                return;
+            }
+            case echo::kRegisterCallback:
+            case echo::kReturnObject:
+                return rarely() ? addBinderOrNull() : addBinder({kAddressCreated, choose(2)});
+            case kDumpCode:
+                addFd(socket);
+                return addArguments();
+            case kShellCommandCode:
+                for (int i = 0; i < 3; ++i) addFd(socket);
+                addArguments();
+                addNull();
+                return addBinderOrNull();
+            default:
+                append(&mParcel, int32(number()));
+        }
+    }
+
+    // Waits for what must come, and takes what has.
+    void read(ClientSocket& socket) {
+        (void)socket.waitForInput(socket.expected > 0 && socket.asked == 0 ? kPatienceMs : 0);
+        if (!socket.read()) socket.expected = 0;
+        while (std::optional<RawFrame> frame = socket.nextFrame()) {
+            if (frame->command == WireCommand::kReply) --socket.expected;
+            if (frame->command != WireCommand::kTransact) continue;
+            const WireTransaction transaction = transactionOf(*frame);
+            if (transaction.flags == kFlagOneway) continue;
+            ++socket.asked;
+            switch (choose(8)) {
+                case 7:
+                    break;
+                case 6:
+                    transmit(socket, oddFrame());
+                    break;
+                case 5:
+                    call(socket);  // before, or instead of, the answer
+                    --socket.asked;
+                    break;
+                default:
+                    answer(socket, transaction.code);
+            }
+        }
+    }
+
+    void answer(ClientSocket& socket, uint32_t code) {
+        if (socket.asked > 0) --socket.asked;
+        if (code == kInterfaceCode) {
+            addText("test.ICb");
+        } else if (code == kExtensionCode) {
+            addBinderOrNull();
+        } else if (rarely()) {
+            addFd(socket);
+        } else {
+            append(&mParcel, int32(0));
+            append(&mParcel, int32(1));
+        }
+        transmit(socket, replyFrame(socket.version, rarely() ? number() : 0));
+    }
+
+    std::vector<Session> mSessions;
+    std::list<ClientSocket> mSockets;
+};
+
+void expectServed() {
+    RawPeer peer(served().path);
+    peer.open();
+    peer.fetchRoot();
+    const std::optional<RawFrame> reply = peer.ping(40);
+    if (!reply || reply->replyParcel() != Bytes{0, 0, 0, 0, 41, 0, 0, 0}) abort();
+}
+
+}  // namespace
+}  // namespace host::binder::test
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    setenv("ANDROID_LOG_TAGS", "*:S", /*overwrite=*/0);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace host::binder::test;
+    if (size == 0) return 0;
+    (void)served();
+    const size_t before = openDescriptors();
+    {
+        Clients clients({data, size - 1});
+        clients.run();
+        expectServed();
+        if (data[size - 1] % 16 != 15) clients.hangUp();
+    }
+    served().server.setCallback({});
+    expectDescriptors(before);
+    // The target's, the listener's.
+    if (!eventually([] { return AIBinder_debugGetRefCount(served().root.get()) == 2; })) abort();
+    if (!eventually([] { return served().links == 0; })) abort();
+    return 0;
+}
