@@ -11,6 +11,8 @@
 #include <stdlib.h>
 #include <sys/socket.h>
 
+#include <atomic>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -217,11 +219,46 @@ inline std::string socketPath() {
     return folder + "/socket";
 }
 
-// That nothing stays behind of what the peer was given.
-inline void expectDescriptors(size_t count) {
-    if (eventually([=] { return openDescriptors() <= count; })) return;
-    fprintf(stderr, "%zu descriptors are open instead of %zu\n", openDescriptors(), count);
+// Counts the links to deaths, each of which has to end.
+class Deaths {
+  public:
+    void link(AIBinder* binder) {
+        if (binder == nullptr) return;
+        ++mLinks;
+        (void)AIBinder_linkToDeath(binder, mRecipient, this);
+    }
+    void unlink(AIBinder* binder) { (void)AIBinder_unlinkToDeath(binder, mRecipient, this); }
+    int links() const { return mLinks; }
+
+    Deaths() {
+        AIBinder_DeathRecipient_setOnUnlinked(
+            mRecipient, [](void* deaths) { --static_cast<Deaths*>(deaths)->mLinks; });
+    }
+
+  private:
+    AIBinder_DeathRecipient* const mRecipient = AIBinder_DeathRecipient_new([](void*) {});
+    std::atomic<int> mLinks{0};
+};
+
+inline Deaths& deaths() {
+    static auto* const instance = new Deaths;
+    return *instance;
+}
+
+// Nothing of what the peer was given, or sent, stays behind.
+inline void expectNothingLeft(size_t descriptorsBefore) {
+    const auto isClean = [=] {
+        return openDescriptors() <= descriptorsBefore && deaths().links() == 0;
+    };
+    if (eventually(isClean)) return;
+    fprintf(stderr, "%zu descriptors instead of %zu and %d death links are left\n",
+            openDescriptors(), descriptorsBefore, deaths().links());
     abort();
 }
 
 }  // namespace host::binder::test
+
+// Most of what the log would say is about the peer's faults.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return setenv("ANDROID_LOG_TAGS", "*:S", /*overwrite=*/0);
+}
