@@ -314,7 +314,8 @@ void Reactor::serveOne() {
 void Reactor::schedule(Pollable& object) {
     {
         std::lock_guard lock(mReadyLock);
-        mReady.push_back({object.mToken, EPOLLIN});
+        // The news of a hang-up may have been given out while the object was owned.
+        mReady.push_back({object.mToken, EPOLLIN | EPOLLRDHUP});
         mReadyCount = mReady.size();
     }
     shareReady(mIdle);
