@@ -11,6 +11,7 @@
 #include <stdlib.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <optional>
@@ -49,6 +50,7 @@ struct HostileSocket {
     }
     std::optional<RawFrame> nextFrame() {
         WireHeader header;
+        if (unreadOpening > 0 && !take(std::exchange(unreadOpening, 0))) return std::nullopt;
         if (received.size() < sizeof(header)) return std::nullopt;
         memcpy(&header, received.data(), sizeof(header));
         std::optional<Bytes> frame = take(sizeof(header) + header.bodySize);
@@ -60,13 +62,13 @@ struct HostileSocket {
     RawPeer peer;
     Bytes received;
     uint32_t version = 1;
+    size_t unreadOpening = 0;  // bytes in front of the first frame
     bool isClosed = false;
 };
 
 inline WireTransaction transactionOf(const RawFrame& frame) {
     WireTransaction transaction{};
-    if (frame.body.size() < sizeof(transaction)) abort();  // the runtime never sends that
-    memcpy(&transaction, frame.body.data(), sizeof(transaction));
+    memcpy(&transaction, frame.body.data(), std::min(frame.body.size(), sizeof(transaction)));
     return transaction;
 }
 

@@ -195,7 +195,10 @@ class Clients : BinderScript {
         if (header.sessionIdSize > 0) append(&opening, choose(2) == 0 ? id : Bytes(id.size()));
         append(&opening, kConnectionInit);
         const size_t session = other.session;
-        transmit(add(RawPeer(connectUnix(served().path)), session), opening);
+        ClientSocket& socket = add(RawPeer(connectUnix(served().path)), session);
+        const bool isJoining = header.sessionIdSize > 0 && (header.options & 1) == 0;
+        socket.unreadOpening = isJoining ? 0 : sizeof(WireNewSessionResponse);
+        transmit(socket, opening);
     }
 
     void call(ClientSocket& socket) {
