@@ -278,9 +278,10 @@ Connection::Read Connection::read(bool wait) {
     }
     bool hasFds = mOptions.passesFds && message.msg_controllen > 0;
     // After a short read the socket is empty, and what comes later wakes the pool again: one system
-    // call a frame. But a read also ends behind a message with descriptors, and the news of a
-    // hang-up may have come together with that of these bytes.
-    mUnread = mDrain || hasFds || static_cast<size_t>(count) == space.size();
+    // call a frame. But a read also ends behind a message with descriptors, taken or not, and the
+    // news of a hang-up may have come together with that of these bytes.
+    const bool broughtFds = hasFds || (message.msg_flags & MSG_CTRUNC) != 0;
+    mUnread = mDrain || broughtFds || static_cast<size_t>(count) == space.size();
     mIn.commit(static_cast<size_t>(count), hasFds ? takeFds(&message) : std::vector<unique_fd>());
     return Read::kSome;
 }
