@@ -172,7 +172,10 @@ class Clients : BinderScript {
         peer.open({}, 0, rarely() ? 0 : 1, version);
         peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
         const std::optional<RawFrame> reply = peer.frame();
-        if (!reply || reply->body.size() < kSessionIdSize) abort();
+        if (!reply || reply->body.size() < kSessionIdSize) {
+            perror("a client is not served");
+            abort();
+        }
         mSessions.push_back(
             {version, Bytes(reply->body.end() - kSessionIdSize, reply->body.end())});
         peer.fetchRoot();
