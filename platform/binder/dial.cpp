@@ -2,6 +2,7 @@
 #include "dial.h"
 
 #include <android-base/logging.h>
+#include <errno.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -14,11 +15,27 @@ namespace host::binder {
 using android::base::unique_fd;
 
 bool sendAll(int socket, const void* data, size_t size) {
-    return send(socket, data, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    while (size > 0) {
+        const ssize_t sent = send(socket, bytes, size, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR) continue;
+        if (sent < 0) return false;
+        bytes += sent;
+        size -= static_cast<size_t>(sent);
+    }
+    return true;
 }
 
 bool receiveAll(int socket, void* data, size_t size) {
-    return recv(socket, data, size, MSG_WAITALL) == static_cast<ssize_t>(size);
+    auto* bytes = static_cast<uint8_t*>(data);
+    while (size > 0) {
+        const ssize_t received = recv(socket, bytes, size, MSG_WAITALL);
+        if (received < 0 && errno == EINTR) continue;
+        if (received <= 0) return false;
+        bytes += received;
+        size -= static_cast<size_t>(received);
+    }
+    return true;
 }
 
 unique_fd dial(const std::string& path, const DialOptions& options) {

@@ -271,8 +271,13 @@ bool Reactor::startSpareThread() {
 bool Reactor::retire() {
     uint32_t spawned = mSpawned;
     // The last idle thread stays: somebody has to notice what comes.
-    return spawned > mMaxSpawned + mWaiting && mIdle > 0 &&
-           mSpawned.compare_exchange_strong(spawned, spawned - 1);
+    if (spawned <= mMaxSpawned + mWaiting || mIdle == 0 ||
+        !mSpawned.compare_exchange_strong(spawned, spawned - 1)) {
+        return false;
+    }
+    // It may have been this thread that was woken for what is ready.
+    shareReady(mIdle);
+    return true;
 }
 
 void Reactor::joinPool() {

@@ -163,7 +163,7 @@ class Reactor {
     // Starts one more thread when the limit, and those waiting for peers, leave room for it.
     bool startSpareThread();
     bool startPoolThread();
-    // False when a thread that replaced a waiting one is no longer needed and shall end.
+    // Whether the calling thread, which replaced a waiting one, is no longer needed and shall end.
     bool retire();
     void serveOne() EXCLUDES(mReadyLock);
     void schedule(Pollable& object) EXCLUDES(mReadyLock);

@@ -110,7 +110,8 @@ class StrangeServiceTest : public ToolsTest {
         return write(fd, text.data(), text.size()) < 0 ? -errno : STATUS_OK;
     }
 
-    std::latch mMayAnswer{1};
+    // Never destroyed: a method may still be leaving it.
+    std::latch& mMayAnswer = *new std::latch(1);
     ndk::SpAIBinder mBinder;
 };
 

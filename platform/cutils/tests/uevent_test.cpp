@@ -10,6 +10,7 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,6 +21,18 @@
 #include <string>
 
 #include "../../base/tests/temporary_runtime.h"
+
+static bool sBufferSizesAreRefused = false;
+
+// In place of the C library's, for a failure that no kernel gives.
+extern "C" int setsockopt(int fd, int level, int option, const void* value,
+                          socklen_t length) noexcept {
+    if (sBufferSizesAreRefused && (option == SO_RCVBUF || option == SO_RCVBUFFORCE)) {
+        errno = EPERM;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_setsockopt, fd, level, option, value, length));
+}
 
 namespace {
 
@@ -91,6 +104,13 @@ TEST_F(NetlinkUeventTest, SocketIsReadyForUse) {
     int bytes = 0;
     ASSERT_EQ(0, getsockopt(mSocket, SOL_SOCKET, SO_RCVBUF, &bytes, &size));
     EXPECT_GE(bytes, kBufferSize);
+}
+
+TEST_F(NetlinkUeventTest, WithoutAReceiveBufferThereIsNoSocket) {
+    sBufferSizesAreRefused = true;
+    const int socket = uevent_open_socket(kBufferSize, true);
+    sBufferSizesAreRefused = false;
+    EXPECT_EQ(-1, socket);
 }
 
 TEST_F(NetlinkUeventTest, MessageOfAProcessIsRefusedAndCleared) {
