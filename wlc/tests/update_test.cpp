@@ -121,17 +121,27 @@ TEST_F(UpdateTest, WhatTheDockFindsWrongEndsTheUpdateWithOne) {
     const Outcome patient = wlc("firmware update " + path);
     EXPECT_EQ(0, patient.exitStatus) << patient.out << patient.err;
 
-    for (const auto& [fault, text] : {std::pair{"fail sendPropRequest:25 9 1", "(REFUSED)"},
-                                      {"fail sendPropRequest:26 3 1", "(INVALID_ARGUMENT)"},
-                                      {"answer sendPropRequest:28 0004 1", "(INVALID_RESPONSE)"},
-                                      {"set firmware.0.fail-at 50", "failed to apply"},
-                                      {"set firmware.0.reject true", "not valid for this dock"}}) {
+    struct Case {
+        const char* fault;
+        const char* text;
+        const char* mend = "status";
+    };
+    for (const auto& [fault, text, mend] : {
+             Case{"set firmware.0.reject true", "not valid for this dock",
+                  "set firmware.0.reject false"},
+             Case{"set firmware.0.fail-at 50", "failed to apply", "set firmware.0.fail-at -1"},
+             Case{"fail sendPropRequest:25 9 1", "(REFUSED)"},
+             Case{"fail sendPropRequest:26 3 1", "(INVALID_ARGUMENT)"},
+             // The last one: the dock goes on applying what it has.
+             Case{"answer sendPropRequest:28 0004 1", "(INVALID_RESPONSE)"},
+         }) {
         SCOPED_TRACE(fault);
         dock(fault);
         const Outcome outcome = wlc("firmware update " + path);
         EXPECT_EQ(1, outcome.exitStatus) << outcome.out;
         EXPECT_THAT(outcome.err, HasSubstr(text));
         EXPECT_THAT(outcome.err, HasSubstr("continue with: wlc firmware update " + path));
+        dock(mend);
     }
 }
 
