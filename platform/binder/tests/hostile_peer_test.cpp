@@ -171,16 +171,6 @@ TEST_F(HostilePeerTest, OpeningsAndFramesMayComeByteByByteAndEndAnywhere) {
     EXPECT_TRUE(eventually([&] { return openDescriptors() <= before; }));
 }
 
-TEST_F(HostilePeerTest, SilentHalfFramesHoldNoThread) {
-    std::vector<RawPeer> silent;
-    for (int i = 0; i < 20; ++i) {
-        silent.push_back(openRaw());
-        Bytes frame = pingFrame(i);
-        silent.back().send(Bytes(frame.begin(), frame.begin() + 30));
-    }
-    expectServed();
-}
-
 TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     Bytes parcel;

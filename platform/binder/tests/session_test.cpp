@@ -5,13 +5,11 @@
 #include "session.h"
 
 #include <android/binder_manager.h>
-#include <android/binder_process.h>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <condition_variable>
-#include <latch>
 #include <mutex>
 #include <thread>
 
@@ -72,36 +70,6 @@ TEST_F(SessionTest, CallInsideACallbackInsideACall) {
     int answer = 0;
     EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kAskBack, 20, &answer));
     EXPECT_EQ(42, answer);
-}
-
-TEST_F(SessionTest, EveryCallerIsAnsweredWhileFourThreadsAreHeld) {
-    // The two that started with the pool and the two more that it may start.
-    static std::thread* const fourth = new std::thread([] { ABinderProcess_joinThreadPool(); });
-    (void)fourth;
-    Gate gate;
-    mServer.onBlock([&] { gate.pass(); });
-    std::vector<std::thread> callers;
-    for (int i = 0; i < 4; ++i) {
-        callers.emplace_back([&] {
-            SpAIBinder root = connect();
-            EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kBlock, 0));
-        });
-    }
-    ASSERT_TRUE(gate.waitForWaiting(4));
-    std::latch started(60);
-    for (int i = 0; i < 60; ++i) {
-        callers.emplace_back([&, i] {
-            started.count_down();
-            SpAIBinder root = connect();
-            int answer = 0;
-            EXPECT_EQ(STATUS_OK, echo::ping(root.get(), i, &answer));
-            EXPECT_EQ(i + 1, answer);
-        });
-    }
-    started.wait();
-    gate.open();
-    for (std::thread& caller : callers) caller.join();
-    mServer.onBlock([] {});
 }
 
 TEST_F(SessionTest, ThreadsOfOneClientCallAtOnce) {
@@ -364,16 +332,6 @@ TEST_F(SessionTest, SessionsOfALivingClientCloseWhenItHasDroppedEverything) {
     }
     EXPECT_TRUE(eventually([&] { return calls == 10; }));
     EXPECT_TRUE(eventually([&] { return openDescriptors() <= before + 1; }));
-}
-
-TEST_F(SessionTest, ADumpIntoAPipeThatNobodyReadsHarmsNobody) {
-    SpAIBinder root = connect();
-    int ends[2];
-    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
-    close(ends[0]);
-    EXPECT_EQ(STATUS_OK, AIBinder_dump(root.get(), ends[1], nullptr, 0));
-    close(ends[1]);
-    expectServed();
 }
 
 TEST_F(SessionTest, CallersAreKnownByTheirSocket) {
