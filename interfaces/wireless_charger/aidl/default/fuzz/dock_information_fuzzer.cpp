@@ -3,6 +3,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "charger_under_fuzz.h"
+#include "utf8_text.h"
 
 using namespace aidl::vendor::zorvak::wireless_charger;
 
@@ -21,6 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool ok = charger.getInformation(&info).isOk();
     DockInfo cached;
     charger.getDockInformation(&cached);
+    makeValidUtf8(given.qiId);
     if (cached.qiId != given.qiId) __builtin_trap();
     if (ok && info.infoText0 != cached.infoText0) __builtin_trap();
     if (cached.flagBits < 0 || cached.flagBits > 3) __builtin_trap();
