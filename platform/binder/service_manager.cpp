@@ -40,6 +40,8 @@ constexpr size_t kMaxNameLength = 127;     // as the platform's service manager
 constexpr size_t kMaxLastPartLength = 80;  // what is left of a socket address by a short folder
 constexpr std::string_view kLockSuffix = ".lock";
 constexpr std::chrono::milliseconds kLookAgainAfter(20);
+constexpr std::chrono::milliseconds kLockAgainAfter(1);
+constexpr int kLockTries = 50;
 
 bool isValidName(std::string_view name) {
     if (name.empty() || name.size() > kMaxNameLength) return false;
@@ -86,6 +88,16 @@ unique_fd openLock(const std::string& socket, int flags) {
                           flags | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
 }
 
+// Takes the lock of a name, unless another process serves it. Whoever looks for the name holds the
+// lock for a moment, see isServed().
+bool lockForGood(const unique_fd& lock) {
+    for (int tries = 0; flock(lock.get(), LOCK_EX | LOCK_NB) != 0; ++tries) {
+        if (errno != EWOULDBLOCK || tries == kLockTries) return false;
+        std::this_thread::sleep_for(kLockAgainAfter);
+    }
+    return true;
+}
+
 bool isServed(const std::string& socket) {
     unique_fd lock = openLock(socket, 0);
     if (lock.ok()) return flock(lock.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
@@ -126,7 +138,7 @@ binder_exception_t addService(AIBinder* binder, const std::string& name) {
         PLOG(ERROR) << "Cannot open the lock of " << path;
         return EX_ILLEGAL_STATE;
     }
-    if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (!lockForGood(lock)) {
         LOG(ERROR) << "Service '" << name << "' is already registered by another process";
         return EX_ILLEGAL_STATE;
     }

@@ -27,7 +27,9 @@ constexpr std::chrono::milliseconds kLongestWait(2500);
 
 class WellBehavedClient {
   public:
-    explicit WellBehavedClient(ndk::SpAIBinder root) : mRoot(std::move(root)) {}
+    explicit WellBehavedClient(ndk::SpAIBinder root) : mRoot(std::move(root)) {
+        EXPECT_TRUE(eventually([&] { return mCalls > 0; }));
+    }
     ~WellBehavedClient() {
         mStop = true;
         mThread.join();
@@ -50,7 +52,7 @@ class WellBehavedClient {
     const ndk::SpAIBinder mRoot;
     std::atomic<bool> mStop = false;
     Clock::duration mLongest{};
-    int mCalls = 0;
+    std::atomic<int> mCalls = 0;
     std::thread mThread{[this] { run(); }};
 };
 
