@@ -106,6 +106,8 @@ class Session : public std::enable_shared_from_this<Session>, public ConnectionU
     binder_status_t callOneway(ProxyBinder& target, uint32_t code, AParcel& in)
         EXCLUDES(mOnewayLock);
     binder_status_t call(ProxyBinder* target, uint32_t code, AParcel& in, AParcel& out);
+    binder_status_t callWithin(Deadline deadline, ProxyBinder* target, uint32_t code, AParcel& in,
+                               AParcel& out);
     binder_status_t callOn(Connection& connection, ProxyBinder* target, uint32_t code, AParcel& in,
                            AParcel& out, Deadline deadline);
     binder_status_t waitForReply(Connection& connection, AParcel& out, Deadline deadline);

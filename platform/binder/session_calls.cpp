@@ -37,20 +37,14 @@ binder_status_t Session::transact(ProxyBinder* target, uint32_t code, AParcel& i
 
 binder_status_t Session::call(ProxyBinder* target, uint32_t code, AParcel& in, AParcel& out) {
     if (!ServingContext::mayCall()) return STATUS_TIMED_OUT;
-    if (!mSetup.isServer) {
-        if (Connection* nested = ServingContext::nestedConnection(*this)) {
-            return callOn(*nested, target, code, in, out, kNoDeadline);
-        }
-        binder_status_t status;
-        std::shared_ptr<Connection> connection = mConnections.acquire(kNoDeadline, &status);
-        if (!connection) return status;
-        status = callOn(*connection, target, code, in, out, kNoDeadline);
-        mConnections.release(*connection);
-        return status;
-    }
+    if (!mSetup.isServer) return callWithin(kNoDeadline, target, code, in, out);
     const Reactor::PeerWait wait;
     if (!wait.isAllowed()) return STATUS_FAILED_TRANSACTION;
-    const Deadline deadline = Clock::now() + kPeerTimeout;
+    return callWithin(Clock::now() + kPeerTimeout, target, code, in, out);
+}
+
+binder_status_t Session::callWithin(Deadline deadline, ProxyBinder* target, uint32_t code,
+                                    AParcel& in, AParcel& out) {
     if (Connection* nested = ServingContext::nestedConnection(*this)) {
         return callOn(*nested, target, code, in, out, deadline);
     }
