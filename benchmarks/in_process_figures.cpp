@@ -32,13 +32,13 @@ WirelessCharger& service() {
 /** Keeps log lines that are no warnings back while it lives. */
 class QuietLog {
   public:
-    QuietLog() { __android_log_set_minimum_priority(ANDROID_LOG_WARN); }
+    QuietLog() : mFormer(__android_log_set_minimum_priority(ANDROID_LOG_WARN)) {}
     ~QuietLog() { __android_log_set_minimum_priority(mFormer); }
     QuietLog(const QuietLog&) = delete;
     QuietLog& operator=(const QuietLog&) = delete;
 
   private:
-    const int32_t mFormer = __android_log_get_minimum_priority();
+    const int32_t mFormer;
 };
 
 /** Lets log lines through while it lives, to /dev/null. */
@@ -47,7 +47,7 @@ class LogToNowhere {
     LogToNowhere() : mKept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
         const Fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
         dup2(null.get(), STDERR_FILENO);
-        __android_log_set_minimum_priority(ANDROID_LOG_INFO);
+        mFormer = __android_log_set_minimum_priority(ANDROID_LOG_INFO);
     }
     ~LogToNowhere() {
         __android_log_set_minimum_priority(mFormer);
@@ -57,7 +57,7 @@ class LogToNowhere {
     LogToNowhere& operator=(const LogToNowhere&) = delete;
 
   private:
-    const int32_t mFormer = __android_log_get_minimum_priority();
+    int32_t mFormer = 0;
     const Fd mKept;
 };
 

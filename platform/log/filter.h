@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// Decides which entries are logged: ANDROID_LOG_TAGS and the minimum priority in one threshold per
-// tag. Thread-safe, allocates nothing.
+#include <string>
+#include <vector>
 
 namespace android::log {
 
-// Whether an entry passes.
-bool passes(int priority, const char* tag, int fallback);
+struct FilterRule {
+    std::string tag;  // "*": every tag that has no rule of its own
+    int threshold;
+};
 
-// False when no tag lets this priority through, so that the caller need not find out which tag
-// applies. A true answer says nothing. One relaxed load.
-bool mayPass(int priority);
+// The rules of ANDROID_LOG_TAGS (see android/log.h), read by the first call. Of several rules for
+// one tag the last one applies; words that are not rules are ignored. Any thread.
+const std::vector<FilterRule>& environmentRules();
 
-// Returns the former minimum; ANDROID_LOG_DEFAULT means that none is set.
-int setMinimum(int priority);
-int minimum();
+// The threshold for `tag` by `rules`; ANDROID_LOG_DEFAULT when no rule applies.
+int thresholdFor(const std::vector<FilterRule>& rules, const char* tag);
 
 }  // namespace android::log

@@ -16,9 +16,8 @@
 //     PLOG(WARNING) << "cannot open " << path;      // adds ": " and the text of errno
 //     CHECK_EQ(status, EX_NONE) << "while registering";
 //
-// Below its threshold a statement costs one comparison and evaluates nothing after the first
-// parenthesis. The tag is LOG_TAG where that is defined before this header, else the default tag.
-// errno stays as it was.
+// A statement below its threshold evaluates nothing after the first parenthesis. The tag is LOG_TAG
+// where that is defined before this header, else the default tag. errno stays as it was.
 //
 // FATAL logs "file:line] text", the file without its folders, calls the aborter, and ends the
 // process even if that returns. The text of a failed check is "Check failed: a == b (a=1, b=2) "
@@ -52,31 +51,23 @@ using LogFunction = std::function<void(LogId id, LogSeverity severity, const cha
                                        const char* file, unsigned int line, const char* message)>;
 using AbortFunction = std::function<void(const char* message)>;
 
-// Logs to standard error through liblog. `file` and `line` are shown for FATAL entries.
+// Logs to standard error through liblog. `file` and `line` are shown for FATAL entries. All log
+// buffers are one stream, so the id makes no difference.
 class LogdLogger {
   public:
-    explicit LogdLogger(LogId default_log_id = MAIN) : mDefaultLogId(default_log_id) {}
+    explicit LogdLogger(LogId /*default_log_id*/ = MAIN) {}
     void operator()(LogId id, LogSeverity severity, const char* tag, const char* file,
                     unsigned int line, const char* message);
-
-  private:
-    LogId mDefaultLogId;
 };
 
 // Calls abort().
 void DefaultAborter(const char* abort_message);
 
-// Sets the default tag to the last component of argv[0], then logger and aborter. Call it first in
-// main. ANDROID_LOG_TAGS is heeded with and without it.
+// Sets the default tag to the last component of argv[0], and logger and aborter, which also get
+// what comes from android/log.h (with the id MAIN; from here it is DEFAULT). Call it first in main,
+// before there is another thread. ANDROID_LOG_TAGS applies with and without it.
 void InitLogging(char* argv[], LogFunction&& logger = LogdLogger(),
                  AbortFunction&& aborter = DefaultAborter);
-
-// Replace logger or aborter and return the former one. Replaced ones stay in memory, since another
-// thread may be in them. A logger set here also gets what is logged through android/log.h.
-LogFunction SetLogger(LogFunction&& logger);
-AbortFunction SetAborter(AbortFunction&& aborter);
-
-void SetDefaultTag(const std::string& tag);
 
 bool ShouldLog(LogSeverity severity, const char* tag);
 
@@ -92,9 +83,6 @@ class LogMessage {
     void operator=(const LogMessage&) = delete;
 
     std::ostream& stream();
-
-    static void LogLine(const char* file, unsigned int line, LogSeverity severity, const char* tag,
-                        const char* message);
 
   private:
     struct Data;

@@ -9,7 +9,7 @@
 //     MM-DD HH:MM:SS.mmm  PID  TID P TAG: text
 //
 // One line feed at the end of the text is dropped. Every other one, and what else could forge a
-// line or steer a terminal, is escaped (see host/escape.h): who wants several lines logs several
+// line or control a terminal, is escaped (see host/escape.h): for several lines, log several
 // entries. A line has at most 4,096 bytes; "..." ends one that was cut. A FATAL entry that knows
 // its place in the source begins with "file:line] "; only such an entry allocates memory.
 //
@@ -23,10 +23,10 @@
 //   - the minimum priority, once one has been set; of both, the one that lets more through;
 //   - I (info) when neither says anything.
 //
-// Differs from Android: there is no log daemon, so all log buffers are one stream; a standard error
-// that is closed, or that nobody reads, loses entries (their number is logged when it takes some
-// again) and delays a caller by at most 20 ms once. No caller waits longer, whoever else writes
-// there, unless it is another user's terminal.
+// Differs from Android: there is no log daemon, so all log buffers are one stream. Entries are
+// dropped when standard error is closed or nobody reads it; their number is logged once it accepts
+// entries again. That delays one caller by at most 20 ms; no caller waits longer, whoever else
+// writes there, unless it is another user's terminal.
 //
 // All functions may be called from any thread, keep errno, and take a null tag for the default tag.
 // The only ones that may end the process are __android_log_assert and __android_log_call_aborter.
@@ -112,10 +112,9 @@ int __android_log_is_loggable(int prio, const char* tag, int default_prio);
 // Sets the minimum priority (ANDROID_LOG_DEFAULT takes the setting back) and returns the former
 // one.
 int32_t __android_log_set_minimum_priority(int32_t priority);
-int32_t __android_log_get_minimum_priority(void);
 
-// Sets the tag for entries without one; at start it is the program's name. Copied; each different
-// value costs memory for the life of the process.
+// Sets the tag for entries without one; at start it is the program's name. Copied; every call costs
+// memory for the life of the process.
 void __android_log_set_default_tag(const char* tag);
 
 #ifdef __cplusplus

@@ -11,9 +11,8 @@
 //
 // Differs from Android in one point: when the environment variable ANDROID_HOST_UEVENT_SOCKET names
 // a path, uevent_open_socket binds a Unix datagram socket there instead of opening the kernel's
-// netlink socket, for machines where nobody may make the kernel send a uevent. What a process of
-// the same user or root sends there then counts as sent by the kernel; all other senders are
-// refused.
+// netlink socket, for machines where kernel uevents cannot be triggered. What a process of the same
+// user or root sends there then counts as sent by the kernel; all other senders are refused.
 //
 // The functions may be called from any thread; one message goes to one reader of a socket.
 
@@ -29,12 +28,12 @@ extern "C" {
 //
 // With ANDROID_HOST_UEVENT_SOCKET: the socket at its path gets mode 0600; a socket that a dead
 // process left there is replaced (the file <path>.lock beside it keeps two processes from doing so
-// at once). errno is EADDRINUSE when a process still reads there, EEXIST when something else than a
-// socket is there, which is never removed, ENAMETOOLONG when the path is longer than 107 bytes.
+// at once). errno is EADDRINUSE when a process still reads there, EEXIST when the path exists and
+// is not a socket (it is never removed), ENAMETOOLONG when the path is longer than 107 bytes.
 int uevent_open_socket(int buf_sz, bool passcred);
 
 // Reads one message of the kernel's into `buffer`, at most `length` bytes, and returns its size in
-// bytes. A longer message is cut to `length`, which a caller tells from the result `length`. Blocks
+// bytes. A longer message is cut to `length`; the result is then `length`. Blocks
 // for the next message unless the socket is O_NONBLOCK.
 //
 // Returns -1 with errno set on failure: EAGAIN when nothing is there, ENOBUFS when the socket's

@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
-// Not part of Android: the one place that makes untrusted text fit to be shown. Text is
-// untrusted when it came from another process, a file, a dock or a command line. Every program
-// passes such text through here before it prints or logs it, wherever the output goes.
+// Not part of Android: escapes untrusted text, that is text from another process, a file, a dock or
+// a command line. Every program does so before it prints or logs such text, wherever the output
+// goes.
 //
 // Control characters, characters that break lines or turn the direction of writing (isControl in
 // host/utf8.h), and bytes that are not UTF-8 are written as \xNN, byte by byte. Tabs stay. All

@@ -32,6 +32,7 @@ ChildResult runChild(const char* logTags, const std::function<void()>& body) {
         _exit(0);
     }
     close(ends[1]);
+    result.pid = pid;
     std::string packet(65536, '\0');
     ssize_t size;
     while ((size = read(ends[0], packet.data(), packet.size())) > 0) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,6 +11,7 @@
 // environment, and what is fatal ends the process, so each case needs a process of its own.
 
 struct ChildResult {
+    pid_t pid = -1;
     std::vector<std::string> writes;  // one for each write to standard error
     int exitStatus = -1;              // -1 when a signal ended it
     int signal = 0;

@@ -67,7 +67,7 @@ TEST(EscapeTest, ShortRoomTakesWholeCharactersOnly) {
     }
 }
 
-TEST(TextRelayTest, WhatAStrangerWritesArrivesEscaped) {
+TEST(TextRelayTest, UntrustedTextArrivesEscaped) {
     int ends[2];
     ASSERT_EQ(0, pipe(ends));
     TextRelay relay(ends[1]);
@@ -83,7 +83,7 @@ TEST(TextRelayTest, WhatAStrangerWritesArrivesEscaped) {
     close(ends[1]);
 }
 
-TEST(TextRelayTest, StrangerNoticesThatTheReaderHasGone) {
+TEST(TextRelayTest, WriterNoticesThatTheReaderHasGone) {
     signal(SIGPIPE, SIG_IGN);
     int ends[2];
     ASSERT_EQ(0, pipe(ends));

@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-#include "../../log/tests/child.h"
+#include "child.h"
 
 namespace {
 
@@ -67,7 +67,8 @@ TEST(CheckTest, PassingCheckEvaluatesOnceAndLogsNothing) {
 
 TEST(CheckTest, AborterThatReturnsDoesNotLetTheProgramGoOn) {
     const ChildResult child = runChild(nullptr, [] {
-        SetAborter([](const char* message) { dprintf(STDERR_FILENO, "aborter: %s", message); });
+        InitLogging(nullptr, LogdLogger(),
+                    [](const char* message) { dprintf(STDERR_FILENO, "aborter: %s", message); });
         LOG(FATAL) << "the end";
         _exit(1);
     });
