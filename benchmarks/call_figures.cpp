@@ -33,7 +33,7 @@ class FanCall {
     charger::FanInfo mInfo;
 };
 
-/** CPU time of this process and another for one call. */
+// CPU time of this process and another for one call.
 template <typename Call>
 double cpuOfCall(pid_t other, int count, Call call) {
     const int64_t begin = processCpu(0) + processCpu(other);
@@ -53,13 +53,15 @@ void measureFan(const Run& run, int cpu, const char* where) {
     const Pair time = inTurns(
         rounds, [&] { return medianTime(count, call); },
         [&] { return medianTime(count, [&] { raw.call(); }); });
-    run.add(ratioFigure(kFan, fmt::format("getFanInfo, two processes on {}, median", where),
-                        raw.describe(), "us", time, kMicro, 1.25));
+    run.add(pairFigure(Judged::kRatio, kFan,
+                       fmt::format("getFanInfo, two processes on {}, median", where),
+                       raw.describe(), "us", time, kMicro, 1.25));
     const Pair cpuTime = inTurns(
         rounds, [&] { return cpuOfCall(service.pid(), count, call); },
         [&] { return cpuOfCall(raw.pid(), count, [&] { raw.call(); }); });
-    run.add(ratioFigure(kFan, fmt::format("CPU time of both processes on {}, a call", where),
-                        raw.describe(), "us", cpuTime, kMicro, 1.4));
+    run.add(pairFigure(Judged::kRatio, kFan,
+                       fmt::format("CPU time of both processes on {}, a call", where),
+                       raw.describe(), "us", cpuTime, kMicro, 1.4));
 }
 
 void measureFanAllocations(const Run& run) {
@@ -122,9 +124,9 @@ void measureCertificate(const Run& run, bool logs) {
                 raw.call();
             });
         });
-    run.add(ratioFigure(kCertificate,
-                        logs ? "1,058-byte chain, with 18 log lines" : "1,058-byte chain, log off",
-                        "9 calls of the library and " + raw.describe(), "us", pair, kMicro, 1.3));
+    run.add(pairFigure(Judged::kRatio, kCertificate,
+                       logs ? "1,058-byte chain, with 18 log lines" : "1,058-byte chain, log off",
+                       "9 calls of the library and " + raw.describe(), "us", pair, kMicro, 1.3));
 }
 
 }  // namespace

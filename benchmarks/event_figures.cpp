@@ -15,10 +15,10 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "figures.h"
+#include "raw_fan.h"
 #include "raw_peer.h"
 #include "service_process.h"
 #include "subscriber.h"
@@ -94,8 +94,8 @@ void measureForeign(const Run& run) {
         run.pick(11, 5),
         [&] { return cpuOfMessage(service.pid(), thread, events.get(), message, count); },
         [&] { return cpuOfMessage(peer.pid(), peer.pid(), rawEvents.get(), message, count); });
-    run.add(ratioFigure(kGroup, "CPU time for a foreign message of 240 bytes",
-                        "a bare epoll_wait and recvmsg with credentials", "us", pair, 1000, 1.3));
+    run.add(pairFigure(Judged::kRatio, kGroup, "CPU time for a foreign message of 240 bytes",
+                       "a bare epoll_wait and recvmsg with credentials", "us", pair, 1000, 1.3));
 }
 
 void measureForeignAllocations(const Run& run) {
@@ -129,41 +129,7 @@ void writeUevent(int fd) {
         throw Trouble("the kernel takes no uevent");
 }
 
-/** A process that reads kernel uevents and passes each of ours on as one message of a size. */
-class RawListener {
-  public:
-    RawListener(Arrivals& arrivals, size_t size) {
-        const int out = mSockets.theirs.get();
-        const int in = mSockets.ours.get();
-        const Fd uevents = kernelUeventSocket();
-        mPeer = std::make_unique<Process>(Process::fork(
-            [&, out, size] {
-                BareReader reader(uevents.get());
-                char area[kMessageArea];
-                for (;;) {
-                    const ssize_t got = reader.next(area, sizeof(area));
-                    if (isOurs(area, got) && !writeAll(out, area, size)) return;
-                }
-            },
-            serverCpu()));
-        mReader = std::thread([in, size, &arrivals] {
-            char area[kMessageArea];
-            while (readAll(in, area, size)) arrivals.arrived();
-        });
-    }
-    ~RawListener() {
-        shutdown(mSockets.ours.get(), SHUT_RDWR);
-        mReader.join();
-    }
-    Process& process() { return *mPeer; }
-
-  private:
-    SocketPair mSockets;
-    std::unique_ptr<Process> mPeer;
-    std::thread mReader;
-};
-
-/** Whether a process has a netlink socket for uevents; the kernel names it after the process. */
+// Whether a process has a netlink socket for uevents; the kernel names it after the process.
 bool hearsKernelUevents(pid_t pid) {
     std::ifstream file("/proc/net/netlink");
     for (std::string line; std::getline(file, line);) {
@@ -179,7 +145,7 @@ bool hearsKernelUevents(pid_t pid) {
     return false;
 }
 
-/** Whether this machine lets us make the kernel send one, and lets us hear it. */
+// Whether this machine lets us make the kernel send one, and lets us hear it.
 std::string whyNoKernelUevents(int file) {
     if (file < 0) return "only root can make the kernel send one";
     const Fd socket = kernelUeventSocket();
@@ -222,7 +188,14 @@ void measureKernelUevent(const Run& run) {
     for (int i = 0; i < 10; ++i) one(arrivals);
     const WireSizes sizes = wireSizes(20, [&] { one(arrivals); });
     Arrivals rawArrivals;
-    RawListener raw(rawArrivals, sizes.reply);
+    const Fd uevents = kernelUeventSocket();
+    RawFan raw(1, sizes.reply, &rawArrivals, [&uevents](const RawFan::Emit& emit) {
+        BareReader reader(uevents.get());
+        char area[kMessageArea];
+        for (;;) {
+            if (isOurs(area, reader.next(area, sizeof(area))) && !emit()) return;
+        }
+    });
 
     // Both hear every uevent, so one of them is stopped while the other is measured, and then takes
     // in what it missed.
@@ -239,8 +212,8 @@ void measureKernelUevent(const Run& run) {
     const Pair pair = inTurns(
         run.pick(15, 7), [&] { return measure(raw.process(), arrivals, rawArrivals); },
         [&] { return measure(service.process(), rawArrivals, arrivals); });
-    run.add(ratioFigure(
-        "kernel-uevent", kKernelWhat,
+    run.add(pairFigure(
+        Judged::kRatio, "kernel-uevent", kKernelWhat,
         fmt::format("a bare netlink reader and one raw message of {} bytes", sizes.reply), "us",
         pair, 1000, 1.5));
 }

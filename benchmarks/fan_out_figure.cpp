@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // One event to many connections, until the last has it.
 #include <fmt/format.h>
-#include <sys/epoll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "figures.h"
+#include "raw_fan.h"
 #include "raw_peer.h"
 #include "service_process.h"
 #include "subscriber.h"
@@ -24,124 +23,94 @@ constexpr size_t kMany = 1000;
 // A line that the service tells its fan subscribers of, and nobody else.
 constexpr std::string_view kFanEvent{"DRIVER=zorvak,battery\0", 22};
 
-void trigger(int fd) {
-    if (send(fd, kFanEvent.data(), kFanEvent.size(), 0) < 0) throw Trouble("cannot send an event");
-}
-
-/** From an event until the last of the connections has it. */
-double fanOut(int fd, Arrivals& arrivals, size_t connections) {
-    arrivals.expect(connections);
-    const int64_t begin = now();
-    trigger(fd);
-    return static_cast<double>(arrivals.wait() - begin);
-}
-
-/** Either kind of fan-out. */
-template <typename Fan>
-double medianTimeOf(int count, Fan& fan) {
-    std::vector<double> times;
-    for (int i = 0; i < count; ++i) times.push_back(fan.once());
-    return median(std::move(times));
-}
-
-/** CPU time of both processes for one connection and event. */
-template <typename Fan>
-double cpuOfEach(int count, Fan& fan) {
-    const int64_t begin = processCpu(0) + processCpu(fan.pid());
-    for (int i = 0; i < count; ++i) (void)fan.once();
-    return static_cast<double>(processCpu(0) + processCpu(fan.pid()) - begin) / count /
-           static_cast<double>(fan.connections());
-}
-
-/** A service, and subscribers in this process with a session each. */
-class ServiceFanOut {
+// One event to many connections of one process, in either way.
+class Fan {
   public:
-    explicit ServiceFanOut(size_t connections) : mService({.cpu = serverCpu()}) {
+    Fan(size_t connections, Arrivals* arrivals) : mConnections(connections), mArrivals(arrivals) {}
+
+    // From an event until the last of the connections has it.
+    double once() const {
+        mArrivals->expect(mConnections);
+        const int64_t begin = now();
+        if (send(mTrigger.get(), kFanEvent.data(), kFanEvent.size(), 0) < 0) {
+            throw Trouble("cannot send an event");
+        }
+        return static_cast<double>(mArrivals->wait() - begin);
+    }
+
+    double medianOf(int count) const {
+        std::vector<double> times;
+        for (int i = 0; i < count; ++i) times.push_back(once());
+        return median(std::move(times));
+    }
+
+    // CPU time of both processes for one connection and event.
+    double cpuOfEach(int count) const {
+        const int64_t begin = processCpu(0) + processCpu(mPid);
+        for (int i = 0; i < count; ++i) (void)once();
+        return static_cast<double>(processCpu(0) + processCpu(mPid) - begin) / count /
+               static_cast<double>(mConnections);
+    }
+
+  protected:
+    void start(pid_t pid, const std::string& eventPath) {
+        mPid = pid;
+        mTrigger = datagramSender(eventPath);
+    }
+
+  private:
+    const size_t mConnections;
+    Arrivals* const mArrivals;
+    pid_t mPid = 0;
+    Fd mTrigger;
+};
+
+Arrivals gArrivals;  // callbacks may outlive the objects that wait for them
+Arrivals gRawArrivals;
+
+// A service, and subscribers in this process with a session each.
+class ServiceFan : public Fan {
+  public:
+    explicit ServiceFan(size_t connections)
+        : Fan(connections, &gArrivals), mService({.cpu = serverCpu()}) {
         for (size_t i = 0; i < connections; ++i) {
             mSessions.push_back(mService.connect());
-            mSubscribers.push_back(ndk::SharedRefBase::make<Subscriber>(&sArrivals));
+            mSubscribers.push_back(ndk::SharedRefBase::make<Subscriber>(&gArrivals));
             if (!mSessions.back()->registerFanLevelChangedCallback(mSubscribers.back()).isOk()) {
                 throw Trouble("cannot subscribe");
             }
         }
-        mTrigger = datagramSender(mService.ueventPath());
+        start(mService.pid(), mService.ueventPath());
         for (int i = 0; i < 20; ++i) (void)once();
     }
-
-    double once() const { return fanOut(mTrigger.get(), sArrivals, mSessions.size()); }
-    size_t connections() const { return mSessions.size(); }
-    pid_t pid() const { return mService.pid(); }
     const std::string& folder() const { return mService.folder(); }
 
   private:
-    inline static Arrivals sArrivals;  // callbacks may outlive this object
-
     ServiceProcess mService;
     std::vector<std::shared_ptr<Subscriber>> mSubscribers;
     std::vector<Proxy> mSessions;
-    Fd mTrigger;
 };
 
-/** The same with plain sockets: a process that reads the event and writes, a thread that reads. */
-class RawFanOut {
+// The same with plain sockets.
+class PlainFan : public Fan {
   public:
-    RawFanOut(size_t connections, const std::string& path, size_t size) : mSockets(connections) {
-        Fd events = datagramSocket(path);
-        const int eventFd = events.get();
-        std::string message(size, 'x');
-        mPeer = std::make_unique<Process>(Process::fork(
-            [&] {
-                char event[256];
-                for (;;) {
-                    if (recv(eventFd, event, sizeof(event), 0) < 0) return;
-                    for (const SocketPair& pair : mSockets) {
-                        if (!writeAll(pair.theirs.get(), message.data(), size)) return;
-                    }
-                }
-            },
-            serverCpu()));
-        mTrigger = datagramSender(path);
-        mReader = std::thread([this, size] { readThem(size); });
+    PlainFan(size_t connections, const std::string& path, size_t size)
+        : Fan(connections, &gRawArrivals),
+          mEvents(datagramSocket(path)),
+          mRaw(connections, size, &gRawArrivals, [this](const RawFan::Emit& emit) {
+              char event[256];
+              while (recv(mEvents.get(), event, sizeof(event), 0) >= 0 && emit()) {
+              }
+          }) {
+        start(mRaw.process().pid(), path);
     }
-
-    ~RawFanOut() {
-        for (const SocketPair& pair : mSockets) shutdown(pair.ours.get(), SHUT_RDWR);
-        mReader.join();
-    }
-
-    double once() { return fanOut(mTrigger.get(), mArrivals, mSockets.size()); }
-    size_t connections() const { return mSockets.size(); }
-    pid_t pid() const { return mPeer->pid(); }
 
   private:
-    void readThem(size_t size) {
-        const Fd epoll(epoll_create1(EPOLL_CLOEXEC));
-        for (const SocketPair& pair : mSockets) {
-            epoll_event event{};
-            event.events = EPOLLIN;
-            event.data.fd = pair.ours.get();
-            epoll_ctl(epoll.get(), EPOLL_CTL_ADD, pair.ours.get(), &event);
-        }
-        std::string area(size, '\0');
-        std::vector<epoll_event> ready(mSockets.size());
-        for (;;) {
-            const int count =
-                epoll_wait(epoll.get(), ready.data(), static_cast<int>(ready.size()), -1);
-            for (int i = 0; i < count; ++i) {
-                if (!readAll(ready[i].data.fd, area.data(), size)) return;
-                mArrivals.arrived();
-            }
-        }
-    }
-
-    std::vector<SocketPair> mSockets;
-    std::unique_ptr<Process> mPeer;
-    Fd mTrigger;
-    Arrivals mArrivals;
-    std::thread mReader;
+    const Fd mEvents;
+    RawFan mRaw;
 };
 
-/** Whether this process, and those it starts, may have as many sockets. */
+// Whether this process, and those it starts, may have as many sockets.
 bool allowSockets(size_t count) {
     rlimit limit{};
     (void)getrlimit(RLIMIT_NOFILE, &limit);
@@ -150,15 +119,12 @@ bool allowSockets(size_t count) {
     return limit.rlim_cur >= count;
 }
 
-/**
- * What each of many connections costs, against each of few. In CPU time: an event to many takes so
- * long that other work of the machine falls into it, one to few does not.
- */
-template <typename Fan>
-Pair growth(const Run& run, Fan& many, Fan& few) {
+// What each of many connections costs, against each of few. In CPU time: an event to many takes so
+// long that other work of the machine falls into it, one to few does not.
+Pair growth(const Run& run, const Fan& many, const Fan& few) {
     return inTurns(
-        run.pick(11, 5), [&] { return cpuOfEach(run.pick(40, 15), many); },
-        [&] { return cpuOfEach(run.pick(600, 225), few); });
+        run.pick(11, 5), [&] { return many.cpuOfEach(run.pick(40, 15)); },
+        [&] { return few.cpuOfEach(run.pick(600, 225)); });
 }
 
 }  // namespace
@@ -166,16 +132,17 @@ Pair growth(const Run& run, Fan& many, Fan& few) {
 void measureFanOut(const Run& run) {
     const OnCpu here(clientCpu());
     serveCallbacksWithOneThread();
-    const ServiceFanOut few(kFew);
+    const ServiceFan few(kFew);
     const WireSizes sizes = wireSizes(50, [&] { (void)few.once(); });
     const size_t size = sizes.reply / kFew;
-    RawFanOut rawFew(kFew, few.folder() + "/raw", size);
+    const PlainFan rawFew(kFew, few.folder() + "/raw", size);
     const int count = run.pick(150, 50);
     const Pair pair = inTurns(
-        run.pick(11, 5), [&] { return medianTimeOf(count, few); },
-        [&] { return medianTimeOf(count, rawFew); });
-    run.add(ratioFigure(
-        "fan-out", fmt::format("one callback to {} connections, until the last has it", kFew),
+        run.pick(11, 5), [&] { return few.medianOf(count); },
+        [&] { return rawFew.medianOf(count); });
+    run.add(pairFigure(
+        Judged::kRatio, "fan-out",
+        fmt::format("one callback to {} connections, until the last has it", kFew),
         fmt::format("{} raw writes of {} bytes and one thread that reads them", kFew, size), "us",
         pair, 1000, 1.5));
 
@@ -185,12 +152,13 @@ void measureFanOut(const Run& run) {
         run.add(skippedFigure("fan-out", what, "too few descriptors are allowed (ulimit -n)"));
         return;
     }
-    const ServiceFanOut many(kMany);
+    const ServiceFan many(kMany);
     const Pair growing = growth(run, many, few);
-    RawFanOut rawMany(kMany, many.folder() + "/raw", size);
+    const PlainFan rawMany(kMany, many.folder() + "/raw", size);
     const Pair raw = growth(run, rawMany, rawFew);
-    Figure figure = ratioFigure("fan-out", what, fmt::format("each of {} connections", kFew), "us",
-                                growing, 1000, 1.1);
+    Figure figure =
+        pairFigure(Judged::kRatio, "fan-out", what, fmt::format("each of {} connections", kFew),
+                   "us", growing, 1000, 1.1);
     figure.note = fmt::format("raw sockets: {:.2f} x", raw.ratio);
     run.add(figure);
 }

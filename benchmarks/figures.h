@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The groups of figures. Each function measures one group; throws Trouble when it cannot. */
+// The groups of figures. Each function measures one group; throws Trouble when it cannot.
 #pragma once
 
 #include <functional>
@@ -10,7 +10,7 @@ namespace bench {
 
 struct Run {
     bool quick = false;
-    /** Takes a figure as soon as it is there. */
+    // Takes a figure as soon as it is there.
     std::function<void(Figure)> add;
 
     int pick(int full, int whenQuick) const { return quick ? whenQuick : full; }
@@ -27,7 +27,7 @@ void measureInProcess(const Run& run);
 void measureFirmware(const Run& run);
 void measureDump(const Run& run);
 
-/** The hidden role of a client for strace: calls as told on standard input. */
+// The hidden role of a client for strace: calls as told on standard input.
 int runFanClient(const char* socketPath);
 
 }  // namespace bench

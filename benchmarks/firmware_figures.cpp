@@ -44,13 +44,14 @@ void measureThroughProxy(const Run& run, const ServiceProcess& service, PingPong
     const Pair pair = inTurns(
         run.pick(9, 5), [&] { return meanTime(count, call); },
         [&] { return meanTime(count, [&] { raw.call(); }); });
-    Figure figure = ratioFigure(kGroup, fmt::format("sendFwChunk, two processes, {}", logs),
-                                raw.describe(), "us", pair, 1000, kTarget);
+    Figure figure =
+        pairFigure(Judged::kRatio, kGroup, fmt::format("sendFwChunk, two processes, {}", logs),
+                   raw.describe(), "us", pair, 1000, kTarget);
     figure.note = perSecond(pair);
     run.add(figure);
 }
 
-/** Time that `wlc firmware update` takes for an image of so many chunks. */
+// Time that `wlc firmware update` takes for an image of so many chunks.
 double updateTime(const ServiceProcess& service, size_t chunks) {
     const std::string image = fmt::format("{}/image{}", service.folder(), chunks);
     std::ofstream(image) << std::string(chunks * kChunkSize, 'x');
@@ -77,8 +78,9 @@ void measureUpdate(const Run& run, const ServiceProcess& service, PingPong& raw,
             updateTime(service, few);
             return meanTime(static_cast<int>(more), [&] { raw.call(); });
         });
-    Figure figure = ratioFigure(kGroup, fmt::format("wlc firmware update, a chunk, {}", logs),
-                                raw.describe(), "us", pair, 1000, kTarget);
+    Figure figure =
+        pairFigure(Judged::kRatio, kGroup, fmt::format("wlc firmware update, a chunk, {}", logs),
+                   raw.describe(), "us", pair, 1000, kTarget);
     figure.note = perSecond(pair);
     run.add(figure);
 }

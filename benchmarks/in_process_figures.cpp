@@ -22,14 +22,14 @@ using charger::WirelessCharger;
 
 constexpr const char* kGroup = "in-process";
 
-/** The one object; its event thread uses it until the process ends. */
+// The one object; its event thread uses it until the process ends.
 WirelessCharger& service() {
     static const auto* const instance =
         new std::shared_ptr<WirelessCharger>(ndk::SharedRefBase::make<WirelessCharger>());
     return **instance;
 }
 
-/** Keeps log lines that are no warnings back while it lives. */
+// Keeps log lines that are no warnings back while it lives.
 class QuietLog {
   public:
     QuietLog() : mFormer(__android_log_set_minimum_priority(ANDROID_LOG_WARN)) {}
@@ -41,7 +41,7 @@ class QuietLog {
     const int32_t mFormer;
 };
 
-/** Lets log lines through while it lives, to /dev/null. */
+// Lets log lines through while it lives, to /dev/null.
 class LogToNowhere {
   public:
     LogToNowhere() : mKept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
@@ -73,7 +73,7 @@ double allocationsOf(int count, Call call) {
     return static_cast<double>(heapAllocations() - before) / count;
 }
 
-/** Areas for the bare library calls; kept from the optimizer by being visible to the library. */
+// Areas for the bare library calls; kept from the optimizer by being visible to the library.
 struct Area {
     uint8_t bytes[256] = {};
     size_t length = 0;
@@ -159,8 +159,9 @@ void measureCase(const Run& run, const Case& one, const std::string& suffix, int
     const Pair pair = inTurns(
         run.pick(15, 7), [&] { return meanTime(loops, one.method); },
         [&] { return meanTime(loops, one.bare); });
-    run.add(beyondFigure(kGroup, one.name + suffix,
-                         std::string("the library alone, ") + one.library, pair, one.target));
+    run.add(pairFigure(Judged::kBeyond, kGroup, one.name + suffix,
+                       std::string("the library alone, ") + one.library, "ns", pair, 1,
+                       one.target));
     const double allocations = allocationsOf(1000, one.method);
     Figure figure = valueFigure(kGroup, one.name + suffix + ": heap allocations", "", allocations,
                                 one.allocations);
@@ -183,13 +184,12 @@ void measureRtx(const Run& run) {
                 for (const int32_t type : {2, 5, 6, 7, 8, 9, 10}) sendRtxRequest(type, &answer);
             });
         });
-    Figure figure = valueFigure(kGroup, "getRtxInformation", "ns", pair.measured, 1000);
-    figure.baseline = pair.baseline;
-    figure.baselineWhat = "the library alone, 7 calls; the target is for the whole";
-    run.add(figure);
+    run.add(pairFigure(Judged::kValue, kGroup, "getRtxInformation",
+                       "the library alone, 7 calls; the target is for the whole", "ns", pair, 1,
+                       1000));
 }
 
-/** Sizes of the writes of one dump: each write to such a pipe is a packet. */
+// Sizes of the writes of one dump: each write to such a pipe is a packet.
 std::vector<size_t> writesOfDump() {
     int ends[2];
     if (pipe2(ends, O_DIRECT | O_CLOEXEC | O_NONBLOCK) != 0) throw Trouble("cannot make a pipe");
@@ -238,9 +238,9 @@ void measureDump(const Run& run) {
                 }
             });
         });
-    run.add(ratioFigure("dump", "without subscribers, in the process, to /dev/null",
-                        fmt::format("{} bare dprintfs of the same sizes", sizes.size()), "us", pair,
-                        1000, 3));
+    run.add(pairFigure(Judged::kRatio, "dump", "without subscribers, in the process, to /dev/null",
+                       fmt::format("{} bare dprintfs of the same sizes", sizes.size()), "us", pair,
+                       1000, 3));
 }
 
 }  // namespace bench

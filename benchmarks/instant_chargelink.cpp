@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-/*
- * Stands in for libchargelink: answers at once. A dock with fans, a certificate chain of 1,058
- * bytes in every slot and a firmware updater that takes whatever comes. Keeps no state, allocates
- * nothing, checks no request.
- */
+// Stands in for libchargelink: answers at once. A dock with fans, a certificate chain of 1,058
+// bytes in every slot and a firmware updater that takes whatever comes. Keeps no state, allocates
+// nothing, checks no request.
 #include <algorithm>
 #include <array>
 #include <cstring>

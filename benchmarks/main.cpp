@@ -42,7 +42,7 @@ std::string footer() {
            "not\nbe measured because something failed, 2 on bad usage.";
 }
 
-/** Measures a group; false when something failed. */
+// Measures a group; false when something failed.
 bool measureGroup(const Group& group, const Run& run) {
     try {
         group.measure(run);

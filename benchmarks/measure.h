@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Clocks, medians, and measuring two things in turns. Times are in nanoseconds. */
+// Clocks, medians, and measuring two things in turns. Times are in nanoseconds.
 #pragma once
 
 #include <sys/types.h>
@@ -9,17 +9,17 @@
 
 namespace bench {
 
-/** The monotonic clock. */
+// The monotonic clock.
 int64_t now();
 
-/** CPU time of a process (0: this one), all threads; of one thread, as the scheduler counts it. */
+// CPU time of a process (0: this one), all threads; of one thread, as the scheduler counts it.
 int64_t processCpu(pid_t pid);
 int64_t threadCpu(pid_t pid, pid_t thread);
 
-/** Of an unsorted list that is not empty. */
+// Of an unsorted list that is not empty.
 double median(std::vector<double> values);
 
-/** What measuring in turns found: medians over the rounds. */
+// What measuring in turns found: medians over the rounds.
 struct Pair {
     double measured = 0;
     double baseline = 0;
@@ -27,10 +27,8 @@ struct Pair {
     double beyond = 0;  // of measured - baseline in each round
 };
 
-/**
- * Runs subject and baseline in turns, so that a machine that grows slower is so for both. Each
- * returns its figure of one round. A first round warms up and is not counted.
- */
+// Runs subject and baseline in turns, so that a machine that grows slower is so for both. Each
+// returns its figure of one round. A first round warms up and is not counted.
 template <typename Subject, typename Baseline>
 Pair inTurns(int rounds, Subject subject, Baseline baseline) {
     subject();
@@ -50,7 +48,7 @@ Pair inTurns(int rounds, Subject subject, Baseline baseline) {
     return {median(subjects), median(baselines), median(ratios), median(differences)};
 }
 
-/** Median time of one call, each timed alone. */
+// Median time of one call, each timed alone.
 template <typename Call>
 double medianTime(int count, Call call) {
     std::vector<double> times;
@@ -63,7 +61,7 @@ double medianTime(int count, Call call) {
     return median(std::move(times));
 }
 
-/** Mean time of one call in a loop: for calls too short to be timed alone. */
+// Mean time of one call in a loop: for calls too short to be timed alone.
 template <typename Call>
 double meanTime(int count, Call call) {
     const int64_t begin = now();

@@ -13,7 +13,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -21,34 +20,10 @@
 
 #include "measure.h"
 
-extern char** environ;
-
 namespace bench {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<std::string> environmentFor(const Process::Setup& setup) {
-    std::vector<std::string> all;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text = *entry;
-        const std::string name = text.substr(0, text.find('='));
-        const bool out =
-            setup.environment.contains(name) ||
-            std::find(setup.without.begin(), setup.without.end(), name) != setup.without.end();
-        if (!out) all.push_back(text);
-    }
-    for (const auto& [name, value] : setup.environment) all.push_back(name + "=" + value);
-    return all;
-}
-
-std::vector<char*> pointers(const std::vector<std::string>& texts) {
-    std::vector<char*> list;
-    list.reserve(texts.size() + 1);
-    for (const std::string& text : texts) list.push_back(const_cast<char*>(text.c_str()));
-    list.push_back(nullptr);
-    return list;
-}
 
 void setCpu(pid_t thread, int cpu) {
     cpu_set_t one;
@@ -57,7 +32,7 @@ void setCpu(pid_t thread, int cpu) {
     sched_setaffinity(thread, sizeof(one), &one);
 }
 
-/** The first, the last processor that this program may use, as it was started. */
+// The first, the last processor that this program may use, as it was started.
 std::pair<int, int> usableCpus() {
     static const std::pair<int, int> usable = [] {
         cpu_set_t set;
@@ -82,7 +57,7 @@ void settle(pid_t parent, int cpu, const cpu_set_t& all) {
     if (cpu != kAnyCpu) setCpu(0, cpu);
 }
 
-/** Every processor from the first usable one to the last. */
+// Every processor from the first usable one to the last.
 cpu_set_t allCpus() {
     cpu_set_t set;
     CPU_ZERO(&set);
@@ -92,21 +67,6 @@ cpu_set_t allCpus() {
 }
 
 }  // namespace
-
-Fd& Fd::operator=(Fd&& other) noexcept {
-    reset();
-    mFd = other.release();
-    return *this;
-}
-
-int Fd::release() {
-    return std::exchange(mFd, -1);
-}
-
-void Fd::reset() {
-    if (mFd >= 0) close(mFd);
-    mFd = -1;
-}
 
 TempFolder::TempFolder() {
     std::string name = fs::temp_directory_path() / "wlc-bench-XXXXXX";
@@ -120,9 +80,9 @@ TempFolder::~TempFolder() {
 }
 
 Process Process::run(const std::vector<std::string>& arguments, const Setup& setup) {
-    const std::vector<std::string> variables = environmentFor(setup);
-    const std::vector<char*> argv = pointers(arguments);
-    const std::vector<char*> envp = pointers(variables);
+    std::vector<char*> argv;
+    for (const std::string& text : arguments) argv.push_back(const_cast<char*>(text.c_str()));
+    argv.push_back(nullptr);
     const std::string errors = setup.errorFile.value_or("/dev/null");
     auto* execTime = static_cast<int64_t*>(
         mmap(nullptr, sizeof(int64_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -136,8 +96,12 @@ Process Process::run(const std::vector<std::string>& arguments, const Setup& set
         dup2(setup.input >= 0 ? setup.input : null, STDIN_FILENO);
         dup2(setup.output >= 0 ? setup.output : null, STDOUT_FILENO);
         dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
+        for (const std::string& name : setup.without) unsetenv(name.c_str());
+        for (const auto& [name, value] : setup.environment) {
+            setenv(name.c_str(), value.c_str(), 1);
+        }
         *execTime = now();
-        execve(argv[0], argv.data(), envp.data());
+        execv(argv[0], argv.data());
         _exit(127);
     }
     if (pid < 0) throw Trouble("cannot start a process");

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Processes that the benchmark starts, and what the kernel says of them. All die with it. */
+// Processes that the benchmark starts, and what the kernel says of them. All die with it.
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <sched.h>
 #include <sys/types.h>
 
@@ -15,29 +16,15 @@
 
 namespace bench {
 
-/** What cannot be measured on this machine, or went wrong; the message is for people. */
+// What cannot be measured on this machine, or went wrong; the message is for people.
 class Trouble : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/** An owned descriptor. */
-class Fd {
-  public:
-    Fd() = default;
-    explicit Fd(int fd) : mFd(fd) {}
-    Fd(Fd&& other) noexcept : mFd(other.release()) {}
-    Fd& operator=(Fd&& other) noexcept;
-    ~Fd() { reset(); }
-    int get() const { return mFd; }
-    int release();
-    void reset();
+using Fd = android::base::unique_fd;
 
-  private:
-    int mFd = -1;
-};
-
-/** A folder that goes away with everything in it. */
+// A folder that goes away with everything in it.
 class TempFolder {
   public:
     TempFolder();
@@ -50,16 +37,14 @@ class TempFolder {
     std::string mPath;
 };
 
-/**
- * Where processes run. Two that talk to each other stay where the scheduler once put them, on one
- * processor or on two, and that decides about more time than anything in them: so both sides of a
- * comparison are placed alike. With one processor the two are the same.
- */
+// Where processes run. Two that talk to each other stay where the scheduler once put them, on one
+// processor or on two, and that decides about more time than anything in them: so both sides of a
+// comparison are placed alike. With one processor the two are the same.
 inline constexpr int kAnyCpu = -1;
 int clientCpu();
 int serverCpu();
 
-/** Keeps a thread on one processor while it lives; 0 is the calling one. */
+// Keeps a thread on one processor while it lives; 0 is the calling one.
 class OnCpu {
   public:
     explicit OnCpu(int cpu, pid_t thread = 0);
@@ -72,7 +57,7 @@ class OnCpu {
     cpu_set_t mFormer;
 };
 
-/** A child; killed and awaited by its destructor. */
+// A child; killed and awaited by its destructor.
 class Process {
   public:
     struct Setup {
@@ -84,12 +69,10 @@ class Process {
         int cpu = kAnyCpu;
     };
 
-    /** Runs a program. Throws Trouble when there can be no child; see wait() for the rest. */
+    // Runs a program. Throws Trouble when there can be no child; see wait() for the rest.
     static Process run(const std::vector<std::string>& arguments, const Setup& setup);
-    /**
-     * Runs a function in a copy of this process, which has none of its other threads: only system
-     * calls and plain memory are safe in there.
-     */
+    // Runs a function in a copy of this process, which has none of its other threads: only system
+    // calls and plain memory are safe in there.
     static Process fork(const std::function<void()>& body, int cpu = kAnyCpu);
 
     Process(Process&& other) noexcept;
@@ -97,12 +80,12 @@ class Process {
     ~Process();
 
     pid_t pid() const { return mPid; }
-    /** When it was about to execute the program, by now(). */
+    // When it was about to execute the program, by now().
     int64_t execTime() const { return mExecTime; }
-    /** Waits for its end; its exit status, 127 when the program could not be run. */
+    // Waits for its end; its exit status, 127 when the program could not be run.
     int wait();
     bool hasEnded();
-    /** Sends a signal; for SIGSTOP, returns when it has stopped. */
+    // Sends a signal; for SIGSTOP, returns when it has stopped.
     void signal(int number);
 
   private:
@@ -112,19 +95,19 @@ class Process {
     int64_t mExecTime = 0;
 };
 
-/** Runs check again and again until it is true; false after the limit. */
+// Runs check again and again until it is true; false after the limit.
 bool waitUntil(const std::function<bool()>& check, int limitMillis, int pauseMicros = 100);
 
 void pauseMillis(int millis);
 
-/** Whether something listens at a Unix socket's path. */
+// Whether something listens at a Unix socket's path.
 bool isListening(const std::string& path);
 
-/** Thread ids of a process; the one of a name, 0 when there is none. */
+// Thread ids of a process; the one of a name, 0 when there is none.
 std::vector<pid_t> threadsOf(pid_t pid);
 pid_t threadNamed(pid_t pid, const std::string& name);
 
-/** How often its threads have gone to sleep so far. */
+// How often its threads have gone to sleep so far.
 uint64_t sleepsOf(pid_t pid);
 
 struct Memory {
@@ -133,7 +116,7 @@ struct Memory {
 };
 Memory memoryOf(pid_t pid, const std::string& ownFolder);
 
-/** A file of the build by its path from the folder above this program's. Throws when missing. */
+// A file of the build by its path from the folder above this program's. Throws when missing.
 std::string built(const std::string& path);
 std::string buildFolder();
 

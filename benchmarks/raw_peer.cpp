@@ -37,8 +37,8 @@ SocketPair::SocketPair() {
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         throw Trouble("cannot make a socket pair");
     }
-    ours = Fd(ends[0]);
-    theirs = Fd(ends[1]);
+    ours.reset(ends[0]);
+    theirs.reset(ends[1]);
 }
 
 bool readAll(int fd, void* area, size_t size) {

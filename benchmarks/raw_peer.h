@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The baselines' other processes: plain system calls on plain sockets. */
+// The baselines' other processes: plain system calls on plain sockets.
 #pragma once
 
 #include <memory>
@@ -10,30 +10,27 @@
 
 namespace bench {
 
-/** Both ends of a connected Unix stream socket. */
+// Both ends of a connected Unix stream socket.
 struct SocketPair {
     Fd ours;
     Fd theirs;
     SocketPair();
 };
 
-/** read or write the whole of it; false when the other side is gone. */
+// read or write the whole of it; false when the other side is gone.
 bool readAll(int fd, void* area, size_t size);
 bool writeAll(int fd, const void* area, size_t size);
 
-/** A process that answers each message of one size with one of another: write, read on each side.
- */
+// A process that answers each message of one size with one of another: write, read on each side.
 class PingPong {
   public:
     PingPong(const WireSizes& sizes, int cpu);
 
-    /** One round trip. */
+    // One round trip.
     void call();
     pid_t pid() const { return mPeer->pid(); }
-    const WireSizes& sizes() const { return mSizes; }
-    int socket() const { return mSockets.ours.get(); }
 
-    /** "a raw round trip of N and M bytes" */
+    // "a raw round trip of N and M bytes"
     std::string describe() const;
 
   private:
@@ -43,14 +40,14 @@ class PingPong {
     std::string mBuffer;
 };
 
-/** A bound datagram socket that asks for its senders' credentials. */
+// A bound datagram socket that asks for its senders' credentials.
 Fd datagramSocket(const std::string& path);
-/** One connected to such a socket, for sending. */
+// One connected to such a socket, for sending.
 Fd datagramSender(const std::string& path);
-/** A netlink socket that hears the kernel's uevents, with credentials. */
+// A netlink socket that hears the kernel's uevents, with credentials.
 Fd kernelUeventSocket();
 
-/** epoll_wait and recvmsg with room for credentials; the message's size. */
+// epoll_wait and recvmsg with room for credentials; the message's size.
 class BareReader {
   public:
     explicit BareReader(int fd);

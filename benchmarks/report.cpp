@@ -23,48 +23,26 @@ std::string withUnit(double value, const std::string& unit) {
     return unit.empty() ? number(value) : number(value) + " " + unit;
 }
 
-const char* judgedName(Judged judged) {
-    switch (judged) {
-        case Judged::RATIO:
-            return "ratio";
-        case Judged::BEYOND:
-            return "beyond baseline";
-        case Judged::VALUE:
-            break;
-    }
-    return "value";
-}
+// By Judged.
+constexpr const char* kJudgedNames[] = {"ratio", "beyond baseline", "value"};
 
 std::string inUnits(const Figure& figure, double value) {
-    return figure.judged == Judged::RATIO ? fmt::format("{:.2f} x", value)
-                                          : withUnit(value, figure.unit);
+    return figure.judged == Judged::kRatio ? fmt::format("{:.2f} x", value)
+                                           : withUnit(value, figure.unit);
 }
 
 constexpr const char* kLine = "{:<68} {:>10} {:>10} {:>10} {:>10}  {}\n";
 
 }  // namespace
 
-Figure ratioFigure(const char* group, std::string what, std::string baselineWhat, const char* unit,
-                   const Pair& pair, double scale, double target) {
-    Figure figure{.group = group, .what = std::move(what), .unit = unit};
+Figure pairFigure(Judged judged, const char* group, std::string what, std::string baselineWhat,
+                  const char* unit, const Pair& pair, double scale, double target) {
+    Figure figure = valueFigure(group, std::move(what), unit, pair.measured / scale, target);
     figure.baselineWhat = std::move(baselineWhat);
-    figure.judged = Judged::RATIO;
-    figure.target = target;
-    figure.measured = pair.measured / scale;
     figure.baseline = pair.baseline / scale;
-    figure.result = pair.ratio;
-    return figure;
-}
-
-Figure beyondFigure(const char* group, std::string what, std::string baselineWhat, const Pair& pair,
-                    double target) {
-    Figure figure{.group = group, .what = std::move(what), .unit = "ns"};
-    figure.baselineWhat = std::move(baselineWhat);
-    figure.judged = Judged::BEYOND;
-    figure.target = target;
-    figure.measured = pair.measured;
-    figure.baseline = pair.baseline;
-    figure.result = pair.beyond;
+    figure.judged = judged;
+    if (judged == Judged::kRatio) figure.result = pair.ratio;
+    if (judged == Judged::kBeyond) figure.result = pair.beyond / scale;
     return figure;
 }
 
@@ -116,7 +94,7 @@ void printJson(const Figures& figures) {
             entry["baseline"] = nullptr;
             if (figure.baseline) entry["baseline"] = *figure.baseline;
             if (!figure.baselineWhat.empty()) entry["against"] = figure.baselineWhat;
-            entry["judged"] = judgedName(figure.judged);
+            entry["judged"] = kJudgedNames[static_cast<size_t>(figure.judged)];
             entry["result"] = figure.result;
             entry["atMost"] = figure.target;
             entry["verdict"] = met(figure) ? "met" : "missed";

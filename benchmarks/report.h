@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* What was measured, against what, and whether that is good enough. */
+// What was measured, against what, and whether that is good enough.
 #pragma once
 
 #include <optional>
@@ -10,11 +10,11 @@
 
 namespace bench {
 
-/** How a figure is judged. */
+// How a figure is judged.
 enum class Judged {
-    RATIO,   // measured / baseline is at most the target
-    BEYOND,  // measured - baseline is at most the target
-    VALUE,   // measured is at most the target; a baseline is there for comparison
+    kRatio,   // measured / baseline is at most the target
+    kBeyond,  // measured - baseline is at most the target
+    kValue,   // measured is at most the target; a baseline is there for comparison
 };
 
 struct Figure {
@@ -22,7 +22,7 @@ struct Figure {
     std::string what;
     std::string baselineWhat = {};
     std::string unit;  // "ns", "us", "ms", "KiB" or "" for counts
-    Judged judged = Judged::VALUE;
+    Judged judged = Judged::kValue;
     double target = 0;
     double measured = 0;
     std::optional<double> baseline = {};
@@ -31,21 +31,19 @@ struct Figure {
     std::string note = {};
 };
 
-/** Figures from a measurement in turns, its times divided by `scale`. */
-Figure ratioFigure(const char* group, std::string what, std::string baselineWhat, const char* unit,
-                   const Pair& pair, double scale, double target);
-Figure beyondFigure(const char* group, std::string what, std::string baselineWhat, const Pair& pair,
-                    double target);
+// From a measurement in turns, its times divided by `scale`.
+Figure pairFigure(Judged judged, const char* group, std::string what, std::string baselineWhat,
+                  const char* unit, const Pair& pair, double scale, double target);
 Figure valueFigure(const char* group, std::string what, const char* unit, double value,
                    double target);
 Figure skippedFigure(const char* group, std::string what, std::string why);
 
 using Figures = std::vector<Figure>;
 
-/** A table for people, one line a figure as soon as it is there. */
+// A table for people, one line a figure as soon as it is there.
 void printHead();
 void printFigure(const Figure& figure);
-/** One JSON object with everything. */
+// One JSON object with everything.
 void printJson(const Figures& figures);
 
 }  // namespace bench

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/*
- * Counts the bytes that this process moves with sendmsg and recvmsg, which is how the binder
- * transport moves all of its frames: what a raw baseline has to move, too.
- */
+// Counts the bytes that this process moves with sendmsg and recvmsg, which is how the binder
+// transport moves all of its frames: what a raw baseline has to move, too.
 #pragma once
 
 #include <cstddef>
@@ -15,16 +13,16 @@ struct SocketBytes {
     uint64_t received;
 };
 
-/** Of all threads so far. */
+// Of all threads so far.
 SocketBytes socketBytes();
 
-/** Sizes of the messages of one exchange, in bytes. */
+// Sizes of the messages of one exchange, in bytes.
 struct WireSizes {
     size_t request = 0;
     size_t reply = 0;
 };
 
-/** What one `call` moves on average, from `count` of them. */
+// What one `call` moves on average, from `count` of them.
 template <typename Call>
 WireSizes wireSizes(int count, Call call) {
     const SocketBytes before = socketBytes();

@@ -39,7 +39,7 @@ double totalOf(const std::string& table) {
     throw Trouble("strace printed no total");
 }
 
-/** System calls of two running processes while `work` runs. */
+// System calls of two running processes while `work` runs.
 template <typename Work>
 double systemCallsDuring(pid_t one, pid_t other, Work work) {
     const TempFolder folder;
@@ -60,7 +60,7 @@ double systemCallsDuring(pid_t one, pid_t other, Work work) {
     return totalOf(contents(table));
 }
 
-/** A client in a process of its own that makes as many calls as it is told. */
+// A client in a process of its own that makes as many calls as it is told.
 struct Client {
     SocketPair sockets;
     std::unique_ptr<Process> process;
@@ -74,7 +74,7 @@ struct Client {
     }
 };
 
-/** Serves Client::call. */
+// Serves Client::call.
 template <typename Call>
 void obey(int fd, Call call) {
     for (int32_t count; readAll(fd, &count, sizeof(count));) {
@@ -83,7 +83,7 @@ void obey(int fd, Call call) {
     }
 }
 
-/** A call's, in the client and another process: of many calls less those of none. */
+// A call's, in the client and another process: of many calls less those of none.
 double systemCallsOf(Client& client, pid_t other, int count) {
     const pid_t pid = client.process->pid();
     const double none = systemCallsDuring(other, pid, [&] { client.call(0); });

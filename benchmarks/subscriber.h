@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Subscribers in this process, and a clock that stops when the last of them was told. */
+// Subscribers in this process, and a clock that stops when the last of them was told.
 #pragma once
 
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerFanLevelChangedCallback.h>
@@ -15,10 +15,10 @@
 
 namespace bench {
 
-/** Told from other threads, waited for by one. */
+// Told from other threads, waited for by one.
 class Arrivals {
   public:
-    /** So many are to come now. */
+    // So many are to come now.
     void expect(uint64_t count) { mMissing.store(count, std::memory_order_relaxed); }
 
     void arrived() {
@@ -27,7 +27,7 @@ class Arrivals {
         mAll.release();
     }
 
-    /** When the last one came, by now(). Throws Trouble when it does not. */
+    // When the last one came, by now(). Throws Trouble when it does not.
     int64_t wait() {
         if (!mAll.try_acquire_for(std::chrono::seconds(10))) throw Trouble("an event got lost");
         return mLast.load(std::memory_order_relaxed);
@@ -52,8 +52,7 @@ class Subscriber
     Arrivals* const mArrivals;
 };
 
-/** One thread serves all callbacks of this process, as one thread reads all sockets of a baseline.
- */
+// One thread serves all callbacks of this process, as one thread reads all sockets of a baseline.
 inline void serveCallbacksWithOneThread() {
     ABinderProcess_setThreadPoolMaxThreadCount(0);
     ABinderProcess_startThreadPool();  // from a thread on the client's processor, it stays there
