@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Many clients call at once, while others wait for the dock.
 #include <gtest/gtest.h>
+#include <testing/charger_system.h>
 
 #include <atomic>
 #include <thread>
 
-#include "charger_system.h"
-
-namespace charger_system {
+namespace test_support {
 namespace {
 
 using charger::FanInfo;
@@ -91,4 +90,4 @@ TEST_F(CallsTest, OneFreeThreadServesEverybodyAndWithoutOneEverybodyWaits) {
 }
 
 }  // namespace
-}  // namespace charger_system
+}  // namespace test_support

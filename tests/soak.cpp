@@ -8,6 +8,9 @@
 #include <fcntl.h>
 #include <host/binder_host.h>
 #include <signal.h>
+#include <testing/charger_system.h>
+#include <testing/seed.h>
+#include <testing/subscriptions.h>
 #include <unistd.h>
 
 #include <array>
@@ -21,10 +24,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "charger_system.h"
-#include "subscriptions.h"
-
-namespace charger_system {
+namespace test_support {
 namespace {
 
 using charger::FirmwareVersion;
@@ -204,7 +204,7 @@ class Soak {
 
     void dump(Random& random) {
         if (random() % 8 == 0) {
-            (void)wlc::run({program("dumpsys"), kInstance});
+            (void)test_support::run({program("dumpsys"), kInstance});
         } else {
             (void)mSystem.subscribed();
         }
@@ -321,7 +321,7 @@ int runSoak(int argc, char** argv) {
     ABinderProcess_startThreadPool();
     std::string wrong;
     try {
-        Soak soak(std::random_device{}());
+        Soak soak(randomSeed());
         wrong = soak.run(std::chrono::seconds(seconds));
         soak.printSummary(wrong);
     } catch (const std::exception& error) {
@@ -336,8 +336,8 @@ int runSoak(int argc, char** argv) {
 }
 
 }  // namespace
-}  // namespace charger_system
+}  // namespace test_support
 
 int main(int argc, char** argv) {
-    return charger_system::runSoak(argc, argv);
+    return test_support::runSoak(argc, argv);
 }

@@ -5,13 +5,12 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <testing/charger_system.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-#include "charger_system.h"
-
-namespace charger_system {
+namespace test_support {
 namespace {
 
 using testing::HasSubstr;
@@ -162,4 +161,4 @@ TEST_F(StartUpTest, OrdinaryUserHasItAllUeventsIncluded) {
 }
 
 }  // namespace
-}  // namespace charger_system
+}  // namespace test_support

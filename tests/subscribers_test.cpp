@@ -5,16 +5,16 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <testing/charger_system.h>
+#include <testing/seed.h>
+#include <testing/subscriptions.h>
 
 #include <algorithm>
 #include <atomic>
 #include <random>
 #include <thread>
 
-#include "charger_system.h"
-#include "subscriptions.h"
-
-namespace charger_system {
+namespace test_support {
 namespace {
 
 using testing::HasSubstr;
@@ -76,7 +76,7 @@ class SubscribersTest : public testing::Test {
     bool sendEvent(bool withReport = false) {
         const int32_t number = ++mNumber;
         system.dock("align 1 0 " + std::to_string(number) + (withReport ? " 1" : " 0"));
-        return mOwn->received.waitForLast(
+        return mOwn->waitForLast(
             [&](const charger::AlignInfo& info) { return info.value1 == number; });
     }
     // One that all these processes have to have, too. They cannot fall far behind then: a
@@ -160,9 +160,7 @@ TEST_F(SubscribersTest, ThreeThousandSessionsEachHaveEveryEventInOrder) {
 }
 
 TEST_F(SubscribersTest, KilledAtRandomTheyLeaveNothingAndSurvivorsMissNothing) {
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+    std::mt19937 random(randomSeed());
 
     // Once in advance, so that what is made on first use does not count.
     {
@@ -213,7 +211,7 @@ TEST_F(SubscribersTest, KilledAtRandomTheyLeaveNothingAndSurvivorsMissNothing) {
     for (auto& process : survivors) expectWhole(*process);
     mortal.clear();
     EXPECT_EQ("", system.complaint(before, kOnlyOwn));
-    const auto seen = mOwn->received.all();
+    const auto seen = mOwn->all();
     for (size_t i = 1; i < seen.size(); ++i) ASSERT_EQ(seen[i - 1].value1 + 1, seen[i].value1);
     std::cout << kills << " processes killed during " << seen.size() << " events\n";
 }
@@ -279,4 +277,4 @@ TEST_F(SubscribersTest, ObjectOfAnotherInterfaceIsRefusedAsNoCallback) {
 }
 
 }  // namespace
-}  // namespace charger_system
+}  // namespace test_support

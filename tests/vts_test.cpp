@@ -3,12 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <testing/charger_system.h>
 
 #include <filesystem>
 
-#include "charger_system.h"
-
-namespace charger_system {
+namespace test_support {
 namespace {
 
 using testing::AllOf;
@@ -63,4 +62,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& state) { return state.param.name; });
 
 }  // namespace
-}  // namespace charger_system
+}  // namespace test_support

@@ -3,11 +3,11 @@
 // dockctl as a process, against a dock of the test's own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <testing/process.h>
 
 #include <nlohmann/json.hpp>
 
 #include "control_fixture.h"
-#include "process.h"
 
 namespace virtual_dock::testing {
 namespace {
@@ -15,16 +15,16 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-using wlc::Outcome;
+using test_support::Outcome;
 
 class DockctlTest : public ::testing::Test {
   protected:
     // `arguments` as a shell would get them.
     Outcome dockctl(const std::string& arguments, const std::string& folder = {}) {
-        const std::string command =
-            "ANDROID_HOST_DIR=" + (folder.empty() ? served.folder.path() : folder) +
-            " " DOCKCTL_PATH " " + arguments;
-        return wlc::run({"/bin/sh", "-c", command});
+        const std::string command = "ANDROID_HOST_DIR='" +
+                                    (folder.empty() ? served.folder.path() : folder) +
+                                    "' '" DOCKCTL_PATH "' " + arguments;
+        return test_support::run({"/bin/sh", "-c", command});
     }
 
     ServedDock served;

@@ -2,16 +2,18 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <testing/charger_system.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "charger_system.h"
-
 namespace wlc {
 
-using charger_system::Words;
+using test_support::Outcome;
+using test_support::Process;
+using test_support::run;
+using test_support::Words;
 
 // The real service on the virtual dock, in a run-time folder of the test's own; wlc and dockctl as
 // processes against it. At the end the service has to be alive still, has to end when told to, and
@@ -42,7 +44,7 @@ class ServiceTest : public testing::Test {
     // A file in the run-time folder with these bytes.
     std::string file(const std::string& name, const std::string& bytes) const;
 
-    charger_system::ChargerSystem mSystem;
+    test_support::ChargerSystem mSystem;
 };
 
 std::vector<nlohmann::json> jsonLines(const std::string& text);

@@ -7,7 +7,7 @@
 namespace wlc {
 namespace {
 
-using charger_system::Subscribed;
+using test_support::Subscribed;
 using testing::HasSubstr;
 
 class WatchTest : public ServiceTest {

@@ -8,9 +8,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <thread>
 
-namespace wlc {
+namespace test_support {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -29,7 +33,27 @@ void drain(int* descriptor, std::string* text) {
 
 }  // namespace
 
-Process::Process(const std::vector<std::string>& command, const std::string& file) {
+bool eventually(const std::function<bool()>& holds, std::chrono::seconds limit) {
+    const auto end = Clock::now() + limit;
+    while (!holds()) {
+        if (Clock::now() >= end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+bool isRunning(pid_t pid) {
+    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
+    const std::string stat(std::istreambuf_iterator<char>(in), {});
+    const size_t name = stat.rfind(')');
+    return name != std::string::npos && name + 2 < stat.size() && stat[name + 2] != 'Z';
+}
+
+bool hasNoChildren() {
+    return waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD;
+}
+
+Process::Process(const Words& command, const std::string& file) {
     int out[2];
     int err[2];
     if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) std::abort();
@@ -76,9 +100,9 @@ bool Process::readSome(Clock::time_point deadline) {
     return true;
 }
 
-bool Process::waitFor(const std::string* where, const std::string& text) {
+bool Process::waitFor(const std::string& printed, const std::string& text) {
     const auto deadline = Clock::now() + kLimit;
-    while (where->find(text) == std::string::npos) {
+    while (printed.find(text) == std::string::npos) {
         if (!readSome(deadline)) return false;
     }
     return true;
@@ -97,8 +121,8 @@ Outcome Process::wait() {
     return mOutcome;
 }
 
-Outcome run(const std::vector<std::string>& command) {
+Outcome run(const Words& command) {
     return Process(command).wait();
 }
 
-}  // namespace wlc
+}  // namespace test_support

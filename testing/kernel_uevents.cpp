@@ -4,33 +4,40 @@
 #include <fcntl.h>
 #include <linux/netlink.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
 
-#include "process.h"
-
-namespace charger_system {
+namespace test_support {
 namespace {
 
 constexpr char kTrigger[] = "/sys/class/mem/null/uevent";
 constexpr char kUuid[] = "6d6f636b-7465-7374-0000-000000000002";
 
-// The next message, or nothing when none is there.
-std::string receive(int socket) {
+// The next message, or nothing when none is there. A sender other than 0 is a process.
+std::string receive(int socket, unsigned* sender) {
     char message[8192];
-    const ssize_t size = recv(socket, message, sizeof(message), MSG_DONTWAIT);
+    sockaddr_nl from{};
+    socklen_t length = sizeof(from);
+    const ssize_t size = recvfrom(socket, message, sizeof(message), MSG_DONTWAIT,
+                                  reinterpret_cast<sockaddr*>(&from), &length);
+    *sender = from.nl_pid;
     return size > 0 ? std::string(message, static_cast<size_t>(size)) : std::string();
 }
 
 }  // namespace
 
-KernelUevents::KernelUevents() : mFile(open(kTrigger, O_WRONLY | O_CLOEXEC)) {}
+KernelUevents::KernelUevents() : mFile(open(kTrigger, O_WRONLY | O_CLOEXEC)) {
+    while (flock(mFile.get(), LOCK_EX) != 0 && errno == EINTR) {
+    }
+}
 
 bool KernelUevents::send(const std::string& lines) const {
     const std::string text = std::string("change ") + kUuid + " " + lines;
@@ -47,20 +54,26 @@ UeventWatch::UeventWatch()
     }
 }
 
-size_t UeventWatch::takeDriverUevents() {
-    size_t count = 0;
-    for (std::string message; !(message = receive(mSocket.get())).empty();) {
-        if (message.find("DRIVER=p9221") != std::string::npos) ++count;
+UeventWatch::Heard UeventWatch::take() {
+    Heard heard;
+    unsigned sender = 0;
+    for (std::string message; !(message = receive(mSocket.get(), &sender)).empty();) {
+        if (sender != 0) {
+            ++heard.forged;
+        } else if (message.find("DRIVER=p9221") != std::string::npos) {
+            ++heard.driver;
+        }
     }
-    return count;
+    return heard;
 }
 
 bool UeventWatch::waitFor(const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    unsigned sender = 0;
     while (std::chrono::steady_clock::now() < end) {
         pollfd readable{mSocket.get(), POLLIN, 0};
         if (poll(&readable, 1, 100) <= 0) continue;
-        if (receive(mSocket.get()).find(text) != std::string::npos) return true;
+        if (receive(mSocket.get(), &sender).find(text) != std::string::npos) return true;
     }
     return false;
 }
@@ -90,7 +103,7 @@ bool findUeventSocket(pid_t pid, NetlinkSocket* found) {
 }
 
 std::string whyNoKernelUevents() {
-    if (geteuid() != 0) return "needs root, for whom the kernel sends uevents";
+    if (geteuid() != 0) return "kernel uevents require root";
     if (access(kTrigger, W_OK) != 0) return "needs a writable /sys/class/mem/null/uevent";
     UeventWatch watch;
     if (!watch.ok()) return "needs the kernel's netlink socket for uevents";
@@ -101,4 +114,4 @@ std::string whyNoKernelUevents() {
     return {};
 }
 
-}  // namespace charger_system
+}  // namespace test_support

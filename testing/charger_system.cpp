@@ -6,14 +6,11 @@
 #include <android/binder_manager.h>
 #include <host/binder_host.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -21,11 +18,10 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 #include "kernel_uevents.h"
 
-namespace charger_system {
+namespace test_support {
 namespace {
 
 using android::base::unique_fd;
@@ -46,22 +42,9 @@ size_t entriesOf(const std::string& folder) {
 }
 
 std::string dumpOf(AIBinder* binder) {
-    std::string text;
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return text;
-    unique_fd readEnd(ends[0]);
-    unique_fd writeEnd(ends[1]);
-    std::thread reader([&] {
-        char piece[4096];
-        ssize_t count;
-        while ((count = read(readEnd.get(), piece, sizeof(piece))) > 0) {
-            text.append(piece, static_cast<size_t>(count));
-        }
-    });
-    (void)AIBinder_dump(binder, writeEnd.get(), nullptr, 0);
-    writeEnd.reset();
-    reader.join();
-    return text;
+    const unique_fd file(memfd_create("dump", MFD_CLOEXEC));
+    (void)AIBinder_dump(binder, file.get(), nullptr, 0);
+    return readFile("/proc/self/fd/" + std::to_string(file.get()));
 }
 
 int numberAfter(const std::string& text, const std::string& label) {
@@ -71,27 +54,8 @@ int numberAfter(const std::string& text, const std::string& label) {
 
 }  // namespace
 
-bool eventually(const std::function<bool()>& holds, std::chrono::seconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() >= end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
 std::string program(const std::string& name) {
     return std::string(PROGRAM_FOLDER) + "/" + name;
-}
-
-Usage usageOf(pid_t pid) {
-    const std::string folder = "/proc/" + std::to_string(pid);
-    Usage usage;
-    usage.descriptors = entriesOf(folder + "/fd");
-    usage.threads = entriesOf(folder + "/task");
-    const int memory = numberAfter(readFile(folder + "/status"), "RssAnon:");
-    usage.memoryKiB = static_cast<size_t>(std::max(memory, 0));
-    return usage;
 }
 
 std::ostream& operator<<(std::ostream& out, const Subscribed& counts) {
@@ -99,28 +63,16 @@ std::ostream& operator<<(std::ostream& out, const Subscribed& counts) {
                << counts.fan << "}";
 }
 
-bool hasNoChildren() {
-    return waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD;
-}
-
-bool isRunning(pid_t pid) {
-    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-    const size_t name = stat.rfind(')');
-    return name != std::string::npos && name + 2 < stat.size() && stat[name + 2] != 'Z';
-}
-
 ChargerSystem::ChargerSystem(Uevents uevents) {
     mFolder = (std::filesystem::temp_directory_path() / "charger-system.XXXXXX").string();
     if (mkdtemp(mFolder.data()) == nullptr) throw std::runtime_error("cannot make " + mFolder);
     setenv("ANDROID_HOST_DIR", mFolder.c_str(), 1);
     // The address sanitizer holds freed memory back, 256 MiB and 1 MiB for each thread unless told
-    // otherwise; what was asked for besides stays.
-    const char* options = std::getenv("ASAN_OPTIONS");
+    // otherwise; other options stay.
+    const char* const given = std::getenv("ASAN_OPTIONS");
+    const std::string options = given != nullptr ? given + std::string(":") : std::string();
     setenv("ASAN_OPTIONS",
-           ((options != nullptr ? options + std::string(":") : std::string()) +
-            "quarantine_size_mb=4:thread_local_quarantine_size_kb=64")
-               .c_str(),
-           1);
+           (options + "quarantine_size_mb=4:thread_local_quarantine_size_kb=64").c_str(), 1);
     if (uevents == Uevents::kSocket) {
         setenv("ANDROID_HOST_UEVENT_SOCKET", (mFolder + "/uevent").c_str(), 1);
     } else {
@@ -134,6 +86,12 @@ ChargerSystem::~ChargerSystem() {
     std::filesystem::remove_all(mFolder, ignored);
 }
 
+std::string ChargerSystem::file(const std::string& name, const std::string& bytes) const {
+    const std::string path = mFolder + "/" + name;
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+}
+
 std::unique_ptr<Process> ChargerSystem::launch(const Words& before) {
     Words words = before;
     words.push_back(program("vendor.zorvak.wireless_charger-service"));
@@ -142,23 +100,17 @@ std::unique_ptr<Process> ChargerSystem::launch(const Words& before) {
 
 void ChargerSystem::start(const Words& before) {
     mService = launch(before);
-    const bool registered = eventually([&] {
-        const ndk::SpAIBinder binder(AServiceManager_checkService(kInstance));
-        return binder.get() != nullptr || !isRunning(mService->pid());
-    });
-    if (!registered || !isRunning(mService->pid())) {
+    if (!eventually([&] { return isReady() || !isRunning(pid()); }) || !isRunning(pid())) {
         throw std::runtime_error("the service does not start: " + log());
-    }
-    // Its event thread opens the socket on its own time.
-    if (!eventually([&] { return hearsUevents(); })) {
-        throw std::runtime_error("the service does not listen for uevents: " + log());
     }
 }
 
-bool ChargerSystem::hearsUevents() const {
-    const char* path = std::getenv("ANDROID_HOST_UEVENT_SOCKET");
+// Registered, and listening for uevents, which its event thread begins on its own time.
+bool ChargerSystem::isReady() const {
+    if (ndk::SpAIBinder(AServiceManager_checkService(kInstance)).get() == nullptr) return false;
+    const char* const path = std::getenv("ANDROID_HOST_UEVENT_SOCKET");
     NetlinkSocket ignored;
-    if (path == nullptr) return findUeventSocket(mService->pid(), &ignored);
+    if (path == nullptr) return findUeventSocket(pid(), &ignored);
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
     std::string(path).copy(address.sun_path, sizeof(address.sun_path) - 1);
     const unique_fd probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -211,6 +163,24 @@ Json ChargerSystem::dock(const std::string& line) {
     return reply;
 }
 
+std::vector<Json> ChargerSystem::dockLog() {
+    dockctl::Connection connection;
+    connection.send("log");
+    std::vector<Json> entries;
+    for (;;) {
+        Json entry = Json::parse(connection.receive());
+        if (entry.contains("ok")) return entries;
+        entries.push_back(std::move(entry));
+    }
+}
+
+Usage ChargerSystem::usage() const {
+    const std::string process = "/proc/" + std::to_string(pid());
+    const int memory = numberAfter(readFile(process + "/status"), "RssAnon:");
+    return {entriesOf(process + "/fd"), entriesOf(process + "/task"),
+            static_cast<size_t>(std::max(memory, 0))};
+}
+
 Subscribed ChargerSystem::subscribed() const {
     const std::string text = dumpOf(connect()->asBinder().get());
     return {numberAfter(text, "    RTx: "), numberAfter(text, "    Alignment: "),
@@ -220,18 +190,15 @@ Subscribed ChargerSystem::subscribed() const {
 std::string ChargerSystem::complaint() const {
     std::string found;
     if (!isRunning(pid())) found += "the service has ended\n";
-    const std::string written = log();
     for (const char* report : {"Sanitizer", "runtime error:"}) {
-        if (written.find(report) != std::string::npos) found += "a sanitizer report\n";
+        if (countInLog(report) != 0) found += "a sanitizer report\n";
     }
-    if (!found.empty()) found += written;
-    return found;
+    return found.empty() ? found : found + log();
 }
 
 std::string ChargerSystem::complaint(const Usage& before,
                                      const Subscribed& subscribedBefore) const {
-    std::string found = complaint();
-    if (!found.empty()) return found;
+    if (std::string found = complaint(); !found.empty()) return found;
     Usage now;
     Subscribed subscribedNow;
     const bool back = eventually([&] {
@@ -254,4 +221,4 @@ std::string ChargerSystem::complaint(const Usage& before,
     return text.str();
 }
 
-}  // namespace charger_system
+}  // namespace test_support

@@ -14,26 +14,23 @@
 
 #include "charger_system.h"
 
-namespace charger_system {
+namespace test_support {
 
 // What came, in order. Any thread.
 template <typename Value>
 class Received {
   public:
-    void add(const Value& value) {
+    ndk::ScopedAStatus add(const Value& value) {
         std::lock_guard lock(mLock);
         mValues.push_back(value);
+        return ndk::ScopedAStatus::ok();
     }
     std::vector<Value> all() const {
         std::lock_guard lock(mLock);
         return mValues;
     }
-    size_t count() const {
-        std::lock_guard lock(mLock);
-        return mValues.size();
-    }
     bool waitForCount(size_t count) const {
-        return eventually([&] { return this->count() >= count; });
+        return eventually([&] { return all().size() >= count; });
     }
     bool waitForLast(const std::function<bool(const Value&)>& is) const {
         return eventually([&] {
@@ -47,31 +44,19 @@ class Received {
     std::vector<Value> mValues GUARDED_BY(mLock);
 };
 
-class AlignSubscriber : public charger::BnWirelessChargerInfoCallback {
-  public:
-    ndk::ScopedAStatus alignChanged(const charger::AlignInfo& info) override {
-        received.add(info);
-        return ndk::ScopedAStatus::ok();
-    }
-    Received<charger::AlignInfo> received;
+struct AlignSubscriber : charger::BnWirelessChargerInfoCallback, Received<charger::AlignInfo> {
+    ndk::ScopedAStatus alignChanged(const charger::AlignInfo& info) override { return add(info); }
 };
 
-class RtxSubscriber : public charger::BnWirelessChargerRtxStatusCallback {
-  public:
+struct RtxSubscriber : charger::BnWirelessChargerRtxStatusCallback,
+                       Received<charger::RtxStatusInfo> {
     ndk::ScopedAStatus statusChanged(const charger::RtxStatusInfo& info) override {
-        received.add(info);
-        return ndk::ScopedAStatus::ok();
+        return add(info);
     }
-    Received<charger::RtxStatusInfo> received;
 };
 
-class FanSubscriber : public charger::BnWirelessChargerFanLevelChangedCallback {
-  public:
-    ndk::ScopedAStatus fanLevelChanged(int32_t level) override {
-        received.add(level);
-        return ndk::ScopedAStatus::ok();
-    }
-    Received<int32_t> received;
+struct FanSubscriber : charger::BnWirelessChargerFanLevelChangedCallback, Received<int32_t> {
+    ndk::ScopedAStatus fanLevelChanged(int32_t level) override { return add(level); }
 };
 
-}  // namespace charger_system
+}  // namespace test_support

@@ -7,8 +7,8 @@
 #include <aidl/vendor/zorvak/wireless_charger/IWirelessCharger.h>
 #include <sys/types.h>
 
-#include <chrono>
-#include <functional>
+#include <cstddef>
+#include <iosfwd>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -17,16 +17,11 @@
 #include "dockctl/connection.h"
 #include "process.h"
 
-namespace charger_system {
+namespace test_support {
 
 namespace charger = ::aidl::vendor::zorvak::wireless_charger;
 
 using Json = nlohmann::json;
-using Words = std::vector<std::string>;
-using wlc::kLimit;
-using wlc::Outcome;
-using wlc::Process;
-using wlc::run;
 
 inline constexpr char kInstance[] = "vendor.zorvak.wireless_charger.IWirelessCharger/default";
 
@@ -37,9 +32,6 @@ inline constexpr bool kSanitized = true;
 inline constexpr bool kSanitized = false;
 #endif
 
-// Waits until the condition holds; false when it still does not when the limit has passed.
-bool eventually(const std::function<bool()>& holds, std::chrono::seconds limit = kLimit);
-
 // The path of one of the programs of this build.
 std::string program(const std::string& name);
 
@@ -49,7 +41,6 @@ struct Usage {
     size_t threads = 0;
     size_t memoryKiB = 0;
 };
-Usage usageOf(pid_t pid);
 
 // The counts in the service's state report.
 struct Subscribed {
@@ -73,15 +64,17 @@ class ChargerSystem {
     ChargerSystem& operator=(const ChargerSystem&) = delete;
 
     const std::string& folder() const { return mFolder; }
-    // Where the service's socket stands while it is registered.
+    // Where the service's socket is while it is registered.
     std::string socketPath() const { return mFolder + "/binder/" + kInstance; }
+    // Writes a file of this name into the folder; returns its path.
+    std::string file(const std::string& name, const std::string& bytes) const;
 
-    // A service process whose output goes to the log file, `before` in front of its command line.
-    // Ends with the object.
+    // A service process whose output goes to the log file, with `before` in front of its command
+    // line. Ends with the object.
     std::unique_ptr<Process> launch(const Words& before = {});
     // Launches it and waits until it has registered and listens for uevents.
     void start(const Words& before = {});
-    // Ends it as init does; what was wrong with it, as complaint() tells.
+    // Ends the service, if it was started, as init does; what was wrong, as complaint() tells.
     std::string stopService();
     void killService();
     pid_t pid() const { return mService->pid(); }
@@ -94,31 +87,26 @@ class ChargerSystem {
     // A client with a session of its own.
     std::shared_ptr<charger::IWirelessCharger> connect() const;
 
-    // One line of the dock's control protocol; its reply.
+    // Sends one line of the dock's control protocol; its reply. One thread.
     Json dock(const std::string& line);
+    // The latest requests that the dock got, oldest first.
+    std::vector<Json> dockLog();
 
-    Usage usage() const { return usageOf(pid()); }
+    Usage usage() const;
     // By a dump, which also calls the subscribers.
     Subscribed subscribed() const;
 
-    // What is wrong with the state of the service after all that was done to it: nothing when it
-    // runs, no sanitizer has spoken and it holds what it held. Waits for the last of it to go.
-    std::string complaint(const Usage& before, const Subscribed& subscribedBefore) const;
-    // The part of it that holds at any time.
+    // What is wrong with the service: empty when it runs and no sanitizer has reported anything.
     std::string complaint() const;
+    // Also when it holds more than before. Waits until the last of it has gone.
+    std::string complaint(const Usage& before, const Subscribed& subscribedBefore) const;
 
   private:
-    bool hearsUevents() const;
+    bool isReady() const;
 
     std::string mFolder;
     std::unique_ptr<Process> mService;
     std::unique_ptr<dockctl::Connection> mDock;
 };
 
-// Whether this process has become the parent of nobody.
-bool hasNoChildren();
-
-// Whether the process is there and has not ended.
-bool isRunning(pid_t pid);
-
-}  // namespace charger_system
+}  // namespace test_support
