@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Flags, output folders and the two helper functions that every target of the project uses.
 
 set(CMAKE_CXX_STANDARD 20)

@@ -17,7 +17,8 @@ namespace {
 // More than a pipe holds: whoever keeps writing must not keep finish() waiting.
 constexpr size_t kMostAfterFinish = 1 << 20;
 
-bool writeAll(int descriptor, const std::string& text) {
+// 0 or the errno.
+int writeAll(int descriptor, const std::string& text) {
     for (size_t at = 0; at < text.size();) {
         const ssize_t written = write(descriptor, text.data() + at, text.size() - at);
         if (written < 0 && errno == EINTR) continue;
@@ -26,10 +27,10 @@ bool writeAll(int descriptor, const std::string& text) {
             poll(&ready, 1, -1);
             continue;
         }
-        if (written <= 0) return false;
+        if (written <= 0) return written < 0 ? errno : EIO;
         at += static_cast<size_t>(written);
     }
-    return true;
+    return 0;
 }
 
 }  // namespace
@@ -45,11 +46,12 @@ TextRelay::TextRelay(int to) : mTo(to) {
     mThread = std::thread([this] { copy(); });
 }
 
-void TextRelay::finish() {
-    if (!mThread.joinable()) return;
+int TextRelay::finish() {
+    if (!mThread.joinable()) return mError;
     mWriteEnd.reset();
     eventfd_write(mFinish.get(), 1);
     mThread.join();
+    return mError;
 }
 
 void TextRelay::copy() {
@@ -66,12 +68,13 @@ void TextRelay::copy() {
         if (got <= 0) break;
         const auto size = static_cast<size_t>(got);
         if (left != SIZE_MAX) left -= std::min(left, size);
-        if (!writeAll(mTo, escaper.next({piece, size}))) {
+        mError = writeAll(mTo, escaper.next({piece, size}));
+        if (mError != 0) {
             mReadEnd.reset();
             return;
         }
     }
-    writeAll(mTo, escaper.end());
+    mError = writeAll(mTo, escaper.end());
 }
 
 }  // namespace android::host

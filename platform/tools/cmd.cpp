@@ -14,10 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "tool.h"
+
 namespace {
 
 using android::host::escaped;
 using android::host::TextRelay;
+using android::tools::exitStatus;
 
 constexpr int kNoSuchService = 20;
 
@@ -40,20 +43,21 @@ int run(bool wait, const char* name, const std::vector<std::string>& args) {
     TextRelay err(STDERR_FILENO);
     const binder_status_t status = host::binder::shellCommand(
         binder.get(), STDIN_FILENO, out.descriptor(), err.descriptor(), args, &result);
-    out.finish();
+    const int error = out.finish();
     err.finish();
     if (status != STATUS_OK) {
         fprintf(stderr, "cmd: Failure calling service %s: %d\n", escaped(name).c_str(), status);
         return 1;
     }
     // Only the low byte reaches the caller; a failure must not look like success there.
-    return result == STATUS_OK || (result & 0xFF) != 0 ? result : 1;
+    return exitStatus("cmd", result == STATUS_OK || (result & 0xFF) != 0 ? result : 1, error);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
+    if (android::tools::answersForItself(argc, argv, kUsage)) return exitStatus("cmd", 0);
     int at = 1;
     const auto is = [&](const char* word) { return at < argc && strcmp(argv[at], word) == 0; };
     if (is("-l")) {
@@ -61,11 +65,7 @@ int main(int argc, char** argv) {
         for (const std::string& name : host::binder::listServices()) {
             printf("  %s\n", escaped(name).c_str());
         }
-        return 0;
-    }
-    if (is("-h") || is("--help")) {
-        fputs(kUsage, stdout);
-        return 0;
+        return exitStatus("cmd", 0);
     }
     const bool wait = is("-w");
     if (wait) ++at;

@@ -44,7 +44,7 @@ DumpResult copyDump(AIBinder* binder, const std::vector<std::string>& args, int 
     host::TextRelay relay(out);
     call->write.set(fcntl(relay.descriptor(), F_DUPFD_CLOEXEC, 0));
     call->ended.set(eventfd(0, EFD_CLOEXEC));
-    if (call->write.get() < 0 || call->ended.get() < 0) return {DumpOutcome::kFailed, -errno};
+    if (call->write.get() < 0 || call->ended.get() < 0) return {DumpOutcome::kFailed, -errno, 0};
     AIBinder_incStrong(binder);
     call->binder.set(binder);
     call->args = args;
@@ -53,10 +53,10 @@ DumpResult copyDump(AIBinder* binder, const std::vector<std::string>& args, int 
     pollfd ended = {call->ended.get(), POLLIN, 0};
     const int count = poll(&ended, 1, static_cast<int>(limit.count()));
     // Somebody may still hold the other end: what has come by now is the dump.
-    relay.finish();
-    if (count == 0) return {DumpOutcome::kTimedOut, STATUS_TIMED_OUT};
+    const int error = relay.finish();
+    if (count == 0) return {DumpOutcome::kTimedOut, STATUS_TIMED_OUT, error};
     const binder_status_t status = call->status;
-    return {status == STATUS_OK ? DumpOutcome::kDone : DumpOutcome::kFailed, status};
+    return {status == STATUS_OK ? DumpOutcome::kDone : DumpOutcome::kFailed, status, error};
 }
 
 }  // namespace android::tools

@@ -14,6 +14,7 @@ enum class DumpOutcome { kDone, kTimedOut, kFailed };
 struct DumpResult {
     DumpOutcome outcome = DumpOutcome::kFailed;
     binder_status_t status = STATUS_OK;  // with kFailed: what the call returned
+    int writeError = 0;                  // the errno that `out` failed with
 };
 
 // Copies an object's dump to `out` as it comes, escaped (host/escape.h), for at most `limit`. After

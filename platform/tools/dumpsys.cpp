@@ -17,11 +17,13 @@
 #include <vector>
 
 #include "dump_reader.h"
+#include "tool.h"
 
 namespace {
 
 using android::host::escaped;
 using android::tools::DumpOutcome;
+using android::tools::exitStatus;
 
 constexpr int64_t kDefaultLimitMs = 10000;
 constexpr int64_t kLargestLimitMs = 86400000;
@@ -84,7 +86,7 @@ bool dumpOne(const std::string& name, const Options& options) {
                                                  std::chrono::milliseconds(options.limitMs));
     switch (result.outcome) {
         case DumpOutcome::kDone:
-            return true;
+            return exitStatus("dumpsys", 0, result.writeError) == 0;
         case DumpOutcome::kTimedOut:
             printf("\n*** SERVICE '%s' DUMP TIMEOUT (%lldms) EXPIRED ***\n\n",
                    escaped(name).c_str(), static_cast<long long>(options.limitMs));
@@ -112,10 +114,7 @@ bool dumpAll(const Options& options, const std::vector<std::string>& names) {
 }
 
 int run(int argc, char** argv) {
-    if (argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
-        fputs(kUsage, stdout);
-        return 0;
-    }
+    if (android::tools::answersForItself(argc, argv, kUsage)) return 0;
     Options options;
     if (!parse(argc, argv, &options)) return 2;
     if (!options.service.empty() && !options.list) return dumpOne(options.service, options) ? 0 : 1;
@@ -129,8 +128,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
-    const int status = run(argc, argv);
-    fflush(stdout);
+    const int status = exitStatus("dumpsys", run(argc, argv));
     // Without destructors: a dump that hangs still uses the runtime on its thread.
     _exit(status);
 }

@@ -6,15 +6,17 @@
 #include <host/property_list.h>
 #include <host/runtime_dir.h>
 #include <stdio.h>
-#include <string.h>
 
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tool.h"
+
 namespace {
 
 using android::host::escaped;
+using android::tools::exitStatus;
 
 constexpr const char* kUsage =
     "usage: getprop                    all properties that are set, as [name]: [value]\n"
@@ -32,7 +34,7 @@ int list() {
     for (const auto& [name, value] : properties) {
         printf("[%s]: [%s]\n", escaped(name).c_str(), escaped(value).c_str());
     }
-    return 0;
+    return exitStatus("getprop", 0);
 }
 
 int show(const std::string& name, const std::string& fallback) {
@@ -43,16 +45,16 @@ int show(const std::string& name, const std::string& fallback) {
         return fail(error);
     }
     printf("%s\n", escaped(android::base::GetProperty(name, fallback)).c_str());
-    return 0;
+    return exitStatus("getprop", 0);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (android::tools::answersForItself(argc, argv, kUsage)) return exitStatus("getprop", 0);
     const bool isOption = argc > 1 && argv[1][0] == '-';
     if (argc == 1) return list();
     if (!isOption && argc <= 3) return show(argv[1], argc == 3 ? argv[2] : "");
-    const bool help = argc == 2 && (strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "--help") == 0);
-    fputs(kUsage, help ? stdout : stderr);
-    return help ? 0 : 2;
+    fputs(kUsage, stderr);
+    return 2;
 }

@@ -11,9 +11,12 @@
 #include <string>
 #include <vector>
 
+#include "tool.h"
+
 namespace {
 
 using android::host::escaped;
+using android::tools::exitStatus;
 
 constexpr const char* kUsage =
     "usage: service list          all services\n"
@@ -23,22 +26,22 @@ int list() {
     const std::vector<std::string> names = host::binder::listServices();
     printf("Found %zu services:\n", names.size());
     for (size_t i = 0; i < names.size(); ++i) printf("%zu\t%s\n", i, escaped(names[i]).c_str());
-    return 0;
+    return exitStatus("service", 0);
 }
 
 int check(const char* name) {
     const ndk::SpAIBinder binder(AServiceManager_checkService(name));
     const bool found = binder.get() != nullptr;
     printf("Service %s: %s\n", escaped(name).c_str(), found ? "found" : "not found");
-    return found ? 0 : 1;
+    return exitStatus("service", found ? 0 : 1);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (android::tools::answersForItself(argc, argv, kUsage)) return exitStatus("service", 0);
     if (argc == 2 && strcmp(argv[1], "list") == 0) return list();
     if (argc == 3 && strcmp(argv[1], "check") == 0) return check(argv[2]);
-    const bool help = argc == 2 && (strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "--help") == 0);
-    fputs(kUsage, help ? stdout : stderr);
-    return help ? 0 : 2;
+    fputs(kUsage, stderr);
+    return 2;
 }

@@ -4,9 +4,10 @@
 #include <host/escape.h>
 #include <host/property_list.h>
 #include <stdio.h>
-#include <string.h>
 
 #include <string>
+
+#include "tool.h"
 
 namespace {
 
@@ -19,6 +20,8 @@ constexpr const char* kUsage =
 }  // namespace
 
 int main(int argc, char** argv) {
+    using android::tools::answersForItself;
+    if (answersForItself(argc, argv, kUsage)) return android::tools::exitStatus("setprop", 0);
     if (argc == 3 && argv[1][0] != '-') {
         std::string error;
         if (android::host::setProperty(argv[1], argv[2], &error)) return 0;
@@ -27,7 +30,6 @@ int main(int argc, char** argv) {
                 escaped(error).c_str());
         return 1;
     }
-    const bool help = argc == 2 && (strcmp(argv[1], "-h") == 0 || strcmp(argv[1], "--help") == 0);
-    fputs(kUsage, help ? stdout : stderr);
-    return help ? 0 : 2;
+    fputs(kUsage, stderr);
+    return 2;
 }

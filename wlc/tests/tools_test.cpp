@@ -177,6 +177,20 @@ TEST_F(ToolsTest, OutputThatNobodyReadsEndsThemAndKillsNone) {
     EXPECT_EQ(100000, dockStatus()["firmware"][0]["executedSize"]);
 }
 
+TEST_F(ToolsTest, FullDeviceIsAFailureWithAMessage) {
+    ASSERT_EQ(0, run({tool("setprop"), "test.value", "1"}).exitStatus);
+    const std::string name = kName;
+    for (const std::string& command :
+         {"dumpsys " + name, std::string("dumpsys -l"), std::string("cmd -l"),
+          std::string("service list"), "service check " + name, std::string("getprop"),
+          std::string("getprop test.value"), std::string("setprop --help")}) {
+        const Outcome outcome =
+            run({"/bin/bash", "-c", "exec \"$0\"/" + command + " >/dev/full", TOOLS_FOLDER});
+        EXPECT_EQ(1, outcome.exitStatus) << command;
+        EXPECT_THAT(outcome.err, HasSubstr("cannot write to standard output: No space left"));
+    }
+}
+
 TEST_F(ToolsTest, WrongUsageExitsTwo) {
     const Words cases[] = {
         {tool("dumpsys"), "-t", "0", kName},

@@ -26,8 +26,9 @@ class TextRelay {
     int descriptor() const { return mWriteEnd.get(); }
 
     // Passes on what has been written by now and ends, no matter who still holds the pipe. Blocks
-    // while `to` does. One thread.
-    void finish();
+    // while `to` does. One thread. Returns the errno that `to` failed with (EPIPE: its reader has
+    // gone), or 0.
+    int finish();
 
   private:
     void copy();
@@ -36,6 +37,7 @@ class TextRelay {
     base::unique_fd mReadEnd;
     base::unique_fd mWriteEnd;
     base::unique_fd mFinish;  // readable once finish() was called
+    int mError = 0;           // written by the thread, read once it has ended
     std::thread mThread;
 };
 
