@@ -2,8 +2,8 @@
 // subscriber ALIGN RTX FAN: a process with so many subscribers of each kind. Says "ready" once they
 // are registered. Alignment events carry a number, value1, that grows by one each time; a process
 // that misses one or gets them out of order says "gap". value2 = 1 asks for a report: when every
-// alignment subscriber has had that event, the process says "at" and its number. SIGUSR1 registers
-// all anew ("registered" or an error), SIGTERM ends it with status 0.
+// alignment subscriber has had that event, the process says "at" and its number. SIGTERM ends it
+// with status 0.
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerFanLevelChangedCallback.h>
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerInfoCallback.h>
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerRtxStatusCallback.h>
@@ -66,7 +66,6 @@ int main(int argc, char** argv) {
     if (argc != 4) return 2;
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGUSR1);
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
@@ -77,26 +76,19 @@ int main(int argc, char** argv) {
     const auto rtx = make<RtxSubscriber>(argv[2]);
     const auto fan = make<FanSubscriber>(argv[3]);
 
-    // With a session of its own each time the one before has ended.
-    std::shared_ptr<charger::IWirelessCharger> service;
-    const auto registerAll = [&] {
-        service = charger::IWirelessCharger::fromBinder(
-            ndk::SpAIBinder(AServiceManager_checkService(instance.c_str())));
-        if (service == nullptr) return std::string("no service");
-        std::string error;
-        const auto keepError = [&](const ScopedAStatus& status) {
-            if (!status.isOk()) error = status.getDescription();
-        };
+    const auto service = charger::IWirelessCharger::fromBinder(
+        ndk::SpAIBinder(AServiceManager_checkService(instance.c_str())));
+    std::string said = service == nullptr ? "no service" : "ready";
+    const auto keepError = [&](const ScopedAStatus& status) {
+        if (!status.isOk()) said = status.getDescription();
+    };
+    if (service != nullptr) {
         for (const auto& one : align) keepError(service->registerCallback(one));
         for (const auto& one : rtx) keepError(service->registerRtxCallback(one));
         for (const auto& one : fan) keepError(service->registerFanLevelChangedCallback(one));
-        return error;
-    };
-    for (std::string success = "ready";; success = "registered") {
-        const std::string error = registerAll();
-        dprintf(1, "%s\n", error.empty() ? success.c_str() : error.c_str());
-        int signal = 0;
-        sigwait(&signals, &signal);
-        if (signal == SIGTERM) return 0;
     }
+    dprintf(1, "%s\n", said.c_str());
+    int signal = 0;
+    sigwait(&signals, &signal);
+    return 0;
 }
