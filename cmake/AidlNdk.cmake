@@ -43,15 +43,13 @@ function(add_aidl_ndk_library)
     get_filename_component(type ${file} NAME_WE)
     list(APPEND generated ${output}/src/${package_path}/${type}.cpp
                           ${output}/include/aidl/${package_path}/${type}.h)
-    set(base ${type})
     file(STRINGS ${input} declaration REGEX "(^|[^A-Za-z0-9_])interface[ \t]+${type}([^A-Za-z0-9_]|$)")
     if(declaration)
       string(SUBSTRING ${type} 1 -1 base)
+      list(APPEND generated ${output}/include/aidl/${package_path}/Bn${base}.h
+                            ${output}/include/aidl/${package_path}/Bp${base}.h)
     endif()
-    list(APPEND generated ${output}/include/aidl/${package_path}/Bn${base}.h
-                          ${output}/include/aidl/${package_path}/Bp${base}.h)
   endforeach()
-  list(REMOVE_DUPLICATES generated)  # of an interface IFoo and a record Foo
 
   # Found anew at each build, so that a dump file that comes or goes is noticed.
   file(GLOB_RECURSE dumps CONFIGURE_DEPENDS ${ARG_FROZEN}/${ARG_VERSION}/*.aidl

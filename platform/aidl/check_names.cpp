@@ -65,8 +65,6 @@ constexpr std::string_view kInterfaceMembers[] = {
     "fromBinder",
     "writeToParcel",
     "readFromParcel",
-    "setDefaultImpl",
-    "getDefaultImpl",
     "descriptor",
     "version",
     "hash",
@@ -77,7 +75,6 @@ constexpr std::string_view kInterfaceMembers[] = {
     "make",
     "asBinderReference",
     "getInterfaceVersion",
-    "DefaultDelegator",
 };
 
 // Where an annotation that is accepted may stand.

@@ -138,10 +138,6 @@ std::string baseName(const TypeDecl& interface) {
     return interface.name.substr(1);
 }
 
-std::string delegatorName(const TypeDecl& interface) {
-    return interface.name + "Delegator";
-}
-
 std::string cppBuiltin(Builtin builtin) {
     switch (builtin) {
         case Builtin::Boolean:

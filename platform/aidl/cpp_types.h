@@ -19,8 +19,6 @@ std::string cppNamespace(const std::string& package);
 std::string headerPath(const TypeDecl& decl, const std::string& className);
 // IFoo is Foo; the generated classes are BnFoo and BpFoo.
 std::string baseName(const TypeDecl& interface);
-// "IFooDelegator".
-std::string delegatorName(const TypeDecl& interface);
 
 // byte is int8_t, long is int64_t.
 std::string cppBuiltin(Builtin builtin);

@@ -213,17 +213,6 @@ std::string Generator::enumSource(const TypeDecl& type) {
     return out.text();
 }
 
-std::string Generator::emptyHeader(const TypeDecl& type) {
-    CodeWriter out;
-    writeBanner(&out);
-    out.line("#pragma once");
-    out.line();
-    out.line("// " + type.qualifiedName() +
-             " is no interface: it has neither base nor proxy. Include");
-    out.line("// \"" + headerPath(type, type.name) + "\".");
-    return out.text();
-}
-
 void Generator::generate(const TypeDecl& type, GeneratedFiles* files) {
     std::string* header = &files->headers[headerPath(type, type.name)];
     std::string* source = &files->sources[sourcePath(type)];
@@ -243,14 +232,6 @@ void Generator::generate(const TypeDecl& type, GeneratedFiles* files) {
             *header = recordHeader(type);
             *source = recordSource(type);
             break;
-    }
-    // Builds expect three headers of every file. Those of an interface IFoo stand before the empty
-    // ones of a record Foo.
-    if (type.kind == TypeDecl::Kind::Interface) {
-        return;
-    }
-    for (const char* prefix : {"Bn", "Bp"}) {
-        files->headers.try_emplace(headerPath(type, prefix + type.name), emptyHeader(type));
     }
 }
 

@@ -37,8 +37,6 @@ class Generator {
     std::string recordHeader(const TypeDecl& type);
     std::string recordSource(const TypeDecl& type);
     std::string enumHeader(const TypeDecl& type);
-    // BnFoo.h and BpFoo.h of what is no interface.
-    std::string emptyHeader(const TypeDecl& type);
     std::string enumSource(const TypeDecl& type);
 
     void constants(CodeWriter* out, const TypeDecl& type);
@@ -71,15 +69,10 @@ void writeProxyVersion(CodeWriter* out, const TypeDecl& type);
 void writeProxyHash(CodeWriter* out, const TypeDecl& type);
 void writeDispatcher(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options);
 // "name(parameters)" as declared; `className` is put in front for a definition.
-std::string methodSignature(const Method& method, const std::string& className, bool withNames);
-// The parameters' names as arguments of a call, `outPrefix` before those for results.
-std::string passedArguments(const Method& method, const std::string& outPrefix);
+std::string methodSignature(const Method& method, const std::string& className);
 // "_aidl_a_b_IFoo_onTransact" and "_g_aidl_a_b_IFoo_clazz".
 std::string dispatcherName(const TypeDecl& type);
 std::string classVariable(const TypeDecl& type);
-
-// The delegator: generator_delegator.cpp.
-void writeDelegator(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options);
 
 // Unions: generator_union.cpp.
 void writeUnionRead(CodeWriter* out, const TypeDecl& type);

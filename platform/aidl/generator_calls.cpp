@@ -46,8 +46,7 @@ void proxyPrologue(CodeWriter* out) {
     orFail(out);
 }
 
-void transact(CodeWriter* out, const TypeDecl& type, int64_t id, const std::string& name,
-              const std::string& arguments, bool oneway) {
+void transact(CodeWriter* out, int64_t id, const std::string& name, bool oneway) {
     out->open("_aidl_ret_status = AIBinder_transact(");
     out->line("asBinderReference().get(),");
     out->line(code(id, name) + ",");
@@ -55,19 +54,13 @@ void transact(CodeWriter* out, const TypeDecl& type, int64_t id, const std::stri
     out->line("_aidl_out.getR(),");
     out->line(oneway ? "FLAG_ONEWAY" : "0");
     out->close(");");
-    out->open("if (_aidl_ret_status == STATUS_UNKNOWN_TRANSACTION && " + type.name +
-              "::getDefaultImpl()) {");
-    out->line("_aidl_status = " + type.name + "::getDefaultImpl()->" + name + "(" + arguments +
-              ");");
-    out->line("goto _aidl_status_return;");
-    out->close("}");
     orFail(out);
     if (!oneway) {
         out->line(
             "_aidl_ret_status = AParcel_readStatusHeader(_aidl_out.get(), "
             "_aidl_status.getR());");
         orFail(out);
-        out->line("if (!AStatus_isOk(_aidl_status.get())) goto _aidl_status_return;");
+        out->line("if (!AStatus_isOk(_aidl_status.get())) return _aidl_status;");
         out->line();
     }
 }
@@ -80,7 +73,6 @@ void proxyEpilogue(CodeWriter* out, bool oneway) {
     }
     out->outer("_aidl_error:");
     out->line("_aidl_status.set(AStatus_fromStatus(_aidl_ret_status));");
-    out->outer("_aidl_status_return:");
     out->line("return _aidl_status;");
     out->close("}");
     out->line();
@@ -93,6 +85,19 @@ void orBreak(CodeWriter* out) {
 void dispatchResult(CodeWriter* out, const std::string& write) {
     out->line("_aidl_ret_status = " + write + ";");
     orBreak(out);
+}
+
+// The variables as arguments of the implementation.
+std::string passedArguments(const Method& method) {
+    std::string text;
+    for (const Argument& argument : method.arguments) {
+        text += (text.empty() ? "" : ", ") + std::string(argument.isOut() ? "&" : "") +
+                variable(argument);
+    }
+    if (!returnsVoid(method)) {
+        text += std::string(text.empty() ? "" : ", ") + "&_aidl_return";
+    }
+    return text;
 }
 
 void dispatch(CodeWriter* out, const Method& method) {
@@ -119,7 +124,7 @@ void dispatch(CodeWriter* out, const Method& method) {
         }
     }
     out->line("::ndk::ScopedAStatus _aidl_status = _aidl_impl->" + method.name + "(" +
-              passedArguments(method, "&") + ");");
+              passedArguments(method) + ");");
     if (method.oneway) {
         out->line("_aidl_ret_status = STATUS_OK;");
     } else {
@@ -165,11 +170,10 @@ std::string classVariable(const TypeDecl& type) {
     return "_g_aidl_" + flatName(type) + "_clazz";
 }
 
-std::string methodSignature(const Method& method, const std::string& className, bool withNames) {
+std::string methodSignature(const Method& method, const std::string& className) {
     std::string parameters;
     const auto add = [&](const std::string& type, const std::string& name) {
-        parameters += (parameters.empty() ? "" : ", ") + type +
-                      (withNames ? " " + name : " /*" + name + "*/");
+        parameters += (parameters.empty() ? "" : ", ") + type + " " + name;
     };
     for (const Argument& argument : method.arguments) {
         add(argument.isOut() ? cppType(argument.type) + "*" : cppParameterType(argument.type),
@@ -182,20 +186,8 @@ std::string methodSignature(const Method& method, const std::string& className, 
            "(" + parameters + ")";
 }
 
-std::string passedArguments(const Method& method, const std::string& outPrefix) {
-    std::string text;
-    for (const Argument& argument : method.arguments) {
-        text += (text.empty() ? "" : ", ") + (argument.isOut() ? outPrefix : std::string()) +
-                variable(argument);
-    }
-    if (!returnsVoid(method)) {
-        text += (text.empty() ? "" : ", ") + outPrefix + "_aidl_return";
-    }
-    return text;
-}
-
 void writeProxyMethod(CodeWriter* out, const TypeDecl& type, const Method& method) {
-    out->open(methodSignature(method, "Bp" + baseName(type), true) + " {");
+    out->open(methodSignature(method, "Bp" + baseName(type)) + " {");
     proxyPrologue(out);
     for (const Argument& argument : method.arguments) {
         const std::string name = variable(argument);
@@ -210,7 +202,7 @@ void writeProxyMethod(CodeWriter* out, const TypeDecl& type, const Method& metho
             orFail(out);
         }
     }
-    transact(out, type, method.id, method.name, passedArguments(method, ""), method.oneway);
+    transact(out, method.id, method.name, method.oneway);
     if (!returnsVoid(method)) {
         out->line("_aidl_ret_status = " + parcelFunction("read", method.result) +
                   "(_aidl_out.get(), _aidl_return);");
@@ -235,7 +227,7 @@ void writeProxyVersion(CodeWriter* out, const TypeDecl& type) {
     out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
     out->close("}");
     proxyPrologue(out);
-    transact(out, type, kVersionId, "getInterfaceVersion", "_aidl_return", false);
+    transact(out, kVersionId, "getInterfaceVersion", false);
     out->line("_aidl_ret_status = ::ndk::AParcel_readData(_aidl_out.get(), _aidl_return);");
     orFail(out);
     out->line("_aidl_cached_version.store(*_aidl_return);");
@@ -253,7 +245,7 @@ void writeProxyHash(CodeWriter* out, const TypeDecl& type) {
     out->close("}");
     out->close("}");
     proxyPrologue(out);
-    transact(out, type, kHashId, "getInterfaceHash", "_aidl_return", false);
+    transact(out, kHashId, "getInterfaceHash", false);
     out->line("_aidl_ret_status = ::ndk::AParcel_readData(_aidl_out.get(), _aidl_return);");
     orFail(out);
     out->open("{");

@@ -72,40 +72,6 @@ void interfaceStatics(CodeWriter* out, const TypeDecl& type) {
     out->line("return STATUS_OK;");
     out->close("}");
     out->line();
-    out->open("bool " + name + "::setDefaultImpl(const " + shared + "& impl) {");
-    out->line("if (!impl || " + name + "::default_impl) return false;");
-    out->line(name + "::default_impl = impl;");
-    out->line("return true;");
-    out->close("}");
-    out->line("const " + shared + "& " + name + "::getDefaultImpl() { return " + name +
-              "::default_impl; }");
-    out->line(shared + " " + name + "::default_impl = nullptr;");
-    out->line();
-}
-
-void defaultImplementation(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options) {
-    const std::string name = type.name + "Default";
-    for (const Method& method : type.methods) {
-        out->open(methodSignature(method, name, false) + " {");
-        out->line("return ::ndk::ScopedAStatus(AStatus_fromStatus(STATUS_UNKNOWN_TRANSACTION));");
-        out->close("}");
-    }
-    if (options.version > 0) {
-        out->open("::ndk::ScopedAStatus " + name +
-                  "::getInterfaceVersion(int32_t* _aidl_return) {");
-        out->line("*_aidl_return = 0;");
-        out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
-        out->close("}");
-    }
-    if (!options.hash.empty()) {
-        out->open("::ndk::ScopedAStatus " + name +
-                  "::getInterfaceHash(std::string* _aidl_return) {");
-        out->line("*_aidl_return = \"\";");
-        out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
-        out->close("}");
-    }
-    out->line("::ndk::SpAIBinder " + name + "::asBinder() { return ::ndk::SpAIBinder(); }");
-    out->line("bool " + name + "::isRemote() { return false; }");
 }
 
 void nativeBase(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options) {
@@ -157,12 +123,9 @@ std::string Generator::interfaceHeader(const TypeDecl& type) {
     includeUsedTypes(&out, type);
     forwardDeclareUsedTypes(&out, type);
     openNamespace(&out, type.package);
-    out.line("class " + delegatorName(type) + ";");
-    out.line();
     writeComment(&out, type.comment);
     out.open("class " + name + " : public ::ndk::ICInterface {");
     publicHead(&out);
-    out.line("typedef " + delegatorName(type) + " DefaultDelegator;");
     out.line("static const char* descriptor;");
     out.line(name + "();");
     out.line("virtual ~" + name + "();");
@@ -184,27 +147,12 @@ std::string Generator::interfaceHeader(const TypeDecl& type) {
              "& instance);");
     out.line("static binder_status_t readFromParcel(const AParcel* parcel, " + shared +
              "* instance);");
-    out.line("static bool setDefaultImpl(const " + shared + "& impl);");
-    out.line("static const " + shared + "& getDefaultImpl();");
     out.line();
     for (const Method& method : type.methods) {
         writeComment(&out, method.comment);
-        out.line("virtual " + methodSignature(method, "", true) + " = 0;");
+        out.line("virtual " + methodSignature(method, "") + " = 0;");
     }
     metaMethods(&out, mOptions, "virtual ", " = 0");
-    out.line();
-    out.outer("private:");
-    out.line("static " + shared + " default_impl;");
-    out.close("};");
-    out.line();
-    out.open("class " + name + "Default : public " + name + " {");
-    publicHead(&out);
-    for (const Method& method : type.methods) {
-        out.line(methodSignature(method, "", true) + " override;");
-    }
-    metaMethods(&out, mOptions, "", " override");
-    out.line("::ndk::SpAIBinder asBinder() override;");
-    out.line("bool isRemote() override;");
     out.close("};");
     closeNamespace(&out, type.package);
     return out.text();
@@ -214,10 +162,6 @@ std::string Generator::nativeHeader(const TypeDecl& type) {
     const std::string name = "Bn" + baseName(type);
     CodeWriter out;
     classHead(&out, headerPath(type, type.name));
-    out.line("#include <cstdio>");
-    out.line("#include <cstdlib>");
-    out.line("#include <memory>");
-    out.line();
     openNamespace(&out, type.package);
     out.open("class " + name + " : public ::ndk::BnCInterface<" + type.name + "> {");
     publicHead(&out);
@@ -228,7 +172,6 @@ std::string Generator::nativeHeader(const TypeDecl& type) {
     out.outer("protected:");
     out.line("::ndk::SpAIBinder createBinder() override;");
     out.close("};");
-    writeDelegator(&out, type, mOptions);
     closeNamespace(&out, type.package);
     return out.text();
 }
@@ -248,7 +191,7 @@ std::string Generator::proxyHeader(const TypeDecl& type) {
     out.line("virtual ~" + name + "();");
     out.line();
     for (const Method& method : type.methods) {
-        out.line(methodSignature(method, "", true) + " override;");
+        out.line(methodSignature(method, "") + " override;");
     }
     metaMethods(&out, mOptions, "", " override");
     if (mOptions.version > 0) {
@@ -305,8 +248,6 @@ std::string Generator::interfaceSource(const TypeDecl& type) {
     out.line(type.name + "::~" + type.name + "() {}");
     out.line();
     interfaceStatics(&out, type);
-    out.line("// Answers of an implementation that knows none of the methods.");
-    defaultImplementation(&out, type, mOptions);
     closeNamespace(&out, type.package);
     return out.text();
 }
