@@ -118,9 +118,9 @@ children=("${children[0]}")
 echo "and this is what wlc watch printed:"
 indent <"$watched"
 
-tell "The dock proves who it is; a dock with another root is not believed"
-show 'Believe it' wlc auth
-refused 1 'do not believe this dock' wlc auth --slot 3
+tell "The dock authenticates itself; a chain under a different root fails"
+show 'The dock is genuine' wlc auth --virtual-dock
+refused 1 'dock authentication failed' wlc auth --virtual-dock --slot 3
 
 tell "New firmware for the dock, sent compressed"
 image=$ANDROID_HOST_DIR/image

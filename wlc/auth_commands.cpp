@@ -5,11 +5,11 @@
 
 #include "authentication.h"
 #include "commands.h"
-#include "default_root.h"
 #include "failure.h"
 #include "files.h"
 #include "records.h"
 #include "text.h"
+#include "virtual_dock_root.h"
 
 namespace wlc {
 namespace {
@@ -22,19 +22,21 @@ struct AuthArguments {
     uint16_t offset = 0;
     uint16_t length = 0;
     std::string root;
+    bool virtualDock = false;
     std::string nonce;
     std::string output;
 };
 
-Certificate theRoot(const std::string& path) {
-    if (path.empty() && defaultRoot().empty()) {
-        throw badUsage("this program was built without a root certificate: --root FILE");
+TrustedRoot trustedRoot(const AuthArguments& arguments) {
+    if (arguments.virtualDock) {
+        const std::string_view pem = kVirtualDockRoot;
+        return {parseCertificate({reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}), true};
     }
+    if (arguments.root.empty()) return {};
     try {
-        return path.empty() ? parseCertificate(defaultRoot())
-                            : parseCertificate(readFile(path, kLargestRootFile));
+        return {parseCertificate(readFile(arguments.root, kLargestRootFile)), false};
     } catch (const NotAuthentic& reason) {
-        throw badUsage(fmt::format("--root {}: {}", path, reason.what()));
+        throw badUsage(fmt::format("--root {}: {}", arguments.root, reason.what()));
     }
 }
 
@@ -71,7 +73,7 @@ void printChallenge(Context& context, const AuthArguments& arguments) {
     Report report;
     report.field("nonce", toHex(nonce));
     const Report answer = describe(response);
-    for (const auto& [key, value] : answer.json().items()) report.field(key, value);
+    report.append(answer);
     context.print(report);
 }
 
@@ -84,40 +86,46 @@ void addAuthCommands(CLI::App& app, Context& context) {
             ->type_name("N")
             ->check(CLI::Range(0, 3));
     };
-    CLI::App* auth = app.add_subcommand("auth", "Have the dock prove who it is");
+    CLI::App* auth = app.add_subcommand("auth", "Authenticate the dock");
     auth->require_subcommand(0, 1);
     addSlot(auth);
-    auth->add_option("--root", arguments->root,
-                     "Certificate to trust, PEM or DER; without it the virtual dock's")
-        ->type_name("FILE");
+    CLI::Option* root =
+        auth->add_option("--root", arguments->root, "Root certificate to trust, PEM or DER")
+            ->type_name("FILE");
+    auth->add_flag("--virtual-dock", arguments->virtualDock,
+                   "Trust the virtual dock's root certificate, whose private keys are public")
+        ->excludes(root);
     auth->callback([&context, auth, arguments] {
         if (!auth->get_subcommands().empty()) return;
         context.answerSeconds = Context::kAuthenticationSeconds;
-        const Certificate root = theRoot(arguments->root);
-        authenticate(context, static_cast<uint8_t>(arguments->slot), root.get());
+        authenticate(context, static_cast<uint8_t>(arguments->slot), trustedRoot(*arguments));
     });
 
-    CLI::App* digests = auth->add_subcommand("digests", "Digests of the certificate chains");
-    digests->add_option("--mask", arguments->mask, "Bit n asks for slot n")
+    CLI::App* digests =
+        auth->add_subcommand("digests", "Print the digests of the certificate chains");
+    digests->add_option("--mask", arguments->mask, "Slots to ask for: bit n stands for slot n")
         ->type_name("N")
         ->check(CLI::Range(0, 15));
     digests->callback([&context, arguments] { printDigests(context, *arguments); });
 
-    CLI::App* certificate = auth->add_subcommand("certificate", "A certificate chain, or a part");
+    CLI::App* certificate =
+        auth->add_subcommand("certificate", "Read a certificate chain or part of it");
     addSlot(certificate);
-    certificate->add_option("--offset", arguments->offset, "First byte of the chain")
+    certificate->add_option("--offset", arguments->offset, "Offset of the first byte in the chain")
         ->type_name("N")
         ->check(CLI::Range(0, 65535));
-    certificate->add_option("--length", arguments->length, "How many bytes; 0 all, at most 1058")
+    certificate
+        ->add_option("--length", arguments->length,
+                     "Number of bytes; 0 for the whole chain, up to 1058")
         ->type_name("N")
         ->check(CLI::Range(0, 65535));
-    certificate->add_option("--output", arguments->output, "Also put the bytes into a file")
+    certificate->add_option("--output", arguments->output, "Also write the bytes to FILE")
         ->type_name("FILE");
     certificate->callback([&context, arguments] { printCertificate(context, *arguments); });
 
-    CLI::App* challenge = auth->add_subcommand("challenge", "Have a nonce signed");
+    CLI::App* challenge = auth->add_subcommand("challenge", "Have the dock sign a nonce");
     addSlot(challenge);
-    challenge->add_option("--nonce", arguments->nonce, "16 bytes; fresh ones without it")
+    challenge->add_option("--nonce", arguments->nonce, "Nonce of 16 bytes; random by default")
         ->type_name("HEX");
     challenge->callback([&context, arguments] { printChallenge(context, *arguments); });
 }

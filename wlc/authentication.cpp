@@ -14,25 +14,24 @@
 namespace wlc {
 namespace {
 
-// The steps of one authentication: tells each to people at once, and all of them to JSON at the
-// end.
+// The steps of one authentication: printed one by one as text, all together as JSON.
 class Steps {
   public:
     explicit Steps(const Context& context) : mContext(context) {}
 
-    // Runs a step; what it returns is the detail that is shown.
+    // Runs a step, which returns the detail to show.
     void run(const std::string& name, const std::function<std::string()>& step) {
         try {
             add(name, true, step());
         } catch (const NotAuthentic& reason) {
             add(name, false, reason.what());
             throw Failure(kRefused, 0, "NOT_AUTHENTIC",
-                          fmt::format("do not believe this dock: {}: {}", name, reason.what()),
+                          fmt::format("dock authentication failed: {}: {}", name, reason.what()),
                           {{"authentic", false}, {"steps", mSteps}});
         } catch (const Failure& failure) {
             add(name, false, failure.what());
             throw Failure(failure.exitCode(), failure.code(), failure.name(),
-                          fmt::format("the dock is not authenticated: {}", failure.what()),
+                          fmt::format("dock authentication failed: {}", failure.what()),
                           {{"authentic", false}, {"steps", mSteps}});
         }
     }
@@ -70,13 +69,13 @@ std::vector<uint8_t> readChainPart(Context& context, uint8_t slot, size_t offset
 std::vector<uint8_t> freshNonce() {
     std::vector<uint8_t> nonce(kNonceSize);
     if (RAND_bytes(nonce.data(), static_cast<int>(nonce.size())) != 1) {
-        throw refused("no random bytes for a challenge");
+        throw refused("the random number generator failed");
     }
     return nonce;
 }
 
 std::vector<uint8_t> readWholeChain(Context& context, uint8_t slot) {
-    // Positions beyond this cannot be named in a request.
+    // A request cannot name an offset beyond this.
     constexpr size_t kEndOfChain = 2048;
     std::vector<uint8_t> chain = readChainPart(context, slot, 0, 0);
     const size_t length = chainLength(chain);
@@ -89,7 +88,7 @@ std::vector<uint8_t> readWholeChain(Context& context, uint8_t slot) {
     return chain;
 }
 
-void authenticate(Context& context, uint8_t slot, X509* root) {
+void authenticate(Context& context, uint8_t slot, const TrustedRoot& root) {
     Steps steps(context);
     charger::WpcAuthDigests digests;
     std::vector<uint8_t> bytes;
@@ -108,7 +107,7 @@ void authenticate(Context& context, uint8_t slot, X509* root) {
             throw NotAuthentic(fmt::format("slot {} holds no certificate chain", slot));
         }
         if ((digests.digestMask >> slot & 1) == 0) {
-            throw NotAuthentic(fmt::format("the dock sent no digest of slot {}", slot));
+            throw NotAuthentic(fmt::format("the dock sent no digest for slot {}", slot));
         }
         return fmt::format("slot {} has {}", slot, toHex(digestOf(digests, slot)));
     });
@@ -117,20 +116,23 @@ void authenticate(Context& context, uint8_t slot, X509* root) {
         chain = parseChain(bytes);
         const Bytes digest = digestOf(digests, slot);
         if (!std::equal(digest.begin(), digest.end(), chain.hash.begin(), chain.hash.end())) {
-            throw NotAuthentic("the digest is not that of the chain, which has " +
+            throw NotAuthentic("the digest does not match the chain, whose digest is " +
                                toHex(chain.hash));
         }
-        return fmt::format("{} bytes, {} certificates, the digest fits", bytes.size(),
+        return fmt::format("{} bytes, {} certificates, digest matches", bytes.size(),
                            chain.certificates.size());
     });
-    steps.run("root", [&] {
-        checkRoot(chain, root);
-        return commonName(X509_get_subject_name(root));
-    });
-    steps.run("certificates", [&] {
-        checkSignatures(chain, root);
-        return "signed by " + commonName(X509_get_issuer_name(chain.productUnit()));
-    });
+    X509* const trusted = root.certificate.get();
+    if (trusted != nullptr) {
+        steps.run("root", [&] {
+            checkRoot(chain, trusted);
+            return commonName(X509_get_subject_name(trusted));
+        });
+        steps.run("certificates", [&] {
+            checkSignatures(chain, trusted);
+            return "signed by " + commonName(X509_get_issuer_name(chain.productUnit()));
+        });
+    }
     charger::WpcAuthChallengeResponse response;
     steps.run("challenge", [&] {
         const std::vector<uint8_t> nonce = freshNonce();
@@ -149,14 +151,29 @@ void authenticate(Context& context, uint8_t slot, X509* root) {
     const std::string subject = commonName(X509_get_subject_name(chain.productUnit()));
     const std::string issuer = commonName(X509_get_issuer_name(chain.productUnit()));
     const std::string serial = serialNumber(chain.productUnit());
-    context.printText(fmt::format("\nBelieve it: this dock is {}, serial {}, made by {}.\n",
-                                  printable(subject), serial, printable(issuer)));
-    context.printJson(
-        {{"authentic", true},
-         {"slot", slot},
-         {"dock", {{"subject", subject}, {"issuer", issuer}, {"serialNumber", serial}}},
-         {"maxProtocolVersion", response.maxProtocolVersion},
-         {"steps", steps.json()}});
+    const std::string identity =
+        fmt::format("{}, serial {}, issued by {}", printable(subject), serial, printable(issuer));
+    Json result = {{"authentic", trusted != nullptr},
+                   {"slot", slot},
+                   {"dock", {{"subject", subject}, {"issuer", issuer}, {"serialNumber", serial}}},
+                   {"maxProtocolVersion", response.maxProtocolVersion},
+                   {"steps", steps.json()}};
+    if (trusted == nullptr) {
+        const std::string rootHash = toHex(chain.rootHash);
+        result["rootHash"] = rootHash;
+        context.printText(fmt::format(
+            "\nThe dock claims to be {},\nunder the root with SHA-256 {}.\n", identity, rootHash));
+        throw Failure(kRefused, 0, "NOT_TRUSTED",
+                      "nothing was trusted: the root certificate was not checked; name yours with "
+                      "--root FILE, or pass --virtual-dock for the virtual dock",
+                      std::move(result));
+    }
+    if (root.keysArePublic) result["keysArePublic"] = true;
+    context.printText(fmt::format(
+        "\nThe dock is genuine: {}.\n{}", identity,
+        root.keysArePublic ? "The virtual dock's private keys are public: anybody can pass.\n"
+                           : ""));
+    context.printJson(result);
 }
 
 }  // namespace wlc

@@ -10,13 +10,19 @@
 
 namespace wlc {
 
-// Proves that the dock is who its certificates say: readiness, digests, chain, root, signatures, a
-// fresh challenge. Prints each step as it is done, and in the end who the dock is. `root` is whom
-// to believe. Throws Failure (kRefused, name NOT_AUTHENTIC) at the first step that does not hold,
-// with the steps so far among its details, and as usual when the service refuses a request.
-void authenticate(Context& context, uint8_t slot, X509* root);
+// The root certificate that a dock is checked against.
+struct TrustedRoot {
+    Certificate certificate;     // null: none, so that no dock can pass
+    bool keysArePublic = false;  // passing proves nothing about real hardware
+};
 
-// Reads a slot's whole chain, however long it says it is.
+// Authenticates the dock: readiness, digests, chain, root, signatures, a fresh challenge. Prints
+// each step as it completes, then the dock's identity. Without a root certificate it prints the
+// evidence and throws Failure NOT_TRUSTED. Throws Failure NOT_AUTHENTIC at the first step that
+// fails, and as usual when the service refuses a request; the steps so far are in the details.
+void authenticate(Context& context, uint8_t slot, const TrustedRoot& root);
+
+// Reads a slot's entire chain, in as many requests as its length needs.
 std::vector<uint8_t> readWholeChain(Context& context, uint8_t slot);
 
 // Fresh random bytes for a challenge.

@@ -17,19 +17,19 @@ namespace wlc {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Exit status: 0 done, 1 the service refused or nobody reads the output, 2 bad usage, 3 no service,
-its connection was lost, or no answer in time.
-With --json each command prints one object on one line (watch and updates: one a line), errors too:
-{"error": {"code": N, "name": "...", "message": "..."}}.)";
+    R"(Exit status: 0 success, 1 refused by the service or output closed, 2 bad usage, 3 service not
+running, connection lost, or no answer in time.
+With --json every command prints one object on one line (watch and update: one per line). An error
+is printed as {"error": {"code": N, "name": "...", "message": "..."}}.)";
 
-// The innermost command that was recognised.
+// The innermost command that was recognized.
 const CLI::App* innermost(const CLI::App& app) {
     const CLI::App* at = &app;
     while (!at->get_subcommands().empty()) at = at->get_subcommands().back();
     return at;
 }
 
-// What is wrong with a command line, with the word that was probably meant.
+// The error in a command line, with the word that was probably meant.
 std::string usageText(const CLI::App& app, const CLI::ParseError& error) {
     const CLI::App* at = innermost(app);
     std::string command = at->get_name();
@@ -74,29 +74,29 @@ int report(bool json, const Failure& failure) {
 }  // namespace
 
 CLI::Validator secondsFrom(double lowest) {
-    // A number that is none compares as out of bounds.
-    return {[lowest](const std::string& text) {
-                char* end = nullptr;
-                const double value = std::strtod(text.c_str(), &end);
-                const bool good =
-                    !text.empty() && *end == '\0' && value >= lowest && value <= 86400;
-                return good ? std::string() : fmt::format("must be from {} to 86400", lowest);
-            },
-            ""};
+    // NaN compares as out of range.
+    return {
+        [lowest](const std::string& text) {
+            char* end = nullptr;
+            const double value = std::strtod(text.c_str(), &end);
+            const bool good = !text.empty() && *end == '\0' && value >= lowest && value <= 86400;
+            return good ? std::string() : fmt::format("must be a number from {} to 86400", lowest);
+        },
+        ""};
 }
 
 int run(int argc, const char* const* argv) {
     Context context;
-    CLI::App app("Asks and steers the wireless-charging dock under the phone.", "wlc");
+    CLI::App app("Query and control the wireless charger", "wlc");
     app.footer(kFooter);
     app.fallthrough();
     app.require_subcommand(1);
     app.add_flag("--json", context.json, "Print JSON instead of text");
-    app.add_option("--wait", context.waitSeconds, "Wait so long for the service to appear")
+    app.add_option("--wait", context.waitSeconds, "Wait up to SECONDS for the service to start")
         ->type_name("SECONDS")
         ->check(secondsFrom(0));
     app.add_option("--timeout", context.timeoutSeconds,
-                   fmt::format("Wait so long for an answer of the service; {:g}, for auth {:g}",
+                   fmt::format("Wait up to SECONDS for each answer; default {:g}, for auth {:g}",
                                Context::kAnswerSeconds, Context::kAuthenticationSeconds))
         ->type_name("SECONDS")
         ->check(secondsFrom(0.1));
@@ -112,7 +112,7 @@ int run(int argc, const char* const* argv) {
         app.exit(help);
         return kDone;
     } catch (const CLI::ParseError& error) {
-        // The flag may not have been looked at yet when parsing ended.
+        // Parsing may have stopped before it reached the flag.
         const bool json = std::any_of(
             argv + 1, argv + argc, [](const char* word) { return std::string(word) == "--json"; });
         return report(json, badUsage(usageText(app, error)));

@@ -3,8 +3,8 @@
 
 namespace wlc {
 
-// Runs one command line and reports how it ended, as text or as JSON. Returns the exit status:
-// one of ExitCode.
+// Runs one command line and reports the outcome, as text or as JSON. Returns the exit status, one
+// of ExitCode.
 int run(int argc, const char* const* argv);
 
 }  // namespace wlc

@@ -5,12 +5,12 @@
 
 #include "context.h"
 
-// One function a family of commands. Each adds its commands to the program; the commands run while
-// the command line is parsed, when all of it has been found right, and end early with a Failure.
-// `context` outlives `app`.
+// One function per family of commands. Each adds its commands to the program. A command runs at the
+// end of parsing, once the entire command line has been accepted, and throws Failure on error.
+// `context` must outlive `app`.
 namespace wlc {
 
-// Checks an option for a time: a number of at least `lowest` and at most a day.
+// Validates a duration in seconds: a number from `lowest` to one day.
 CLI::Validator secondsFrom(double lowest);
 
 void addInformationCommands(CLI::App& app, Context& context);  // version, phone, dock, info ...

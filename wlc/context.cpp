@@ -46,18 +46,19 @@ const std::shared_ptr<charger::IWirelessCharger>& Context::service() {
             }
             if (AIBinder_isAlive(binder.get())) {
                 throw Failure(kNoService, 0, "NO_SERVICE",
-                              "what serves " + name + " has another interface");
+                              name + " implements a different interface");
             }
         }
         if (Clock::now() >= deadline) {
             throw Failure(
                 kNoService, 0, "NO_SERVICE",
-                fmt::format("nobody serves {}{}", name,
-                            waitSeconds > 0 ? fmt::format(" within {} s", waitSeconds)
-                                            : "; is it running, by this user and with this "
-                                              "ANDROID_HOST_DIR? --wait SECONDS waits for it"));
+                fmt::format("service {} is not running{}", name,
+                            waitSeconds > 0
+                                ? fmt::format(" (waited {} s)", waitSeconds)
+                                : "; it must run as this user, with the same ANDROID_HOST_DIR "
+                                  "(--wait SECONDS waits for it)"));
         }
-        // Nothing tells when a name appears; the interval is short against the start of a service.
+        // There is no notification; the interval is short compared with a service start.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
 }

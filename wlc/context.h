@@ -12,37 +12,36 @@ namespace wlc {
 
 namespace charger = ::aidl::vendor::zorvak::wireless_charger;
 
-// What every command gets: the global options, the service, and the way to the user. Whatever is
-// printed is escaped on the way, save line feeds. One thread.
+// What every command works with: the global options, the service and the output. Printed text is
+// escaped, except for line feeds. Single-threaded.
 class Context {
   public:
     bool json = false;
-    // How long to wait for the service to appear, in seconds; 0 not at all.
+    // How long to wait for the service to appear, in seconds; 0 does not wait.
     double waitSeconds = 0;
-    // How long the service may take to answer, in seconds; 0 as long as the command allows, which
-    // is answerSeconds.
+    // How long each answer may take, in seconds; 0 for the command's default, answerSeconds.
     double timeoutSeconds = 0;
     double answerSeconds = kAnswerSeconds;
     static constexpr double kAnswerSeconds = 90;
-    // For certificates, which the dock hands over in many parts.
+    // For certificates, which the dock sends in many pieces.
     static constexpr double kAuthenticationSeconds = 360;
 
-    // The service, looked up at the first call. Throws Failure kNoService when it is not there in
-    // time. Blocks up to waitSeconds. From here on the time for answers is limited.
+    // The service, looked up on first use. Blocks for up to waitSeconds, then throws Failure
+    // kNoService. Starts the time limit for answers.
     const std::shared_ptr<charger::IWirelessCharger>& service();
-    // Looks it up anew at the next call: what was found has gone.
+    // Makes the next call look the service up again.
     void forgetService() { mService = nullptr; }
 
-    // Limits the time for answers from now on; see time_limit.h.
+    // Starts the time limit for answers; see time_limit.h.
     void limitAnswers() const;
 
-    // Prints a record: aligned lines, or one JSON object on one line. Throws Failure when standard
-    // output does not take it.
+    // Prints a record as aligned lines or as one line of JSON. Throws Failure when standard output
+    // cannot be written.
     void print(const Report& report) const;
-    // Prints text, in text mode only; or an object, in JSON mode only.
+    // Prints in text mode only, or in JSON mode only.
     void printText(const std::string& text) const;
     void printJson(const Json& object) const;
-    // For people, on standard error, in both modes.
+    // A message to the user on standard error, in both modes.
     void note(const std::string& message) const;
 
   private:

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <host/binder_host.h>
-#include <host/text_relay.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -10,6 +8,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "host_adapter.h"
 
 namespace wlc {
 namespace {
@@ -31,34 +30,24 @@ std::string contents(int descriptor) {
     return text;
 }
 
-// The report to standard output as it comes, or through a file in memory into one JSON text.
+// To standard output as it comes, or, through a file in memory, as one JSON object.
 void dump(Context& context, const std::vector<std::string>& words) {
     AIBinder* const binder = context.service()->asBinder().get();
-    std::vector<const char*> args = pointers(words);
-    const auto count = static_cast<uint32_t>(args.size());
-    if (!context.json) {
-        android::host::TextRelay out(STDOUT_FILENO);
-        const binder_status_t status = AIBinder_dump(binder, out.descriptor(), args.data(), count);
-        out.finish();
-        return check(status, "dump");
-    }
+    if (!context.json) return check(dumpEscaped(binder, words, STDOUT_FILENO), "dump");
     const ndk::ScopedFileDescriptor file(memfd_create("dump", MFD_CLOEXEC));
-    if (file.get() < 0) throw refused(std::string("no memory file: ") + std::strerror(errno));
-    check(AIBinder_dump(binder, file.get(), args.data(), count), "dump");
+    if (file.get() < 0) {
+        throw refused(std::string("cannot create a file in memory: ") + std::strerror(errno));
+    }
+    std::vector<const char*> args = pointers(words);
+    check(AIBinder_dump(binder, file.get(), args.data(), static_cast<uint32_t>(args.size())),
+          "dump");
     context.printJson({{"dump", contents(file.get())}});
 }
 
 void shell(Context& context, const std::vector<std::string>& words) {
     if (words.empty()) throw badUsage("shell needs a WORD");
-    AIBinder* const binder = context.service()->asBinder().get();
     binder_status_t result = STATUS_OK;
-    android::host::TextRelay out(STDOUT_FILENO);
-    android::host::TextRelay err(STDERR_FILENO);
-    const binder_status_t status = host::binder::shellCommand(
-        binder, STDIN_FILENO, out.descriptor(), err.descriptor(), words, &result);
-    out.finish();
-    err.finish();
-    check(status, "shell");
+    check(shellEscaped(context.service()->asBinder().get(), words, &result), "shell");
     check(result, "shell");
     context.printJson({{"status", result}});
 }
@@ -66,11 +55,12 @@ void shell(Context& context, const std::vector<std::string>& words) {
 }  // namespace
 
 void addDiagnosticCommands(CLI::App& app, Context& context) {
-    CLI::App* command = app.add_subcommand("dump", "The service's report about itself");
+    CLI::App* command = app.add_subcommand("dump", "Print the service's state report");
     command->prefix_command()->fallthrough(false);
     command->callback([&context, command] { dump(context, command->remaining()); });
 
-    CLI::App* words = app.add_subcommand("shell", "A shell command; the service's log answers it");
+    CLI::App* words = app.add_subcommand(
+        "shell", "Run a shell command of the service; the answer appears in the service's log");
     words->prefix_command()->fallthrough(false);
     words->callback([&context, words] { shell(context, words->remaining()); });
 }

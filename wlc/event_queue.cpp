@@ -11,12 +11,12 @@
 namespace wlc {
 
 EventQueue::EventQueue() : mDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (mDescriptor.get() < 0) throw std::runtime_error("no descriptor left for the events");
+    if (mDescriptor.get() < 0) throw std::runtime_error("cannot create an event descriptor");
 }
 
 void EventQueue::wake() const {
     const uint64_t one = 1;
-    // Fails only when the counter is full, and then the descriptor is readable already.
+    // Fails only when the counter is full, in which case the descriptor is readable already.
     [[maybe_unused]] const ssize_t written = ::write(mDescriptor.get(), &one, sizeof(one));
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <android-base/thread_annotations.h>
 #include <android/binder_auto_utils.h>
 
 #include <cstdint>
@@ -10,12 +9,13 @@
 #include <optional>
 #include <string>
 
+#include "lock_annotations.h"
 #include "report.h"
 
 namespace wlc {
 
-// Hands what binder threads receive to the main thread, which waits on a descriptor and so can wait
-// for signals and time too. Every method may be called from any thread.
+// Passes events from binder threads to the main thread, which polls a descriptor and so can also
+// wait for signals and timeouts. Thread-safe.
 class EventQueue {
   public:
     EventQueue();
@@ -27,13 +27,14 @@ class EventQueue {
 
     void push(std::string name, Report report) EXCLUDES(mLock);
     std::optional<Event> pop() EXCLUDES(mLock);
-    // A subscription begins; returns its number, never 0. Open until close() with that number.
+    // Begins a subscription and returns its number, never 0. It lasts until close() is called with
+    // that number.
     uintptr_t open() EXCLUDES(mLock);
-    // The subscription of that number is over: nothing more will come of it.
+    // Ends the subscription of that number; a stale number is ignored.
     void close(uintptr_t subscription) EXCLUDES(mLock);
     bool closed() const EXCLUDES(mLock);
 
-    // Readable while there is something to pop or the queue has been closed. Owned by the queue.
+    // Readable while an event is queued or the queue is closed. Owned by the queue.
     int descriptor() const { return mDescriptor.get(); }
 
   private:

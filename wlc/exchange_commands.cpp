@@ -16,13 +16,13 @@ struct ExchangeArguments {
 
 }  // namespace
 
-// The service itself refuses bytes of the wrong number, with error 1; they are handed on.
+// The length is not checked here: the service refuses a wrong one with error 1.
 void addExchangeCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<ExchangeArguments>();
     CLI::App* challenge =
-        app.add_subcommand("challenge", "Send the dock a nonce, print its answer");
-    challenge->add_option("VALUE", arguments->value, "Passed on as it is, -128 to 255")->required();
-    challenge->add_option("HEX", arguments->bytes, "The nonce, 8 bytes")->required();
+        app.add_subcommand("challenge", "Send a challenge to the dock and print its response");
+    challenge->add_option("VALUE", arguments->value, "Challenge byte, -128 to 255")->required();
+    challenge->add_option("HEX", arguments->bytes, "Nonce of 8 bytes")->required();
     challenge->callback([&context, arguments] {
         const auto value = static_cast<int8_t>(toNumber(arguments->value, "VALUE", -128, 255));
         const auto nonce = fromHex(arguments->bytes, "HEX");
@@ -33,8 +33,8 @@ void addExchangeCommands(CLI::App& app, Context& context) {
         context.print(report);
     });
 
-    CLI::App* exchange = app.add_subcommand("key-exchange", "Send the dock a key, print its own");
-    exchange->add_option("HEX", arguments->bytes, "The key, 32 bytes")->required();
+    CLI::App* exchange = app.add_subcommand("key-exchange", "Exchange keys with the dock");
+    exchange->add_option("HEX", arguments->bytes, "Key of 32 bytes")->required();
     exchange->callback([&context, arguments] {
         charger::KeyExchangeResponse response;
         check(context.service()->keyExchange(fromHex(arguments->bytes, "HEX"), &response),

@@ -36,15 +36,15 @@ std::string exceptionName(binder_exception_t exception) {
 std::string transportText(binder_status_t status) {
     switch (status) {
         case STATUS_UNKNOWN_TRANSACTION:
-            return "the service does not know this call";
+            return "the service does not implement this call";
         case STATUS_FAILED_TRANSACTION:
-            return "the call could not be delivered, or is too large";
+            return "the call could not be delivered or is too large";
         case STATUS_BAD_TYPE:
-            return "the service serves another interface";
+            return "the service implements a different interface";
         case STATUS_FDS_NOT_ALLOWED:
-            return "descriptors cannot be sent to the service";
+            return "file descriptors cannot be sent to the service";
         case STATUS_UNKNOWN_ERROR:
-            return "an unknown error";
+            return "unknown error";
         default:
             // The other values are negative errno numbers.
             return fmt::format("{} ({})", std::strerror(-status), status);
@@ -53,7 +53,7 @@ std::string transportText(binder_status_t status) {
 
 Failure serviceGone(const std::string& what) {
     return Failure(kNoService, EX_TRANSACTION_FAILED, "NO_SERVICE",
-                   what + ": the service ended during the call");
+                   what + ": the service died during the call");
 }
 
 }  // namespace
@@ -71,7 +71,7 @@ void check(binder_status_t status, const std::string& what) {
     if (status == STATUS_OK) return;
     if (status == STATUS_DEAD_OBJECT) throw serviceGone(what);
     throw Failure(kRefused, EX_TRANSACTION_FAILED, exceptionName(EX_TRANSACTION_FAILED),
-                  fmt::format("{}: the call failed: {}", what, transportText(status)));
+                  fmt::format("{}: call failed: {}", what, transportText(status)));
 }
 
 void check(const ndk::ScopedAStatus& status, const std::string& what) {

@@ -11,15 +11,15 @@
 
 namespace wlc {
 
-// How the program ends. Scripts rely on these numbers.
+// Exit statuses. Scripts rely on them.
 enum ExitCode { kDone = 0, kRefused = 1, kBadUsage = 2, kNoService = 3 };
 
-// What ends a command early. main() alone catches it and reports it, as text or as JSON.
+// An error that ends the command. Caught only by run(), which reports it as text or as JSON.
 class Failure : public std::runtime_error {
   public:
-    // code: the service's error code, or binder's exception (negative), or 0 where neither applies.
-    // name: that code's constant, or one word in capitals for the program's own failures.
-    // details: more fields for the object that JSON mode prints, beside "error".
+    // code: the service's error code, a binder exception (negative), or 0 if neither applies.
+    // name: the constant for that code, or one word in capitals for the program's own errors.
+    // details: fields that JSON mode prints beside "error".
     Failure(ExitCode exitCode, int code, std::string name, const std::string& message,
             Json details = Json::object())
         : std::runtime_error(message),
@@ -40,17 +40,17 @@ class Failure : public std::runtime_error {
     Json mDetails;
 };
 
-// The user asked for something that cannot be meant.
+// The command line makes no sense.
 Failure badUsage(const std::string& message);
 
-// The service answered, but what came back, or what was found, is not to be accepted.
+// The service answered, but the result is not acceptable.
 Failure refused(const std::string& message);
 
-// Throws what a status says unless it is a success: kNoService when the service has gone, else
-// kRefused. `what` begins the message, as in "fan 2".
+// Throws unless the status is OK: kNoService when the service has died, else kRefused. `what`
+// starts the message, as in "fan 2".
 void check(const ndk::ScopedAStatus& status, const std::string& what);
 
-// The same for a call that answers with a transport status only.
+// The same for a call that returns only a transport status.
 void check(binder_status_t status, const std::string& what);
 
 }  // namespace wlc

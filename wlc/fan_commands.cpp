@@ -37,7 +37,7 @@ Report describeFan(int fan, const FanInfo& info) {
     Report report;
     report.field("fan", fan);
     const Report rest = describe(info);
-    for (const auto& [key, value] : rest.json().items()) report.field(key, value);
+    report.append(rest);
     return report;
 }
 
@@ -59,8 +59,7 @@ void listFans(Context& context) {
 
 FanMode modeOf(const FanArguments& arguments) {
     if (!arguments.modeValue.empty()) {
-        if (!arguments.mode.empty())
-            throw badUsage("--mode-value takes the place of auto or manual");
+        if (!arguments.mode.empty()) throw badUsage("--mode-value replaces auto or manual");
         return static_cast<FanMode>(
             toNumber(arguments.modeValue, "--mode-value", INT8_MIN, INT8_MAX));
     }
@@ -74,7 +73,7 @@ FanMode modeOf(const FanArguments& arguments) {
     }
     const std::string meant = nearest(arguments.mode, {"auto", "manual"});
     throw badUsage(arguments.mode.empty()
-                       ? "the mode is missing: auto, or manual LEVEL"
+                       ? "missing mode: auto, or manual LEVEL"
                        : fmt::format("unknown mode '{}'{}", printable(arguments.mode),
                                      meant.empty() ? ": auto, or manual LEVEL"
                                                    : fmt::format("; did you mean '{}'?", meant)));
@@ -98,15 +97,15 @@ void setFan(Context& context, const FanArguments& arguments) {
 
 void addFanCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<FanArguments>();
-    CLI::App* fan = app.add_subcommand("fan", "The dock's fans, numbered from 0 to 7");
+    CLI::App* fan = app.add_subcommand("fan", "Read and set the dock's fans, 0 to 7");
     fan->require_subcommand(1);
 
-    fan->add_subcommand("list", "The state of all fans")->callback([&context] {
+    fan->add_subcommand("list", "Print the state of every fan")->callback([&context] {
         listFans(context);
     });
 
-    CLI::App* get = fan->add_subcommand("get", "The state of one fan");
-    get->add_option("N", arguments->fan, "Number of the fan")->required();
+    CLI::App* get = fan->add_subcommand("get", "Print the state of one fan");
+    get->add_option("N", arguments->fan, "Fan number, 0 to 7")->required();
     get->callback([&context, arguments] {
         const int8_t index = fanIndex(*arguments);
         FanInfo info;
@@ -115,20 +114,21 @@ void addFanCommands(CLI::App& app, Context& context) {
     });
 
     CLI::App* set = fan->add_subcommand("set", "Set a fan: N auto, or N manual LEVEL");
-    set->add_option("N", arguments->fan, "Number of the fan")->required();
+    set->add_option("N", arguments->fan, "Fan number, 0 to 7")->required();
     set->add_option("MODE", arguments->mode, "auto or manual");
-    set->add_option("LEVEL", arguments->level, "0 to 65535, with manual");
+    set->add_option("LEVEL", arguments->level, "Level for manual, 0 to 65535");
     set->add_option("--mode-value", arguments->modeValue,
-                    "Send this number as the mode, for testing what a dock makes of it");
+                    "Send N as the mode, to test how a dock handles it");
     set->callback([&context, arguments] { setFan(context, *arguments); });
 
-    fan->add_subcommand("level", "The fan level as the charger reports it")->callback([&context] {
-        int32_t level = 0;
-        check(context.service()->getFanLevel(&level), "fan level");
-        Report report;
-        report.field("level", level);
-        context.print(report);
-    });
+    fan->add_subcommand("level", "Print the fan level as the charger reports it")
+        ->callback([&context] {
+            int32_t level = 0;
+            check(context.service()->getFanLevel(&level), "fan level");
+            Report report;
+            report.field("level", level);
+            context.print(report);
+        });
 }
 
 }  // namespace wlc

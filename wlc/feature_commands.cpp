@@ -35,11 +35,13 @@ void printFeatures(Context& context, int64_t query, int64_t features) {
 
 void addFeatureCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<FeatureArguments>();
-    CLI::App* features = app.add_subcommand("features", "Features of the charger");
+    CLI::App* features =
+        app.add_subcommand("features", "Read and write the charger's feature flags");
     features->require_subcommand(1);
 
-    CLI::App* get = features->add_subcommand("get", "Read the feature value of a query");
-    get->add_option("QUERY", arguments->query, "Number of the query")->required();
+    CLI::App* get = features->add_subcommand("get", "Read the feature flags of a query");
+    get->add_option("QUERY", arguments->query, "Query number, passed to the charger unchanged")
+        ->required();
     get->callback([&context, arguments] {
         const int64_t query = number(arguments->query, "QUERY");
         auto value = WirelessChargerFeature::NONE;
@@ -47,8 +49,9 @@ void addFeatureCommands(CLI::App& app, Context& context) {
         printFeatures(context, query, static_cast<int64_t>(value));
     });
 
-    CLI::App* set = features->add_subcommand("set", "Write the feature value of a query");
-    set->add_option("QUERY", arguments->query, "Number of the query")->required();
+    CLI::App* set = features->add_subcommand("set", "Write the feature flags of a query");
+    set->add_option("QUERY", arguments->query, "Query number, passed to the charger unchanged")
+        ->required();
     set->add_option("VALUE", arguments->value, "The bits, decimal or 0x...")->required();
     set->callback([&context, arguments] {
         const int64_t query = number(arguments->query, "QUERY");
@@ -58,8 +61,8 @@ void addFeatureCommands(CLI::App& app, Context& context) {
         printFeatures(context, query, value);
     });
 
-    CLI::App* qiId = app.add_subcommand("qi-id", "Tell the service the dock's Qi ID");
-    qiId->add_option("TEXT", arguments->text, "The ID, a decimal number")->required();
+    CLI::App* qiId = app.add_subcommand("qi-id", "Set the dock's Qi ID in the service");
+    qiId->add_option("TEXT", arguments->text, "Qi ID, decimal")->required();
     qiId->callback([&context, arguments] {
         charger::DockInfo dock;
         dock.qiId = arguments->text;

@@ -18,12 +18,12 @@ std::vector<uint8_t> readFile(const std::string& path, size_t limit) {
     const auto unreadable = [&path](const char* why) {
         return badUsage(fmt::format("cannot read {}: {}", path, why));
     };
-    // Without waiting for a writer, should it be a pipe.
+    // If it is a FIFO, do not wait for a writer.
     const ndk::ScopedFileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.get() < 0) throw unreadable(std::strerror(errno));
     struct stat status = {};
     if (fstat(file.get(), &status) != 0) throw unreadable(std::strerror(errno));
-    if (!S_ISREG(status.st_mode)) throw unreadable("it is not a regular file");
+    if (!S_ISREG(status.st_mode)) throw unreadable("not a regular file");
     if (static_cast<uint64_t>(status.st_size) > limit) {
         throw badUsage(
             fmt::format("{} is too large: {} bytes, the limit is {}", path, status.st_size, limit));
@@ -34,7 +34,7 @@ std::vector<uint8_t> readFile(const std::string& path, size_t limit) {
         const ssize_t got = ::read(file.get(), bytes.data() + have, bytes.size() - have);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) throw unreadable(std::strerror(errno));
-        if (got == 0) throw unreadable("it became shorter while being read");
+        if (got == 0) throw unreadable("the file shrank while it was read");
         have += static_cast<size_t>(got);
     }
     return bytes;

@@ -9,10 +9,10 @@
 
 namespace wlc {
 
-// The whole of a regular file of at most `limit` bytes. Throws badUsage with the reason.
+// Reads a regular file of at most `limit` bytes. Throws badUsage with the reason.
 std::vector<uint8_t> readFile(const std::string& path, size_t limit);
 
-// Puts these bytes into a file, made or emptied first. Throws refused with the reason.
+// Creates or replaces a file. Throws refused with the reason.
 void writeFile(const std::string& path, std::span<const uint8_t> bytes);
 
 }  // namespace wlc

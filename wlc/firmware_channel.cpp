@@ -11,10 +11,10 @@
 namespace wlc {
 namespace {
 
-// What a request has room for, and so what a dock can want at most.
+// The largest chunk that fits a request, and so the largest that a dock can ask for.
 constexpr uint32_t kTargetedChunk = 252;
 constexpr uint32_t kUntargetedChunk = 253;
-// The dock ignores what a chunk is tagged with.
+// The dock ignores the tag of a chunk.
 constexpr int8_t kChunkTag = 0;
 
 uint32_t chunkLimit(int8_t reported, uint32_t room) {

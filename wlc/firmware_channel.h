@@ -17,10 +17,10 @@ struct ImageVersion {
     uint8_t minor = 0;
 };
 
-// What a dock takes.
+// What the dock accepts.
 struct FirmwareLimits {
     uint32_t maxSize = 0;
-    uint32_t maxChunk = 0;  // 1 up to what a request can carry
+    uint32_t maxChunk = 0;  // from 1 to what fits a request
     ImageVersion running;   // 0.0 where the command set does not tell
 };
 
@@ -39,14 +39,14 @@ struct MissingChunks {
 };
 
 struct ApplyStatus {
-    // As the dock reports it; anything else is kUnknown.
+    // As reported by the dock; kUnknown for any other value.
     enum State { kIdle = 0, kApplying = 1, kFailed = 2, kUnknown = 16 };
     State state = kUnknown;
     int percent = 0;
 };
 
-// One of the two sets of firmware commands, so that the way of an update is written once. Every
-// method is one call of the service, blocks until the dock has answered, and throws Failure.
+// One of the two firmware command sets, so that the update procedure is written once. Every method
+// makes one call to the service, blocks until the dock has answered, and throws Failure.
 class FirmwareChannel {
   public:
     virtual ~FirmwareChannel() = default;
@@ -55,20 +55,20 @@ class FirmwareChannel {
     virtual Report status() = 0;  // for `firmware status`
 
     virtual FirmwareLimits limits() = 0;
-    // Returns the size that the dock wants chunks to have; 0 when it does not say.
+    // Returns the chunk size that the dock asks for; 0 when it does not say.
     virtual uint32_t start(const FirmwareStart& start) = 0;
-    // Returns the number of the chunk that the dock wants next.
+    // Returns the number of the chunk that the dock expects next.
     virtual uint32_t sendChunk(uint32_t number, std::span<const uint8_t> data) = 0;
     virtual MissingChunks missing() = 0;
     virtual charger::ExecuteStatus execute() = 0;
     virtual ApplyStatus applyStatus() = 0;
     virtual void reboot() = 0;
 
-    // How the user names this command set: "wlc firmware", with the target where it has one.
+    // The command of this set as the user types it, with the target if it is not the default.
     virtual std::string command() const = 0;
 };
 
-// target: 0 or 1 with the docks there are. compressed: chunks belong to a compressed image.
+// target: known docks have 0 and 1. compressed: the chunks are those of a compressed image.
 std::unique_ptr<FirmwareChannel> targetedChannel(Context& context, int8_t target, bool compressed);
 std::unique_ptr<FirmwareChannel> untargetedChannel(Context& context);
 

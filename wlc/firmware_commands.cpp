@@ -11,7 +11,7 @@
 namespace wlc {
 namespace {
 
-// More than any dock takes; the dock's own limit is checked before anything is sent.
+// Above the limit of any dock, which is checked before anything is sent.
 constexpr size_t kLargestImage = 64 * 1024 * 1024;
 
 struct FirmwareArguments {
@@ -40,28 +40,28 @@ void update(Context& context, const FirmwareArguments& arguments, const OpenChan
     updateFirmware(context, *open(), request);
 }
 
-// The four commands that both sets have. Returns `update`, for the options of its own.
+// The commands common to both sets. Returns `update`, which has more options.
 CLI::App* addCommands(CLI::App* family, Context& context, const ArgumentsPtr& arguments,
                       const OpenChannel& open) {
     family->require_subcommand(1);
-    family->add_subcommand("info", "What the dock takes")->callback([&context, open] {
-        context.print(open()->info());
-    });
-    family->add_subcommand("status", "How far the dock is with applying an image")
+    family->add_subcommand("info", "Print the dock's limits and running version")
+        ->callback([&context, open] { context.print(open()->info()); });
+    family->add_subcommand("status", "Print the progress of applying an image")
         ->callback([&context, open] { context.print(open()->status()); });
-    family->add_subcommand("reboot", "Restart the dock")->callback([&context, open] {
-        open()->reboot();
-        Report report;
-        report.field("rebooted", true);
-        context.print(report);
-    });
-    CLI::App* command = family->add_subcommand("update", "Bring an image into the dock");
-    command->add_option("IMAGE", arguments->image, "File with the image")->required();
-    command->add_flag("--resume", arguments->resume, "Go on where a transfer was broken off");
-    command->add_flag("--reboot", arguments->reboot, "Restart the dock in the end");
+    family->add_subcommand("reboot", "Restart the dock, which then runs the installed image")
+        ->callback([&context, open] {
+            open()->reboot();
+            Report report;
+            report.field("rebooted", true);
+            context.print(report);
+        });
+    CLI::App* command = family->add_subcommand("update", "Install a firmware image");
+    command->add_option("IMAGE", arguments->image, "Image file")->required();
+    command->add_flag("--resume", arguments->resume, "Continue an interrupted transfer");
+    command->add_flag("--reboot", arguments->reboot, "Restart the dock at the end");
     command
         ->add_option("--fw-version", arguments->version,
-                     "Version of the image; without it the one that runs now")
+                     "Version of the image; default: the running version")
         ->type_name("M.m");
     command->callback([&context, arguments, open] { update(context, *arguments, open); });
     return command;
@@ -71,24 +71,24 @@ CLI::App* addCommands(CLI::App* family, Context& context, const ArgumentsPtr& ar
 
 void addFirmwareCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<FirmwareArguments>();
-    CLI::App* family = app.add_subcommand("firmware", "The dock's firmware, by target");
-    family->add_option("--target", arguments->target, "Which of the dock's parts; 0 without it")
+    CLI::App* family = app.add_subcommand("firmware", "Query and update the dock's firmware");
+    family->add_option("--target", arguments->target, "Firmware target of the dock; default 0")
         ->type_name("N");
     CLI::App* command = addCommands(family, context, arguments, [&context, arguments] {
         const auto target =
             static_cast<int8_t>(toNumber(arguments->target, "--target", INT8_MIN, INT8_MAX));
         return targetedChannel(context, target, arguments->compress);
     });
-    command->add_flag("--compress", arguments->compress, "Send it compressed");
+    command->add_flag("--compress", arguments->compress, "Send the image compressed");
 }
 
 void addLegacyFirmwareCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<FirmwareArguments>();
-    CLI::App* family =
-        app.add_subcommand("legacy-firmware", "The same by the older commands, without targets");
+    CLI::App* family = app.add_subcommand(
+        "legacy-firmware", "The same with the older command set, which has no targets");
     CLI::App* command =
         addCommands(family, context, arguments, [&context] { return untargetedChannel(context); });
-    command->add_option("--name", arguments->name, "Name of the version, at most 247 bytes")
+    command->add_option("--name", arguments->name, "Name of the version, up to 247 bytes")
         ->type_name("TEXT");
 }
 

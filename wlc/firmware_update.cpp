@@ -21,12 +21,12 @@ using std::chrono::milliseconds;
 
 // Chunk numbers have 16 bits, and one value past the last stands for "nothing is missing".
 constexpr size_t kMaxChunks = 65535;
-// How often a chunk is sent again when the dock did not take it.
+// How often a chunk is sent again when the dock did not accept it.
 constexpr int kRetries = 5;
-// How often the dock may find chunks missing after it seemed to have all.
+// How often the dock may report missing chunks after it acknowledged all of them.
 constexpr int kRounds = 8;
 constexpr milliseconds kPollInterval(100);
-// A dock that has not applied an image by then never will.
+// A dock that needs longer to apply an image has failed.
 constexpr std::chrono::minutes kApplyLimit(10);
 
 std::vector<uint8_t> deflated(const std::vector<uint8_t>& image) {
@@ -34,7 +34,7 @@ std::vector<uint8_t> deflated(const std::vector<uint8_t>& image) {
     std::vector<uint8_t> out(length);
     if (compress2(out.data(), &length, image.data(), static_cast<uLong>(image.size()),
                   Z_BEST_COMPRESSION) != Z_OK) {
-        throw refused("the image cannot be compressed");
+        throw refused("cannot compress the image");
     }
     out.resize(length);
     return out;
@@ -46,7 +46,7 @@ bool worthAnotherTry(const Failure& failure) {
     return code == ErrorCode::TIMED_OUT || code == ErrorCode::IO_ERROR || code == ErrorCode::BUSY;
 }
 
-// One update on its way; a phase a method, in order.
+// One update; its phases are methods, called in order.
 class Update {
   public:
     Update(FirmwareChannel& channel, const UpdateRequest& request, Progress& progress)
@@ -56,7 +56,7 @@ class Update {
         mProgress.phase("prepare", 0, 1);
         const FirmwareLimits limits = mChannel.limits();
         if (mRequest.image.size() > limits.maxSize) {
-            throw badUsage(fmt::format("{} is too large for this dock: {} bytes, it takes {}",
+            throw badUsage(fmt::format("{} is too large for this dock: {} bytes, the limit is {}",
                                        mRequest.path, mRequest.image.size(), limits.maxSize));
         }
         if (mRequest.compress) mDeflated = deflated(mRequest.image);
@@ -74,21 +74,21 @@ class Update {
         uint32_t next = 0;
         if (mRequest.resume) next = firstMissing();
         for (int round = 0; next < chunkCount(); ++round) {
-            if (round == kRounds) throw refused("the dock goes on losing chunks");
+            if (round == kRounds) throw refused("the dock keeps dropping chunks; giving up");
             sendFrom(next);
             next = firstMissing();
         }
         mProgress.atBytes(sent().size(), sent().size());
     }
 
-    // Has the dock apply the image. Chunks may turn out missing only now.
+    // The dock may report missing chunks as late as this.
     void apply() {
         for (int round = 0;; ++round) {
             mProgress.phase("apply", 90, 100);
             const ExecuteStatus status = mChannel.execute();
             if (status == ExecuteStatus::ACCEPTED) break;
             if (status != ExecuteStatus::INCOMPLETE || round == kRounds) {
-                throw refused("the dock does not apply the image: " +
+                throw refused("the dock did not apply the image: " +
                               executeStatusName(static_cast<int8_t>(status)));
             }
             mProgress.phase("transfer", 1, 90);
@@ -102,10 +102,10 @@ class Update {
             }
             if (status.state == ApplyStatus::kIdle) {
                 if (status.percent == 100) break;
-                throw refused("the dock gave up applying the image");
+                throw refused("the dock stopped applying the image");
             }
             if (std::chrono::steady_clock::now() > deadline) {
-                throw refused("the dock is still applying the image; ask again with status");
+                throw refused("the dock is still applying the image; check it with status");
             }
             mProgress.at(status.percent);
             mProgress.pause(kPollInterval);
@@ -125,7 +125,7 @@ class Update {
         return static_cast<uint32_t>((sent().size() + mChunkSize - 1) / mChunkSize);
     }
 
-    // The first chunk that the dock lacks; chunkCount() when it has all.
+    // The first chunk that the dock is missing; chunkCount() when it has all.
     uint32_t firstMissing() {
         const MissingChunks missing = mChannel.missing();
         return missing.count == 0 ? chunkCount() : missing.first;
@@ -141,18 +141,19 @@ class Update {
         start.name = mRequest.name;
         const uint32_t wanted = mChannel.start(start);
         if (wanted != 0 && wanted != mChunkSize) {
-            // The dock keeps to its own size: open the transfer with that, if it fits a request.
+            // The dock insists on its own size: open the transfer with that one.
             if (wanted > mChunkSize) {
-                throw refused(
-                    fmt::format("the dock wants chunks of {} bytes, more than it said", wanted));
+                throw refused(fmt::format(
+                    "the dock asks for chunks of {} bytes, above its own limit", wanted));
             }
             mChunkSize = start.chunkSize = wanted;
-            if (chunkCount() > kMaxChunks) throw refused("the dock wants too small chunks");
-            if (mChannel.start(start) != wanted) throw refused("the dock changes its chunk size");
+            if (chunkCount() > kMaxChunks) throw refused("the dock asks for too small chunks");
+            if (mChannel.start(start) != wanted)
+                throw refused("the dock keeps changing its chunk size");
         }
     }
 
-    // Follows what the dock wants next, from a chunk on, until it wants one that there is not.
+    // Sends chunks from `number` on, in the order in which the dock asks for them.
     void sendFrom(uint32_t number) {
         int repeated = 0;
         while (number < chunkCount()) {
@@ -162,7 +163,7 @@ class Update {
             const uint32_t next = sendChunk(number, {sent().data() + begin, length});
             repeated = next <= number ? repeated + 1 : 0;
             if (repeated > kRetries) {
-                throw refused(fmt::format("the dock does not take chunk {}", number));
+                throw refused(fmt::format("the dock does not accept chunk {}", number));
             }
             number = next;
             mProgress.atBytes(std::min<uint64_t>(uint64_t{next} * mChunkSize, sent().size()),
@@ -212,7 +213,7 @@ ImageVersion parseVersion(const std::string& text) {
 void updateFirmware(Context& context, FirmwareChannel& channel, const UpdateRequest& request) {
     if (request.image.empty()) throw badUsage(request.path + " is empty");
     const std::string resume = resumeText(channel, request);
-    Progress progress(context, "interrupted; the dock keeps what it has; " + resume);
+    Progress progress(context, "interrupted; the dock keeps the chunks it has; " + resume);
     Update update(channel, request, progress);
     update.prepare();
     try {
@@ -228,9 +229,10 @@ void updateFirmware(Context& context, FirmwareChannel& channel, const UpdateRequ
     progress.finish();
     const std::string version =
         fmt::format("{}.{}", update.version().major, update.version().minor);
-    context.printText(fmt::format(
-        "done: {} bytes, version {}, {}\n", request.image.size(), version,
-        request.reboot ? "the dock restarts" : "runs after: " + channel.command() + " reboot"));
+    context.printText(fmt::format("done: {} bytes, version {}, {}\n", request.image.size(), version,
+                                  request.reboot
+                                      ? "the dock restarts"
+                                      : "takes effect after: " + channel.command() + " reboot"));
     context.printJson({{"phase", "done"},
                        {"percent", 100},
                        {"imageBytes", request.image.size()},

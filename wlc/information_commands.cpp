@@ -6,7 +6,7 @@
 namespace wlc {
 namespace {
 
-// A command that asks one question and prints the record that comes back.
+// A command that makes one call and prints the returned record.
 template <typename Record>
 void addQuestion(CLI::App& app, Context& context, const char* name, const char* help,
                  ndk::ScopedAStatus (charger::IWirelessCharger::*ask)(Record*)) {
@@ -34,21 +34,22 @@ void printVersion(Context& context) {
 
 void addInformationCommands(CLI::App& app, Context& context) {
     using charger::IWirelessCharger;
-    app.add_subcommand("version", "The interface version that the service speaks")
+    app.add_subcommand("version", "Print the interface version of the service")
         ->callback([&context] { printVersion(context); });
-    addQuestion(app, context, "phone", "The phone's receiver",
+    addQuestion(app, context, "phone", "Print the phone's Qi receiver",
                 &IWirelessCharger::getPhoneInformation);
-    addQuestion(app, context, "dock", "What the service knows of the dock, without asking it",
+    addQuestion(app, context, "dock",
+                "Print what the service knows about the dock, without a request",
                 &IWirelessCharger::getDockInformation);
-    addQuestion(app, context, "info", "Ask the dock to describe itself",
+    addQuestion(app, context, "info", "Request the dock's description of itself",
                 &IWirelessCharger::getInformation);
-    addQuestion(app, context, "power", "Charging power and what limits it",
+    addQuestion(app, context, "power", "Print the charging power and its limit",
                 &IWirelessCharger::getPowerInformation);
-    addQuestion(app, context, "presence", "Whether the phone lies on a dock, and on which",
+    addQuestion(app, context, "presence", "Print whether the phone is on a dock, and which one",
                 &IWirelessCharger::isDockPresent);
-    addQuestion(app, context, "align", "How the phone lies on the dock",
+    addQuestion(app, context, "align", "Print the alignment of the phone on the dock",
                 &IWirelessCharger::getAlignInfo);
-    addQuestion(app, context, "temperature", "The dock's temperatures",
+    addQuestion(app, context, "temperature", "Print the dock's temperatures",
                 &IWirelessCharger::getSkinTemperature);
 }
 

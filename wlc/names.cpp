@@ -22,32 +22,32 @@ std::string errorName(int code) {
 std::string errorMeaning(int code) {
     switch (static_cast<ErrorCode>(code)) {
         case ErrorCode::INVALID_ARGUMENT:
-            return "an argument is out of its range, or the dock calls the request invalid";
+            return "an argument is out of range, or the dock rejected the request as invalid";
         case ErrorCode::INVALID_RESPONSE:
-            return "the dock's answer does not fit the request";
+            return "the dock's response does not match the request";
         case ErrorCode::REFUSED:
-            return "the charger refuses this in its present state";
+            return "the charger refuses this in its current state";
         case ErrorCode::UNAVAILABLE:
-            return "the charger has no such value now; is the phone on a dock?";
+            return "the value is not available; is the phone on a dock?";
         case ErrorCode::ALREADY_EXISTS:
-            return "it is registered already, or already under way";
+            return "already registered or already in progress";
         case ErrorCode::TIMED_OUT:
-            return "the dock or the charger did not answer in time";
+            return "the dock or the charger did not respond in time";
         case ErrorCode::FAILED:
-            return "the charger failed without saying why";
+            return "the charger reported an unspecified failure";
         case ErrorCode::IO_ERROR:
-            return "the exchange with the dock or the charger broke off";
+            return "communication with the dock failed";
         case ErrorCode::UNSUPPORTED:
-            return "the dock does not know this request";
+            return "the dock does not support this request";
         case ErrorCode::BUSY:
             return "the dock is busy; try again later";
     }
-    return "an error that this program does not know";
+    return "unknown error";
 }
 
 std::string qiSpecName(int32_t code) {
     if (code == -1) return "no receiver";
-    if (code == 0) return "not known";
+    if (code == 0) return "unknown";
     const int major = code >> 12;
 
     return fmt::format("Qi {}.{}.{}", major, (code >> 8) & 15, code & 255);
@@ -58,20 +58,20 @@ std::string compatibilityName(int8_t code) {
         case -2:
             return "incompatible";
         case -1:
-            return "none, or not read yet";
+            return "none or not read yet";
         case 0:
-            return "not known";
+            return "unknown";
         default:
             return fmt::format("compatible, level {}", code);
     }
 }
 
 std::string limitReasonName(int8_t code) {
-    return code == 0 ? "no limit, or not known" : fmt::format("limited, reason {}", code);
+    return code == 0 ? "no limit or unknown" : fmt::format("limited, reason {}", code);
 }
 
 std::string dockKindName(int8_t code) {
-    return code == 15 ? "not known" : fmt::format("kind {}", code);
+    return code == 15 ? "unknown" : fmt::format("kind {}", code);
 }
 
 std::string alignmentName(int8_t code) {
@@ -96,7 +96,7 @@ std::string rtxModeName(int8_t code) {
         case 2:
             return "available";
         default:
-            return "off, or not known";
+            return "off or unknown";
     }
 }
 
@@ -105,24 +105,24 @@ std::string rtxErrorName(int8_t code) {
         case 0:
             return "none";
         case 15:
-            return "other, or not read yet";
+            return "other or not read yet";
         default:
             return fmt::format("error {}", code);
     }
 }
 
 std::string manufacturerName(int32_t code) {
-    return code == 0 ? "not known" : fmt::format("0x{:04x}", static_cast<uint32_t>(code));
+    return code == 0 ? "unknown" : fmt::format("0x{:04x}", static_cast<uint32_t>(code));
 }
 
 std::string executeStatusName(int8_t code) {
     switch (static_cast<ExecuteStatus>(code)) {
         case ExecuteStatus::ACCEPTED:
-            return "accepted, the image is being applied";
+            return "accepted; the image is being applied";
         case ExecuteStatus::INCOMPLETE:
-            return "chunks of the image are missing";
+            return "chunks are missing";
         case ExecuteStatus::INVALID_IMAGE:
-            return "the image is complete but not valid for this dock";
+            return "the image is not valid for this dock";
         case ExecuteStatus::REFUSED:
             return "the dock cannot apply an image now";
     }
@@ -138,7 +138,7 @@ std::string updateStatusName(int8_t code) {
         case 2:
             return "failed";
         default:
-            return "not known";
+            return "unknown";
     }
 }
 

@@ -20,17 +20,17 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr milliseconds kTick(250);
-// How often something is shown although nothing moves, where lines stay.
+// How often a sign of life is printed when output is not a terminal.
 constexpr seconds kSign(5);
-// A terminal is not drawn more often than an eye can see.
+// Minimum time between two updates of a terminal.
 constexpr milliseconds kFrame(100);
-// How long the job may take to notice Ctrl-C.
+// How long the job may take to react to Ctrl-C.
 constexpr seconds kGrace(2);
-// Plain lines come at these steps.
+// Distance of plain lines, in percent.
 constexpr int kLinePercent = 5;
 constexpr int kBarWidth = 30;
 
-// When nobody reads the progress any more, the job goes on.
+// Errors are ignored: the job continues when nobody reads its progress.
 void say(const std::string& text, FILE* to = stdout) {
     std::fputs(text.c_str(), to);
     std::fflush(to);
@@ -46,7 +46,7 @@ Progress::Progress(const Context& context, std::string interruptedText)
       mMoved(Clock::now()),
       mShown(Clock::now()),
       mStop(eventfd(0, EFD_CLOEXEC)) {
-    if (mStop.get() < 0) throw std::runtime_error("no descriptor left for the progress");
+    if (mStop.get() < 0) throw std::runtime_error("cannot create an event descriptor");
     mTicker = std::thread([this] { tick(); });
 }
 
@@ -112,7 +112,7 @@ std::string Progress::line(int waiting) {
         text += fmt::format("  {:.1f} KiB/s, {:.0f} s left", rate / 1024,
                             static_cast<double>(mTotalBytes - mBytes) / rate);
     }
-    if (waiting > 0) text += fmt::format("  waiting for the dock for {} s", waiting);
+    if (waiting > 0) text += fmt::format("  no answer for {} s", waiting);
     return text;
 }
 
@@ -159,7 +159,7 @@ void Progress::show(bool alive) {
 void Progress::tick() {
     Clock::time_point noticed;
     for (;;) {
-        // A signal stays readable: it is looked for only until it has come.
+        // A signal stays readable, so it is polled only until it has been seen.
         pollfd waits[] = {{mStop.get(), POLLIN, 0},
                           {mInterrupted ? -1 : mSignals.descriptor(), POLLIN, 0}};
         poll(waits, 2, static_cast<int>(kTick.count()));

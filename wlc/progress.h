@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <android-base/thread_annotations.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -11,37 +9,37 @@
 #include <thread>
 
 #include "context.h"
+#include "lock_annotations.h"
 #include "signals.h"
 
 namespace wlc {
 
-// Shows how far a long job is, and that it is alive while the dock is silent: on a terminal a bar
-// that is drawn over, elsewhere plain lines, in JSON mode one object a line. Also watches for
-// Ctrl-C meanwhile. One thread works and reports; a thread of this object's own shows the passing
-// time.
+// Shows the progress of a long job, and that it is alive while the dock is silent: a bar on a
+// terminal, plain lines elsewhere, one object per line in JSON mode. Also handles Ctrl-C. One
+// thread works and reports; a thread owned by this object shows the passing time.
 class Progress {
   public:
-    // interruptedText: what the user is told to do when Ctrl-C ends the job.
+    // interruptedText: tells the user how to continue after Ctrl-C.
     Progress(const Context& context, std::string interruptedText);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // A phase begins. What it reports later, 0 to 100 of its own, is shown as `from` to `to`
-    // percent of the whole. What is shown never goes back.
+    // Begins a phase, whose own 0 to 100 % is shown as `from` to `to` percent of the whole. The
+    // percentage shown never decreases.
     void phase(const std::string& name, int from, int to) EXCLUDES(mLock);
-    // The phase's own share, and where it counts bytes: done so far, of how many.
+    // Progress within the phase, in percent or in bytes.
     void at(int percentOfPhase) EXCLUDES(mLock);
     void atBytes(uint64_t done, uint64_t total) EXCLUDES(mLock);
 
-    // Waits, ended early by Ctrl-C.
+    // Waits; Ctrl-C ends the wait and throws as throwIfInterrupted() does.
     void pause(std::chrono::milliseconds time) EXCLUDES(mLock);
 
-    // Throws Failure INTERRUPTED when Ctrl-C has come. Cheap. When the job does not ask within two
-    // seconds, because the dock does not answer, the process ends without it.
+    // Throws Failure INTERRUPTED after Ctrl-C. Cheap. If the job does not call this within two
+    // seconds, because the dock does not answer, the process exits with the same message.
     void throwIfInterrupted() const;
 
-    // No line is open on the terminal from here on, and the ticking has ended.
+    // Stops the display and ends the line on the terminal.
     void finish() EXCLUDES(mLock);
 
   private:

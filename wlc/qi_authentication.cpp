@@ -18,12 +18,12 @@
 namespace wlc {
 namespace {
 
-// Positions in a chain.
+// Offsets in a chain.
 constexpr size_t kRootHashAt = 2;
 constexpr size_t kCertificatesAt = kRootHashAt + 32;
 
-// What a challenge signature covers, in this order: this letter, the hash of the chain, the
-// challenge as it was sent, the answer up to the signature.
+// A challenge signature covers, in this order: this letter, the hash of the chain, the challenge as
+// sent, the answer up to the signature.
 constexpr uint8_t kSignedPrefix = 'A';
 constexpr uint8_t kChallengeHeader = 0x1B;
 constexpr uint8_t kAnswerHeader = 0x13;
@@ -50,20 +50,20 @@ void requireP256(X509* certificate, const std::string& what) {
     EVP_PKEY* const key = X509_get0_pubkey(certificate);
     if (key == nullptr || EVP_PKEY_get_group_name(key, group, sizeof(group), nullptr) != 1 ||
         std::string(group) != SN_X9_62_prime256v1) {
-        throw NotAuthentic(what + " has no key on P-256");
+        throw NotAuthentic(what + " does not have a P-256 key");
     }
 }
 
-// An ECDSA signature in DER, as OpenSSL takes it.
+// The signature in DER, as OpenSSL expects it.
 std::vector<uint8_t> signatureInDer(Bytes r, Bytes s) {
     const Owned<ECDSA_SIG, ECDSA_SIG_free> signature(ECDSA_SIG_new());
     BIGNUM* const rNumber = BN_bin2bn(r.data(), static_cast<int>(r.size()), nullptr);
     BIGNUM* const sNumber = BN_bin2bn(s.data(), static_cast<int>(s.size()), nullptr);
-    // Takes over both numbers.
+    // Takes ownership of both numbers.
     if (signature == nullptr || ECDSA_SIG_set0(signature.get(), rNumber, sNumber) != 1) {
         BN_free(rNumber);
         BN_free(sNumber);
-        throw NotAuthentic("the signature's numbers cannot be read");
+        throw NotAuthentic("the signature cannot be parsed");
     }
     unsigned char* der = nullptr;
     const int length = i2d_ECDSA_SIG(signature.get(), &der);
@@ -81,7 +81,7 @@ Sha256 sha256(Bytes bytes) {
 }
 
 size_t chainLength(Bytes chain) {
-    if (chain.size() < 2) throw NotAuthentic("the chain is shorter than its own length field");
+    if (chain.size() < 2) throw NotAuthentic("the chain is too short for its length field");
     return static_cast<size_t>(chain[0]) << 8 | chain[1];
 }
 
@@ -89,9 +89,9 @@ CertificateChain parseChain(Bytes chain) {
     const size_t length = chainLength(chain);
     if (length != chain.size()) {
         throw NotAuthentic(
-            fmt::format("the chain says it has {} bytes, {} came", length, chain.size()));
+            fmt::format("the chain claims {} bytes, but {} were received", length, chain.size()));
     }
-    if (chain.size() <= kCertificatesAt) throw NotAuthentic("the chain holds no certificate");
+    if (chain.size() <= kCertificatesAt) throw NotAuthentic("the chain contains no certificate");
     CertificateChain parsed;
     parsed.hash = sha256(chain);
     std::copy_n(chain.begin() + kRootHashAt, parsed.rootHash.size(), parsed.rootHash.begin());
@@ -101,13 +101,12 @@ CertificateChain parseChain(Bytes chain) {
         const auto position = at - chain.data();
         Certificate certificate(d2i_X509(nullptr, &at, end - at));
         if (certificate == nullptr) {
-            throw NotAuthentic(
-                fmt::format("what stands at byte {} of the chain is no certificate", position));
+            throw NotAuthentic(fmt::format("no certificate at byte {} of the chain", position));
         }
         parsed.certificates.push_back(std::move(certificate));
     }
     if (parsed.certificates.size() < 2) {
-        throw NotAuthentic("the chain lacks the product unit's certificate");
+        throw NotAuthentic("the chain lacks the product unit certificate");
     }
     return parsed;
 }
@@ -119,7 +118,7 @@ Certificate parseCertificate(Bytes file) {
     const Owned<BIO, freeBio> bio(
         BIO_new_mem_buf(file.data(), static_cast<int>(std::min<size_t>(file.size(), INT32_MAX))));
     Certificate pem(PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr));
-    if (pem == nullptr) throw NotAuthentic("no certificate in PEM or DER");
+    if (pem == nullptr) throw NotAuthentic("not a certificate in PEM or DER");
     return pem;
 }
 
@@ -129,7 +128,7 @@ void checkRoot(const CertificateChain& chain, X509* root) {
     const Owned<unsigned char, freeBytes> owner(der);
     if (length <= 0) throw NotAuthentic("the root certificate cannot be encoded");
     if (sha256(Bytes(der, static_cast<size_t>(length))) != chain.rootHash) {
-        throw NotAuthentic("the chain names another root than " +
+        throw NotAuthentic("the chain names a different root, not " +
                            commonName(X509_get_subject_name(root)));
     }
 }
@@ -139,9 +138,9 @@ void checkSignatures(const CertificateChain& chain, X509* root) {
     for (size_t i = 0; i < chain.certificates.size(); ++i) {
         requireP256(chain.certificates[i].get(), fmt::format("certificate {} of the chain", i + 1));
     }
-    // Whoever may sign certificates is a manufacturer, not a dock.
+    // A key that may sign certificates is a manufacturer's, not a dock's.
     if (X509_check_ca(chain.productUnit()) != 0) {
-        throw NotAuthentic("the last certificate of the chain is not a product unit's");
+        throw NotAuthentic("the last certificate of the chain is not a product unit certificate");
     }
     const Owned<X509_STORE, X509_STORE_free> store(X509_STORE_new());
     const Owned<X509_STORE_CTX, X509_STORE_CTX_free> context(X509_STORE_CTX_new());
@@ -152,26 +151,27 @@ void checkSignatures(const CertificateChain& chain, X509* root) {
     }
     X509_STORE_add_cert(store.get(), root);
     X509_STORE_CTX_init(context.get(), store.get(), chain.productUnit(), others.get());
-    // A Qi certificate carries extensions of the consortium's own that OpenSSL does not know.
+    // Qi certificates carry critical extensions that OpenSSL does not know.
     X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_IGNORE_CRITICAL);
     if (X509_verify_cert(context.get()) != 1) {
         throw NotAuthentic(
-            fmt::format("the certificates do not hold: {}",
+            fmt::format("certificate verification failed: {}",
                         X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get()))));
     }
-    // Every certificate has to be one of the path that was found, or it only pretends to matter.
+    // Every certificate must be part of the verified path.
     const auto path = static_cast<size_t>(sk_X509_num(X509_STORE_CTX_get0_chain(context.get())));
     if (path != chain.certificates.size() + 1) {
-        throw NotAuthentic("the chain holds certificates that are not part of it");
+        throw NotAuthentic("the chain contains unrelated certificates");
     }
 }
 
 void checkChallenge(const CertificateChain& chain, uint8_t slot, Bytes nonce,
                     const ChallengeAnswer& answer) {
     if (answer.certChainHashLsb != chain.hash.back()) {
-        throw NotAuthentic(fmt::format(
-            "the answer is for a chain whose hash ends in {:02x}, that of slot {} ends in {:02x}",
-            answer.certChainHashLsb, slot, chain.hash.back()));
+        throw NotAuthentic(
+            fmt::format("the answer is for a chain whose hash ends in {:02x}; the hash of slot {} "
+                        "ends in {:02x}",
+                        answer.certChainHashLsb, slot, chain.hash.back()));
     }
     if ((answer.slotPopulatedMask >> slot & 1) == 0) {
         throw NotAuthentic(fmt::format("the answer says that slot {} is empty", slot));
@@ -193,7 +193,7 @@ void checkChallenge(const CertificateChain& chain, uint8_t slot, Bytes nonce,
                              X509_get0_pubkey(chain.productUnit())) != 1 ||
         EVP_DigestVerify(context.get(), signature.data(), signature.size(), covered.data(),
                          covered.size()) != 1) {
-        throw NotAuthentic("the signature is not the product unit's for this challenge");
+        throw NotAuthentic("the signature was not made by the product unit for this challenge");
     }
 }
 

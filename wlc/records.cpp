@@ -23,7 +23,7 @@ Report& percent(Report& report, const std::string& key, int32_t value) {
     return report.field(key, value, fmt::format("{} %", value));
 }
 
-// Slots in a mask of four bits: "0, 2" or "none".
+// Slots of a 4-bit mask: "0, 2" or "none".
 std::string slotNames(int8_t mask) {
     std::string text;
     for (int slot = 0; slot < 4; ++slot) {
@@ -131,7 +131,7 @@ Report describe(const charger::PowerInfo& info) {
     Report report;
     for (const auto& [key, value] : {std::pair("maxPower", info.maxPower),
                                      std::pair("negotiatedPower", info.negotiatedPower)}) {
-        report.field(key, value, value == -1 ? "not known" : std::to_string(value));
+        report.field(key, value, value == -1 ? "unknown" : std::to_string(value));
     }
     report.code("limitReason", info.limitReason, limitReasonName(info.limitReason));
     return report;

@@ -5,7 +5,7 @@
 
 #include "report.h"
 
-// The interface's records as reports: JSON keys are the records' field names, in their order.
+// Reports of the interface's records. JSON keys are the field names, in declaration order.
 namespace wlc {
 
 namespace charger = ::aidl::vendor::zorvak::wireless_charger;

@@ -55,6 +55,12 @@ Report& Report::nested(const std::string& key, const Report& record) {
     return *this;
 }
 
+Report& Report::append(const Report& record) {
+    mRows.insert(mRows.end(), record.mRows.begin(), record.mRows.end());
+    mJson.update(record.mJson);
+    return *this;
+}
+
 Report& Report::code(const std::string& key, int64_t value, const std::string& name) {
     return field(key, value, fmt::format("{} ({})", value, name));
 }

@@ -11,24 +11,26 @@ namespace wlc {
 
 using Json = nlohmann::ordered_json;
 
-// One record on its way to the user: each field is named once, with what JSON gets and what people
-// read. A field's label for people is its key in words ("maxPower": "max power").
+// One record for output: each field has a key, a JSON value and a text. In text mode a field's
+// label is its key in words ("maxPower": "max power").
 class Report {
   public:
-    // `text` is what people read instead of the value alone.
+    // `text` is shown in text mode instead of the value.
     Report& field(const std::string& key, Json value, std::string text);
-    // Numbers as they are, truth as yes and no, texts with nothing in them that steers a terminal.
+    // In text mode: booleans as yes and no, strings escaped.
     Report& field(const std::string& key, Json value);
-    // A record in the record: an object in JSON, fields "key field" for people.
+    // A nested record: an object in JSON, fields "key field" in text mode.
     Report& nested(const std::string& key, const Report& record);
-    // Number and name together: "3 (not charging)".
+    // The fields of another record.
+    Report& append(const Report& record);
+    // Number and name: "3 (not charging)".
     Report& code(const std::string& key, int64_t value, const std::string& name);
     Report& hexCode(const std::string& key, int64_t value, const std::string& name);
 
     const Json& json() const { return mJson; }
-    // A line a field, the values aligned, each line ended.
+    // One line per field, values aligned.
     std::string lines() const;
-    // All in one line, without its end: "status 3 (not charging), sub status 0".
+    // One line without a line feed: "status 3 (not charging), sub status 0".
     std::string line() const;
 
   private:
@@ -36,8 +38,8 @@ class Report {
     std::vector<std::pair<std::string, std::string>> mRows;
 };
 
-// JSON as this program writes it: on one line, in ASCII, so that no character steers a terminal;
-// bytes that are not UTF-8 are replaced.
+// JSON on one line, in ASCII, so that no character can control a terminal. Bytes that are not UTF-8
+// are replaced.
 std::string toText(const Json& json);
 
 }  // namespace wlc

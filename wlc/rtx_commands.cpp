@@ -18,18 +18,21 @@ void switchRtx(Context& context, bool on) {
 }  // namespace
 
 void addRtxCommands(CLI::App& app, Context& context) {
-    CLI::App* rtx = app.add_subcommand("rtx", "Reverse transmit: the phone charges another device");
+    CLI::App* rtx = app.add_subcommand("rtx", "Read and switch reverse charging of another device");
     rtx->require_subcommand(1);
-    rtx->add_subcommand("status", "Mode, the other device, and errors")->callback([&context] {
-        charger::RtxStatusInfo info;
-        check(context.service()->getRtxInformation(&info), "rtx status");
-        context.print(describe(info));
+    rtx->add_subcommand("status", "Print the mode, the other device and errors")
+        ->callback([&context] {
+            charger::RtxStatusInfo info;
+            check(context.service()->getRtxInformation(&info), "rtx status");
+            context.print(describe(info));
+        });
+    rtx->add_subcommand("on", "Turn reverse charging on")->callback([&context] {
+        switchRtx(context, true);
     });
-    rtx->add_subcommand("on", "Switch it on")->callback([&context] { switchRtx(context, true); });
-    rtx->add_subcommand("off", "Switch it off")->callback([&context] {
+    rtx->add_subcommand("off", "Turn reverse charging off")->callback([&context] {
         switchRtx(context, false);
     });
-    rtx->add_subcommand("supported", "Whether the phone can do it")->callback([&context] {
+    rtx->add_subcommand("supported", "Print whether the phone supports it")->callback([&context] {
         bool supported = false;
         check(context.service()->isRtxSupported(&supported), "rtx supported");
         Report report;

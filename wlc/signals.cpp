@@ -25,10 +25,10 @@ Signals::Signals() {
     const sigset_t set = interrupts();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     mDescriptor.set(signalfd(-1, &set, SFD_CLOEXEC));
-    if (mDescriptor.get() < 0) throw std::runtime_error("no descriptor left for signals");
+    if (mDescriptor.get() < 0) throw std::runtime_error("cannot create a signal descriptor");
 }
 
-// A signal that has come and was seen is taken back first, so that it does not end the process now.
+// Signals that were handled are consumed first, so that they do not kill the process now.
 Signals::~Signals() {
     while (came()) {
         signalfd_siginfo info;

@@ -5,8 +5,8 @@
 
 namespace wlc {
 
-// While it lives, SIGINT and SIGTERM do not end the process but make a descriptor readable, so that
-// a command can finish what it has begun. Make it before other threads start: they inherit it.
+// During its lifetime SIGINT and SIGTERM make a descriptor readable instead of killing the process,
+// so that a command can clean up. Create it before other threads, which inherit the signal mask.
 class Signals {
   public:
     Signals();
@@ -15,7 +15,7 @@ class Signals {
     Signals& operator=(const Signals&) = delete;
 
     int descriptor() const { return mDescriptor.get(); }
-    // Whether one has come. Does not block.
+    // Whether a signal is pending. Does not block.
     bool came() const;
 
   private:

@@ -2,13 +2,13 @@
 #include "text.h"
 
 #include <fmt/format.h>
-#include <host/escape.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
 #include "failure.h"
+#include "host_adapter.h"
 
 namespace wlc {
 namespace {
@@ -20,7 +20,7 @@ int hexDigit(char c) {
     return -1;
 }
 
-// Edits (insert, remove, replace, swap neighbours) that turn one word into the other.
+// Edit distance: insertions, deletions, substitutions and swaps of neighbors.
 size_t distance(const std::string& a, const std::string& b) {
     std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
     for (size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
@@ -67,11 +67,11 @@ std::vector<uint8_t> fromHex(std::string_view text, const std::string& what) {
 }
 
 std::string printable(std::string_view text) {
-    return android::host::escaped(text);
+    return escaped(text, false);
 }
 
 std::string printableLines(std::string_view text) {
-    return android::host::escaped(text, android::host::LineFeeds::kKept);
+    return escaped(text, true);
 }
 
 int64_t toNumber(const std::string& text, const std::string& what, int64_t lowest,

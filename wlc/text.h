@@ -7,25 +7,25 @@
 #include <string_view>
 #include <vector>
 
-// Texts and bytes in and out. Pure functions.
+// Parsing and formatting of text and bytes. Pure functions.
 namespace wlc {
 
-// Lower-case, two digits a byte, nothing between them.
+// Lower-case, two digits per byte, no separators.
 std::string toHex(std::span<const uint8_t> bytes);
 
-// Digits in pairs; blanks and colons between pairs are passed over. Throws badUsage, naming `what`
-// and the place of the fault.
+// Digits in pairs; spaces and colons between pairs are ignored. Throws badUsage with `what` and the
+// position of the error.
 std::vector<uint8_t> fromHex(std::string_view text, const std::string& what);
 
-// The text with control characters and bytes that are not UTF-8 written as \xNN (host/escape.h):
-// what a dock says must not steer a terminal. printableLines keeps line feeds.
+// Untrusted text made safe for a terminal; see escaped() in host_adapter.h. printableLines keeps
+// line feeds.
 std::string printable(std::string_view text);
 std::string printableLines(std::string_view text);
 
-// A decimal or 0x-prefixed number within bounds. Throws badUsage, naming `what` and the bounds.
+// A decimal or 0x-prefixed number within bounds. Throws badUsage with `what` and the bounds.
 int64_t toNumber(const std::string& text, const std::string& what, int64_t lowest, int64_t highest);
 
-// The candidate nearest to a mistyped word, empty when none is near enough to be meant.
+// The candidate closest to a mistyped word; empty when none is close enough.
 std::string nearest(const std::string& word, const std::vector<std::string>& candidates);
 
 }  // namespace wlc

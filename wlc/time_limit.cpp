@@ -18,12 +18,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Setting the timer is a system call, which need not be made for each chunk of an update.
+// Setting the timer is a system call, too expensive for each chunk of an update.
 constexpr std::chrono::milliseconds kGrain(50);
 
 double gSeconds = 0;
 Clock::time_point gBegan;
-// What the signal handler writes, and where.
+// What the signal handler writes, and to which descriptor.
 std::string gText;
 int gOutput = STDERR_FILENO;
 
@@ -47,7 +47,7 @@ void setTimer(double seconds) {
 void limitAnswerTime(double seconds, bool json) {
     unlimitAnswerTime();
     const std::string message = fmt::format(
-        "no answer from the service within {:g} s; --timeout SECONDS waits longer", seconds);
+        "no answer from the service within {:g} s; use --timeout SECONDS to wait longer", seconds);
     const Json error = {{"error", {{"code", 0}, {"name", "NO_ANSWER"}, {"message", message}}}};
     gText = (json ? toText(error) : "wlc: " + message) + "\n";
     gOutput = json ? STDOUT_FILENO : STDERR_FILENO;

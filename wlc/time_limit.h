@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// How long the service may take to answer. One limit for the process: a call that hangs cannot be
-// ended in any other way. Main thread.
+// The time limit for an answer from the service. It ends the process, because a call that hangs
+// cannot be aborted in any other way. Main thread only.
 namespace wlc {
 
-// From now on the process ends with kNoService, after saying so as text or JSON, when no answer
-// comes for so long. Positive.
+// Starts the limit: when no answer arrives within `seconds` (positive), the process exits with
+// kNoService and a message, as text or JSON.
 void limitAnswerTime(double seconds, bool json);
 
-// An answer came: the time starts anew, if it is limited. Cheap.
+// An answer arrived: restarts the limit if there is one. Cheap.
 void noteAnswer();
 
-// No answer is being waited for.
+// Stops the limit.
 void unlimitAnswerTime();
 
 }  // namespace wlc

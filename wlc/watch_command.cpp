@@ -75,18 +75,18 @@ bool wanted(const WatchArguments& arguments, const char* kind) {
            std::find(arguments.kinds.begin(), arguments.kinds.end(), kind) != arguments.kinds.end();
 }
 
-// The queue lives as long as the process: a callback may run until the very end.
+// Never destroyed: a callback may run until the process ends.
 EventQueue& theQueue() {
     static EventQueue* const queue = new EventQueue;
     return *queue;
 }
 
-// `subscription` is the number of one, as a pointer.
+// The cookie is the number of the subscription.
 void onServiceDied(void* subscription) {
     theQueue().close(reinterpret_cast<uintptr_t>(subscription));
 }
 
-// What is subscribed to; ended in order, also when the command ends early.
+// The subscriptions of the command. The destructor unregisters them.
 class Subscriptions {
   public:
     Subscriptions(Context& context, const WatchArguments& arguments)
@@ -114,11 +114,11 @@ class Subscriptions {
             check(mService->registerFanLevelChangedCallback(subscriber), "watch fan");
             mFan = subscriber;
         }
-        // From here on it is events that are waited for.
+        // What follows are events, which have no time limit.
         unlimitAnswerTime();
     }
 
-    // The service also forgets a subscriber whose process ends; nothing depends on these calls.
+    // Errors are ignored: the service also drops a subscriber whose process ends.
     ~Subscriptions() {
         mContext.limitAnswers();
         if (mAlign != nullptr) static_cast<void>(mService->unregisterCallback(mAlign));
@@ -178,8 +178,7 @@ class Watch {
             } else if (queue.closed()) {
                 if (!mArguments.reconnect) {
                     throw Failure(kNoService, 0, "NO_SERVICE",
-                                  "the connection to the service was lost; with --reconnect watch "
-                                  "subscribes again");
+                                  "connection to the service lost; --reconnect subscribes again");
                 }
                 if (!reconnect()) return;
             } else if (!waitFor(queue.descriptor(), untilDeadline(mDeadline))) {
@@ -189,21 +188,21 @@ class Watch {
     }
 
   private:
-    // False when the command is to end: Ctrl-C came, or the time is up. Throws when the time is up
-    // before all the events came that were asked for.
+    // Returns false when the command has to end: on Ctrl-C or timeout. Throws on a timeout before
+    // all requested events have arrived.
     bool waitFor(int descriptor, int limitMs) {
         pollfd waits[] = {{descriptor, POLLIN, 0}, {mSignals.descriptor(), POLLIN, 0}};
         poll(waits, 2, limitMs);
         if (mSignals.came()) return false;
         if (untilDeadline(mDeadline) != 0) return true;
         if (mArguments.count == 0) return false;
-        throw refused(fmt::format("{} of {} events came within {} s", mSeen, mArguments.count,
+        throw refused(fmt::format("only {} of {} events within {} s", mSeen, mArguments.count,
                                   mArguments.timeout));
     }
 
-    // Subscribes again once the service is there; false when the command is to end before.
+    // Subscribes again once the service is back; false when the command has to end first.
     bool reconnect() {
-        mContext.note("the connection to the service was lost; waiting for it");
+        mContext.note("connection to the service lost; waiting for it");
         mSubscriptions.reset();
         mContext.waitSeconds = 0;
         for (;;) {
@@ -223,7 +222,7 @@ class Watch {
         return true;
     }
 
-    // Nothing tells when a name appears.
+    // There is no notification when a name appears.
     static constexpr int kLookupMs = 50;
 
     Context& mContext;
@@ -249,16 +248,18 @@ void watch(Context& context, const WatchArguments& arguments) {
 
 void addWatchCommand(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<WatchArguments>();
-    CLI::App* command = app.add_subcommand("watch", "Print events as they come, until Ctrl-C");
-    command->add_option("EVENT", arguments->kinds, "align, rtx, fan; all when none is given");
-    command->add_option("--count", arguments->count, "End after so many events")
+    CLI::App* command = app.add_subcommand("watch", "Print events as they arrive, until Ctrl-C");
+    command->add_option("EVENT", arguments->kinds, "align, rtx or fan; default: all");
+    command->add_option("--count", arguments->count, "Exit after N events")
         ->type_name("N")
         ->check(CLI::Range(1, 1000000000));
-    command->add_option("--timeout", arguments->timeout, "End after so long")
+    command
+        ->add_option("--timeout", arguments->timeout,
+                     "Exit after SECONDS; status 1 if fewer than --count events arrived")
         ->type_name("SECONDS")
         ->check(secondsFrom(0.001));
     command->add_flag("--reconnect", arguments->reconnect,
-                      "Subscribe again when the connection to the service was lost");
+                      "Subscribe again after the connection to the service was lost");
     command->callback([&context, arguments] { watch(context, *arguments); });
 }
 

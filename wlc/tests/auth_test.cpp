@@ -7,74 +7,95 @@ namespace wlc {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 const std::string kOtherRoot = std::string(CERTIFICATES) + "/other_root.pem";
+const std::string kAuth = "auth --virtual-dock";
 
-class AuthTest : public ServiceTest {
-  protected:
-    void expectRefused(const std::string& line, const std::string& step, const std::string& why) {
-        SCOPED_TRACE(line + ", expecting " + step);
-        const Outcome text = wlc(line);
-        EXPECT_EQ(1, text.exitStatus) << text.out;
-        EXPECT_THAT(text.out, HasSubstr("FAIL  " + step));
-        EXPECT_THAT(text.err, HasSubstr(why));
-        EXPECT_EQ(std::string::npos, text.out.find("Believe"));
-        const nlohmann::json json = wlcJson(line, 1);
-        EXPECT_FALSE(json["authentic"]);
-        EXPECT_EQ(step, json["steps"].back()["step"]);
-        EXPECT_FALSE(json["steps"].back()["passed"]);
-        EXPECT_THAT(json["error"]["message"].get<std::string>(), HasSubstr(why));
-    }
-};
+using AuthTest = ServiceTest;
 
-TEST_F(AuthTest, RightDockIsBelievedInEverySlotWithItsRoot) {
-    for (const std::string& line : {std::string("auth"), std::string("auth --slot 1"),
+TEST_F(AuthTest, GenuineOnlyAgainstTheRightRoot) {
+    const std::string root = std::string(CERTIFICATES) + "/root.pem";
+    for (const std::string& line : {kAuth, kAuth + " --slot 1", "auth --root " + root,
                                     "auth --slot 3 --root " + kOtherRoot}) {
+        SCOPED_TRACE(line);
         const Outcome text = wlc(line);
         EXPECT_EQ(0, text.exitStatus) << text.out << text.err;
-        EXPECT_THAT(text.out, HasSubstr("Believe it: this dock is 0072-00000"));
+        EXPECT_THAT(text.out, HasSubstr("The dock is genuine: 0072-00000"));
+        const bool isPublic = line.find("--virtual-dock") != std::string::npos;
+        EXPECT_EQ(isPublic, text.out.find("private keys are public") != std::string::npos);
+        const nlohmann::json json = wlcJson(line);
+        EXPECT_TRUE(json["authentic"]);
+        EXPECT_EQ(6u, json["steps"].size());
+        EXPECT_THAT(json["dock"]["subject"].get<std::string>(), HasSubstr("0072-00000"));
+        EXPECT_EQ(isPublic, json.value("keysArePublic", false));
     }
-    const nlohmann::json json = wlcJson("auth");
-    EXPECT_TRUE(json["authentic"]);
-    EXPECT_EQ(6u, json["steps"].size());
+}
+
+TEST_F(AuthTest, WithoutARootTheEvidenceIsShownAndNothingIsTrusted) {
+    const Outcome text = wlc("auth");
+    EXPECT_EQ(1, text.exitStatus);
+    EXPECT_THAT(text.out, HasSubstr("ok    challenge"));
+    EXPECT_THAT(text.out, HasSubstr("The dock claims to be 0072-000000"));
+    EXPECT_THAT(text.out, Not(HasSubstr("genuine")));
+    EXPECT_THAT(text.err, HasSubstr("nothing was trusted"));
+    EXPECT_THAT(text.err, HasSubstr("--root FILE"));
+    const nlohmann::json json = wlcJson("auth", 1);
+    EXPECT_FALSE(json["authentic"]);
+    EXPECT_EQ("NOT_TRUSTED", json["error"]["name"]);
     EXPECT_EQ("0072-000000", json["dock"]["subject"]);
+    EXPECT_EQ(64u, json["rootHash"].get<std::string>().size());
 }
 
-TEST_F(AuthTest, WrongRootAndEmptySlotAreRefused) {
-    expectRefused("auth --slot 3", "root", "the chain names another root");
-    expectRefused("auth --root " + kOtherRoot, "root", "the chain names another root");
-    expectRefused("auth --slot 2", "digests", "slot 2 holds no certificate chain");
-}
-
-TEST_F(AuthTest, SignatureThatIsNotForThisChallengeIsRefused) {
-    for (const char* kind : {"replayed", "garbage"}) {
-        // There has to be an earlier signature that can be replayed.
-        dock("set auth.signature right");
-        ASSERT_EQ(0, wlc("auth").exitStatus);
-        dock(Words{"set", "auth.signature", kind});
-        expectRefused("auth", "challenge", "signature is not the product unit's");
+TEST_F(AuthTest, AnythingWrongFailsAtItsStep) {
+    const struct {
+        std::vector<std::string> dock;  // set for this case
+        std::string line;
+        const char* step;
+        const char* why;
+    } kCases[] = {
+        {{}, kAuth + " --slot 3", "root", "the chain names a different root"},
+        {{}, "auth --root " + kOtherRoot, "root", "the chain names a different root"},
+        {{}, kAuth + " --slot 2", "digests", "slot 2 holds no certificate chain"},
+        {{"auth.signature right", "auth.signature replayed"},
+         kAuth,
+         "challenge",
+         "signature was not made by the product unit"},
+        {{"auth.signature garbage"}, "auth", "challenge", "not made by the product unit"},
+        {{"auth.signature garbage"}, kAuth, "challenge", "not made by the product unit"},
+        {{"auth.signature wrong-slot"}, kAuth, "challenge", "dock authentication failed"},
+        {{"auth.signature right", "cert.0.flip 300"}, kAuth, "chain", "failed"},
+        {{"cert.0.flip -1", "auth.claimed-length 500"}, kAuth, "chain", "failed"},
+        {{"auth.claimed-length 65535"}, kAuth, "chain", "failed"},
+        {{"auth.claimed-length 0"}, kAuth, "chain", "failed"},
+        {{"auth.claimed-length -1", "auth.ready false"}, kAuth, "readiness", "not ready"},
+    };
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.line + " fails at " + c.step + ": " + c.why);
+        for (const std::string& setting : c.dock) {
+            dock("set " + setting);
+            // A signature to replay.
+            if (setting == "auth.signature right") {
+                ASSERT_EQ(0, wlc(kAuth).exitStatus);
+            }
+        }
+        const Outcome text = wlc(c.line);
+        EXPECT_EQ(1, text.exitStatus) << text.out;
+        EXPECT_THAT(text.out, HasSubstr(std::string("FAIL  ") + c.step));
+        EXPECT_THAT(text.out, Not(HasSubstr("genuine")));
+        EXPECT_THAT(text.err, HasSubstr(c.why));
+        const nlohmann::json json = wlcJson(c.line, 1);
+        EXPECT_FALSE(json["authentic"]);
+        EXPECT_EQ(c.step, json["steps"].back()["step"]);
+        EXPECT_FALSE(json["steps"].back()["passed"]);
+        EXPECT_THAT(json["error"]["message"].get<std::string>(), HasSubstr(c.why));
     }
-    dock("set auth.signature wrong-slot");
-    expectRefused("auth", "challenge", "do not believe this dock");
-}
-
-TEST_F(AuthTest, DockThatLiesOrFailsIsReportedNotBelieved) {
-    for (const char* lie : {"cert.0.flip 300", "auth.claimed-length 500",
-                            "auth.claimed-length 65535", "auth.claimed-length 0"}) {
-        dock(std::string("set ") + lie);
-        const Outcome text = wlc("auth");
-        EXPECT_EQ(1, text.exitStatus) << lie << text.out;
-        EXPECT_THAT(text.out, testing::Not(HasSubstr("Believe"))) << lie;
-        dock("set cert.0.flip -1");
-    }
-    dock("set auth.claimed-length -1");
+    dock("set auth.ready true");
     dock("set auth.max-piece 1");
-    EXPECT_EQ(0, wlc("auth").exitStatus) << "one byte at a time is slow, not wrong";
-    dock("set auth.ready false");
-    EXPECT_EQ(1, wlc("auth").exitStatus);
+    EXPECT_EQ(0, wlc(kAuth).exitStatus) << "one byte per piece is slow but correct";
 }
 
-TEST_F(AuthTest, PartsOfTheExchangeCanBeHadAlone) {
+TEST_F(AuthTest, EachStepAlsoRunsSeparately) {
     const std::string chain = wlcJson("auth certificate --slot 1")["certificate"];
     EXPECT_EQ(832u * 2, chain.size());
     EXPECT_EQ(chain.substr(600, 400),
@@ -83,9 +104,9 @@ TEST_F(AuthTest, PartsOfTheExchangeCanBeHadAlone) {
     const nlohmann::json answer = wlcJson("auth challenge --slot 1 --nonce " + nonce);
     EXPECT_EQ(nonce, answer["nonce"]);
     EXPECT_EQ(64u, answer["signatureR"].get<std::string>().size());
+    EXPECT_THAT(wlc("auth challenge").out, HasSubstr("slot populated mask   0, 1, 3\n"));
     EXPECT_EQ(1, wlc("auth challenge --nonce 5555").exitStatus);
-    const std::string path = file("chain", "");
-    EXPECT_EQ(0, wlc("auth certificate --output " + path).exitStatus);
+    EXPECT_EQ(0, wlc("auth certificate --output " + file("chain", "")).exitStatus);
     EXPECT_EQ(1, wlc("auth certificate --output /nonexistent/x").exitStatus);
 }
 

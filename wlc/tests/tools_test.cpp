@@ -138,8 +138,8 @@ TEST_F(StrangeServiceTest, SilentServiceIsGivenUp) {
         const Outcome text = wlc(std::string("--timeout 0.3 ") + command);
         EXPECT_EQ(3, text.exitStatus);
         EXPECT_THAT(text.err,
-                    testing::EndsWith("no answer from the service within 0.3 s; --timeout "
-                                      "SECONDS waits longer\n"));
+                    testing::EndsWith("no answer from the service within 0.3 s; use --timeout "
+                                      "SECONDS to wait longer\n"));
         EXPECT_THAT(wlc(std::string("--json --timeout 0.3 ") + command).out,
                     HasSubstr("{\"error\":{\"code\":0,\"name\":\"NO_ANSWER\""));
     }

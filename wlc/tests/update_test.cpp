@@ -96,7 +96,7 @@ TEST_F(UpdateTest, ImagesThatCannotBeRightAreRefusedBeforeAnythingIsSent) {
     const std::string large = file("large", image(1001));
     const std::string empty = file("empty", "");
     const std::pair<std::string, const char*> cases[] = {
-        {"firmware update " + large, "too large for this dock: 1001 bytes, it takes 1000"},
+        {"firmware update " + large, "too large for this dock: 1001 bytes, the limit is 1000"},
         {"firmware update " + empty, "is empty"},
         {"legacy-firmware update " + empty, "is empty"},
         {"firmware update /nonexistent", "cannot read /nonexistent"},
@@ -206,7 +206,7 @@ TEST_F(UpdateTest, ServiceThatDiesIsNamedAndANewOneTakesTheRest) {
     killService();
     const Outcome outcome = process.wait();
     EXPECT_EQ(3, outcome.exitStatus);
-    EXPECT_THAT(outcome.err, HasSubstr("the service ended during the call"));
+    EXPECT_THAT(outcome.err, HasSubstr("the service died during the call"));
     EXPECT_THAT(outcome.err, HasSubstr("--resume"));
     startService();
     EXPECT_EQ(0, wlc("firmware update --resume " + path).exitStatus);

@@ -64,7 +64,7 @@ TEST_F(WatchTest, OnlyTheEventsAskedForAreSubscribedTo) {
 TEST_F(WatchTest, TooFewEventsInTimeExitOne) {
     const Outcome outcome = wlc("watch --count 1 --timeout 0.2");
     EXPECT_EQ(1, outcome.exitStatus);
-    EXPECT_THAT(outcome.err, HasSubstr("0 of 1 events came within 0.2 s"));
+    EXPECT_THAT(outcome.err, HasSubstr("only 0 of 1 events within 0.2 s"));
     EXPECT_EQ(0, wlc("watch --timeout 0.1").exitStatus);
 }
 
