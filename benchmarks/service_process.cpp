@@ -19,7 +19,7 @@ constexpr const char* kUeventVariable = "ANDROID_HOST_UEVENT_SOCKET";
 }  // namespace
 
 Proxy connectTo(const std::string& socketPath) {
-    const ndk::SpAIBinder binder(host::binder::connectService(socketPath));
+    const ndk::SpAIBinder binder(android::host::connectService(socketPath));
     Proxy proxy = charger::IWirelessCharger::fromBinder(binder);
     if (proxy == nullptr) throw Trouble("the service at " + socketPath + " does not answer");
     return proxy;

@@ -16,7 +16,7 @@
 #include "reactor.h"
 #include "unix_socket.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 constexpr size_t kOperations = 6;  // of each thread
@@ -229,22 +229,22 @@ void use(AIBinder* root, const Bytes& operations) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace host::binder::test;
+    using namespace android::host::test;
     static const std::string path = socketPath();
-    static const int listening = host::binder::listenUnix(path).release();
+    static const int listening = android::host::listenUnix(path).release();
     if (size < 2 * kOperations) return 0;
-    host::binder::Reactor::get().setMaxThreads(2);
-    host::binder::Reactor::get().startPool();
+    android::host::Reactor::get().setMaxThreads(2);
+    android::host::Reactor::get().startPool();
     const size_t before = openDescriptors();
     std::atomic<bool> isDone{false};
     std::thread server([&] {
         Server({data + 2 * kOperations, size - 2 * kOperations}, listening).run(isDone);
     });
     {
-        const ndk::SpAIBinder root(host::binder::connectService(path));
+        const ndk::SpAIBinder root(android::host::connectService(path));
         if (root.get() != nullptr) {
             (void)AIBinder_associateClass(root.get(), echo::serverClass());
             std::thread other(use, root.get(), Bytes(data, data + kOperations));

@@ -22,7 +22,7 @@
 #include "parcel.h"
 #include "raw_peer.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 
 // One socket of the hostile peer, which never waits for the other side to take what it sends.
 struct HostileSocket {
@@ -258,7 +258,7 @@ inline void expectNothingLeft(size_t descriptorsBefore) {
     abort();
 }
 
-}  // namespace host::binder::test
+}  // namespace android::host::test
 
 // Most of what the log would say is about the peer's faults.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {

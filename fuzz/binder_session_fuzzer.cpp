@@ -15,7 +15,7 @@
 #include "listener.h"
 #include "unix_socket.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 constexpr size_t kMaxSteps = 100;
@@ -300,10 +300,10 @@ void expectServed() {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace host::binder::test;
+    using namespace android::host::test;
     if (size == 0) return 0;
     (void)served();
     const size_t before = openDescriptors();

@@ -149,7 +149,7 @@ bool ChargerSystem::waitForLog(const std::string& text, size_t count) const {
 }
 
 std::shared_ptr<charger::IWirelessCharger> ChargerSystem::connect() const {
-    const ndk::SpAIBinder binder(host::binder::connectService(socketPath()));
+    const ndk::SpAIBinder binder(android::host::connectService(socketPath()));
     auto service = charger::IWirelessCharger::fromBinder(binder);
     if (service == nullptr) throw std::runtime_error("cannot connect to the service");
     return service;

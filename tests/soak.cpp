@@ -222,8 +222,8 @@ class Soak {
         const android::base::unique_fd null(open("/dev/null", O_RDWR | O_CLOEXEC));
         binder_status_t result = STATUS_OK;
         for (const Words& command : commands) {
-            (void)host::binder::shellCommand(client->asBinder().get(), null.get(), null.get(),
-                                             null.get(), command, &result);
+            (void)android::host::shellCommand(client->asBinder().get(), null.get(), null.get(),
+                                              null.get(), command, &result);
         }
     }
 

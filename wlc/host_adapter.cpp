@@ -28,7 +28,7 @@ binder_status_t shellEscaped(AIBinder* binder, const std::vector<std::string>& a
                              binder_status_t* result) {
     android::host::TextRelay out(STDOUT_FILENO);
     android::host::TextRelay err(STDERR_FILENO);
-    const binder_status_t status = host::binder::shellCommand(
+    const binder_status_t status = android::host::shellCommand(
         binder, STDIN_FILENO, out.descriptor(), err.descriptor(), args, result);
     out.finish();
     err.finish();

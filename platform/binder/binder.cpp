@@ -12,7 +12,7 @@
 #include "serving_context.h"
 #include "session.h"
 
-using namespace host::binder;
+using namespace android::host;
 using android::base::unique_fd;
 
 namespace {
@@ -112,7 +112,7 @@ void AIBinder::decWeak() {
     if (mWeak.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
 }
 
-namespace host::binder {
+namespace android::host {
 
 DeathLink::DeathLink(const AIBinder_DeathRecipient& recipient, void* cookie)
     : mRecipient(&recipient),
@@ -322,4 +322,4 @@ void ProxyBinder::tellDeath() {
     for (const auto& link : links) link->tellDeath();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

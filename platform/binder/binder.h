@@ -69,7 +69,7 @@ struct AIBinder {
     std::atomic<int32_t> mWeak{1};  // all strong references together hold one
 };
 
-namespace host::binder {
+namespace android::host {
 
 // A recipient linked to an object. Known to both; whichever goes first ends it.
 class DeathLink {
@@ -94,7 +94,7 @@ class DeathLink {
     std::atomic<bool> mIsOver{false};
 };
 
-}  // namespace host::binder
+}  // namespace android::host
 
 struct AIBinder_DeathRecipient {
   public:
@@ -102,18 +102,18 @@ struct AIBinder_DeathRecipient {
     // Ends all its links.
     ~AIBinder_DeathRecipient();
 
-    std::shared_ptr<host::binder::DeathLink> makeLink(void* cookie) EXCLUDES(mLock);
+    std::shared_ptr<android::host::DeathLink> makeLink(void* cookie) EXCLUDES(mLock);
 
     const AIBinder_DeathRecipient_onBinderDied onDied;
     AIBinder_DeathRecipient_onBinderUnlinked onUnlinked = nullptr;  // set before the first link
 
   private:
     std::mutex mLock;
-    std::vector<std::shared_ptr<host::binder::DeathLink>> mLinks GUARDED_BY(mLock);
+    std::vector<std::shared_ptr<android::host::DeathLink>> mLinks GUARDED_BY(mLock);
     size_t mForgetAt GUARDED_BY(mLock) = 16;  // links, when those that are over are forgotten
 };
 
-namespace host::binder {
+namespace android::host {
 
 class Session;
 
@@ -200,4 +200,4 @@ class CallerScope {
     const Caller* const mPrevious;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

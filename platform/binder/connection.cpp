@@ -11,7 +11,7 @@
 #include <array>
 #include <utility>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -384,4 +384,4 @@ void Connection::shutDown() {
     (void)shutdown(mSocket.get(), SHUT_RDWR);
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -14,7 +14,7 @@
 #include "held_fds.h"
 #include "reactor.h"
 
-namespace host::binder {
+namespace android::host {
 
 class Connection;
 
@@ -138,4 +138,4 @@ class Connection : public Pollable {
     size_t mUnsentBegin GUARDED_BY(mSendLock) = 0;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -8,7 +8,7 @@
 
 #include "dial.h"
 
-namespace host::binder {
+namespace android::host {
 
 ConnectionPool::ConnectionPool(bool isServer, size_t maxClientCalls,
                                std::function<bool()> openAnother)
@@ -132,4 +132,4 @@ void ConnectionPool::setMaxClientCalls(size_t count) {
     mMaxClientCalls = count;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

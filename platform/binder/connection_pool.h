@@ -12,7 +12,7 @@
 #include "binder.h"
 #include "connection.h"
 
-namespace host::binder {
+namespace android::host {
 
 // Any thread.
 class ConnectionPool {
@@ -63,4 +63,4 @@ class ConnectionPool {
     std::condition_variable mFreed;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -5,7 +5,7 @@
 
 #include "thread.h"
 
-namespace host::binder {
+namespace android::host {
 
 Diagnostics& Diagnostics::get() {
     static auto* const diagnostics = new Diagnostics;
@@ -42,4 +42,4 @@ void Diagnostics::work() {
     }
 }
 
-}  // namespace host::binder
+}  // namespace android::host

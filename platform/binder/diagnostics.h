@@ -13,7 +13,7 @@
 #include "peer_limits.h"
 #include "rpc_wire.h"
 
-namespace host::binder {
+namespace android::host {
 
 constexpr bool isDiagnostic(uint32_t code) {
     return code == kDumpCode || code == kShellCommandCode;
@@ -37,4 +37,4 @@ class Diagnostics {
     size_t mThreads GUARDED_BY(mLock) = 0;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -10,7 +10,7 @@
 #include "peer_limits.h"
 #include "unix_socket.h"
 
-namespace host::binder {
+namespace android::host {
 
 using android::base::unique_fd;
 
@@ -76,4 +76,4 @@ unique_fd dial(const std::string& path, const DialOptions& options) {
     return socket;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -10,7 +10,7 @@
 
 #include "rpc_wire.h"
 
-namespace host::binder {
+namespace android::host {
 
 using SessionId = std::array<uint8_t, kSessionIdSize>;
 
@@ -29,4 +29,4 @@ android::base::unique_fd dial(const std::string& path, const DialOptions& option
 bool sendAll(int socket, const void* data, size_t size);
 bool receiveAll(int socket, void* data, size_t size);
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -18,7 +18,7 @@
 #include "peer_limits.h"
 #include "thread.h"
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -180,4 +180,4 @@ bool ForwardedOutput::finish() NO_THREAD_SAFETY_ANALYSIS {  // std::unique_lock 
     return !mState->isTimedOut;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

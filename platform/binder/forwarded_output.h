@@ -13,7 +13,7 @@
 #include <mutex>
 #include <vector>
 
-namespace host::binder {
+namespace android::host {
 
 class ForwardedOutput {
   public:
@@ -44,4 +44,4 @@ class ForwardedOutput {
     const std::shared_ptr<State> mState;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 constexpr size_t kUsualCapacity = 4096;
@@ -74,4 +74,4 @@ void FrameBuffer::takeFds(uint64_t frameBegin, uint64_t frameEnd, Frame* frame) 
     mFdCount -= frame->fds.size();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

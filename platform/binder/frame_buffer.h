@@ -12,7 +12,7 @@
 
 #include "rpc_wire.h"
 
-namespace host::binder {
+namespace android::host {
 
 struct Frame {
     WireHeader header;
@@ -59,4 +59,4 @@ class FrameBuffer {
     size_t mFdCount = 0;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

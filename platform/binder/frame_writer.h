@@ -11,7 +11,7 @@
 #include "parcel.h"
 #include "rpc_wire.h"
 
-namespace host::binder {
+namespace android::host {
 
 template <typename T>
 struct FrameHead {
@@ -48,4 +48,4 @@ Connection::Sent sendFrame(Connection& connection, PendingDecs* pending, const F
                            deadline);
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -5,7 +5,7 @@
 
 #include "peer_limits.h"
 
-namespace host::binder {
+namespace android::host {
 
 // Counts the descriptors that a session, and the process, holds for frames that are not complete.
 // Any thread.
@@ -29,4 +29,4 @@ class HeldFds {
     std::atomic<size_t> mCount{0};
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -15,7 +15,7 @@
 #include "parcel.h"
 #include "session.h"
 
-using namespace host::binder;
+using namespace android::host;
 using android::base::unique_fd;
 
 struct AIBinder_Weak {
@@ -280,7 +280,7 @@ binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient
     return proxy == nullptr ? STATUS_NAME_NOT_FOUND : proxy->unlink(recipient, cookie);
 }
 
-size_t host::binder::addressCount(AIBinder* remote) {
+size_t android::host::addressCount(AIBinder* remote) {
     ProxyBinder* proxy = asProxy(remote);
     return proxy == nullptr ? 0 : proxy->session().addressCount();
 }

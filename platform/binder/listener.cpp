@@ -13,7 +13,7 @@
 #include "opening.h"
 #include "unix_socket.h"
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -96,4 +96,4 @@ std::shared_ptr<Session> Listener::find(const Session::Id& id) {
     return found == mSessions.end() ? nullptr : found->second.lock();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

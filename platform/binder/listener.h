@@ -9,7 +9,7 @@
 
 #include "session.h"
 
-namespace host::binder {
+namespace android::host {
 
 class Listener : public Pollable {
   public:
@@ -44,4 +44,4 @@ class Listener : public Pollable {
     size_t mForgetAt GUARDED_BY(mLock) = 64;  // sessions, when those that have ended are forgotten
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 // A oneway call brings no answer that could carry its reference back. So many may gather on one
@@ -287,4 +287,4 @@ size_t ObjectTable::size() {
     return mNodes.size();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

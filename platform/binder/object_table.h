@@ -18,7 +18,7 @@
 #include "binder.h"
 #include "oneway_queue.h"
 
-namespace host::binder {
+namespace android::host {
 
 // DEC_STRONG frames for one message, off the table's books.
 struct PendingDecs {
@@ -145,4 +145,4 @@ class ObjectTable {
     size_t mWaitingOnewayBytes GUARDED_BY(mLock) = 0;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -5,7 +5,7 @@
 
 #include "rpc_wire.h"
 
-namespace host::binder {
+namespace android::host {
 
 OnewayQueue::Arrival OnewayQueue::arrived(uint64_t number, OnewayCall* call, size_t* budget) {
     // A peer that had forgotten the object when we sent it anew counts from 0 again, while the news
@@ -50,4 +50,4 @@ void OnewayQueue::clear(size_t* budget) {
     mGapSince = kNoDeadline;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -10,7 +10,7 @@
 #include "parcel.h"
 #include "peer_limits.h"
 
-namespace host::binder {
+namespace android::host {
 
 struct ParcelDeleter {
     void operator()(AParcel* parcel) const { AParcel::recycle(parcel); }
@@ -60,4 +60,4 @@ class OnewayQueue {
     Deadline mGapSince = kNoDeadline;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

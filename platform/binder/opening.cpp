@@ -12,7 +12,7 @@
 
 #include "listener.h"
 
-namespace host::binder {
+namespace android::host {
 
 using android::base::unique_fd;
 
@@ -131,4 +131,4 @@ bool Opening::write(const void* data, size_t size) {
            static_cast<ssize_t>(size);
 }
 
-}  // namespace host::binder
+}  // namespace android::host

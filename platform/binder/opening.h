@@ -7,7 +7,7 @@
 
 #include "session.h"
 
-namespace host::binder {
+namespace android::host {
 
 class Listener;
 
@@ -51,4 +51,4 @@ class Opening : public Pollable {
     Session::Id mSessionId{};
 };
 
-}  // namespace host::binder
+}  // namespace android::host

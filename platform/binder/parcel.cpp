@@ -14,7 +14,7 @@
 #include "utf.h"
 
 using android::base::unique_fd;
-using namespace host::binder;
+using namespace android::host;
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host::binder {
+namespace android::host {
 class Session;
 }
 
@@ -39,7 +39,7 @@ struct AParcel {
 
     // Makes it what arrived in a frame. `fdOffsets` are the object table; STATUS_BAD_VALUE when it
     // does not fit bytes or descriptors.
-    binder_status_t setReceived(std::shared_ptr<host::binder::Session> session,
+    binder_status_t setReceived(std::shared_ptr<android::host::Session> session,
                                 std::span<const uint8_t> bytes,
                                 std::span<const uint8_t> objectTable,
                                 std::vector<android::base::unique_fd> fds);
@@ -96,6 +96,6 @@ struct AParcel {
     std::vector<BinderItem> mBinders;
     std::vector<android::base::unique_fd> mFds;
     std::vector<uint32_t> mFdOffsets;
-    std::shared_ptr<host::binder::Session> mSession;  // set when it came over the wire
+    std::shared_ptr<android::host::Session> mSession;  // set when it came over the wire
     mutable size_t mBindersSeen = 0;  // each arrival of an address counts once, however often read
 };

@@ -13,7 +13,7 @@
 #include "status.h"
 #include "utf.h"
 
-using namespace host::binder;
+using namespace android::host;
 using android::base::unique_fd;
 
 namespace {
@@ -120,7 +120,7 @@ binder_status_t writeText(AParcel* parcel, const char* text, int32_t length) {
     }
     if (length < 0) return STATUS_BAD_VALUE;
     const std::string_view all(text, static_cast<size_t>(length));
-    if (!android::host::isUtf8(all)) return STATUS_BAD_VALUE;
+    if (!isUtf8(all)) return STATUS_BAD_VALUE;
     parcel->writeString(all);
     return STATUS_OK;
 }
@@ -212,7 +212,7 @@ binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status
     parcel->writeValue(exception);
     if (exception == EX_NONE) return STATUS_OK;
     const std::string_view message = AStatus_getMessage(status);
-    parcel->writeString(android::host::isUtf8(message) ? message : std::string_view());
+    parcel->writeString(isUtf8(message) ? message : std::string_view());
     parcel->writeValue(int32_t{0});  // no stack trace
     if (exception == EX_SERVICE_SPECIFIC) {
         parcel->writeValue(AStatus_getServiceSpecificError(status));

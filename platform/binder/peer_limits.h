@@ -10,7 +10,7 @@
 
 #include <chrono>
 
-namespace host::binder {
+namespace android::host {
 
 using Clock = std::chrono::steady_clock;
 using Deadline = Clock::time_point;
@@ -92,4 +92,4 @@ inline constexpr uint32_t kMaxWaitingThreads = 64;
 inline constexpr size_t kMaxDiagnosticsThreads = 4;
 inline constexpr size_t kMaxWaitingDiagnostics = 16;
 
-}  // namespace host::binder
+}  // namespace android::host

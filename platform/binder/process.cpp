@@ -5,7 +5,7 @@
 
 #include "reactor.h"
 
-using host::binder::Reactor;
+using android::host::Reactor;
 
 bool ABinderProcess_setThreadPoolMaxThreadCount(uint32_t numThreads) {
     Reactor::get().setMaxThreads(numThreads);

@@ -11,7 +11,7 @@
 
 #include "thread.h"
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -359,4 +359,4 @@ void Reactor::shareReady(uint32_t otherIdle) {
     if (mReadyCount > 0 && otherIdle > 0) mWakeUp->ring();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

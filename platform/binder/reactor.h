@@ -16,7 +16,7 @@
 
 #include "peer_limits.h"
 
-namespace host::binder {
+namespace android::host {
 
 // Something that may be pending for too long.
 class Timed {
@@ -201,4 +201,4 @@ class Reactor {
     std::atomic<uint32_t> mWaiting{0};  // pool threads that wait for peers
 };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -10,7 +10,7 @@
 
 #include <bit>
 
-namespace host::binder {
+namespace android::host {
 
 static_assert(std::endian::native == std::endian::little, "wire structs are copied as they stand");
 
@@ -148,4 +148,4 @@ static_assert(sizeof(WireBinder) == 16);
 
 enum class Stability : int32_t { kVendor = 0x03, kSystem = 0x0c, kVintf = 0x3f };
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -31,7 +31,7 @@
 #include "unix_socket.h"
 #include "vintf.h"
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -76,7 +76,7 @@ std::string socketPath(const std::string& name) {
     if (slash != std::string::npos) folder += "/" + name.substr(0, slash);
     std::string path;
     std::string error;
-    if (!android::host::hostRuntimeSubdir(folder, &path, &error)) {
+    if (!hostRuntimeSubdir(folder, &path, &error)) {
         LOG(ERROR) << error;
         return {};
     }
@@ -216,7 +216,7 @@ void listFolder(const std::string& folder, const std::string& prefix,
 std::vector<std::string> listServices() {
     std::string folder;
     std::string error;
-    if (!android::host::hostRuntimeSubdir("binder", &folder, &error)) {
+    if (!hostRuntimeSubdir("binder", &folder, &error)) {
         LOG(ERROR) << error;
         return {};
     }
@@ -230,9 +230,9 @@ AIBinder* connectService(const std::string& path) {
     return Session::connect(path);
 }
 
-}  // namespace host::binder
+}  // namespace android::host
 
-using namespace host::binder;
+using namespace android::host;
 
 binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
     return addService(binder, instance);
@@ -254,7 +254,7 @@ AIBinder* AServiceManager_waitForService(const char* instance) {
 bool AServiceManager_isDeclared(const char* instance) {
     std::string folder;
     std::string error;
-    if (!android::host::hostRuntimeSubdir("vintf", &folder, &error)) {
+    if (!hostRuntimeSubdir("vintf", &folder, &error)) {
         LOG(ERROR) << error;
         return false;
     }

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 thread_local ServingContext* tInnermost = nullptr;
@@ -66,4 +66,4 @@ bool ServingContext::mayCall() {
     return true;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -4,7 +4,7 @@
 #include "binder.h"
 #include "peer_limits.h"
 
-namespace host::binder {
+namespace android::host {
 
 class Connection;
 class Session;
@@ -48,4 +48,4 @@ class ServingContext {
     ServingContext* const mOuter;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

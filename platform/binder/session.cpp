@@ -11,7 +11,7 @@
 #include "serving_context.h"
 #include "unix_socket.h"
 
-namespace host::binder {
+namespace android::host {
 
 using android::base::unique_fd;
 
@@ -204,4 +204,4 @@ void Session::end(const char* reason) {
     for (AIBinder* binder : released) binder->decStrong();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -15,7 +15,7 @@
 #include "dial.h"
 #include "object_table.h"
 
-namespace host::binder {
+namespace android::host {
 
 class Session : public std::enable_shared_from_this<Session>, public ConnectionUser, public Timed {
   public:
@@ -25,7 +25,7 @@ class Session : public std::enable_shared_from_this<Session>, public ConnectionU
         bool isServer;
         uint32_t version;
         bool passesFds;
-        ::host::binder::Caller peer;
+        Caller peer;
         Id id;
     };
 
@@ -145,4 +145,4 @@ class Session : public std::enable_shared_from_this<Session>, public ConnectionU
     bool mIncomingOpened GUARDED_BY(mIncomingLock) = false;
 };
 
-}  // namespace host::binder
+}  // namespace android::host

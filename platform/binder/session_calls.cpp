@@ -10,7 +10,7 @@
 #include "serving_context.h"
 #include "session.h"
 
-namespace host::binder {
+namespace android::host {
 
 binder_status_t Session::checkOutgoing(const AParcel& parcel) const {
     size_t size = sizeof(WireTransaction) + parcel.bytes().size() + parcel.fdOffsets().size_bytes();
@@ -175,4 +175,4 @@ void Session::sendPending() {
     tidyUp();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -11,7 +11,7 @@
 #include "serving_context.h"
 #include "session.h"
 
-namespace host::binder {
+namespace android::host {
 
 bool Session::serveFrame(Connection& connection, Frame& frame) {
     if (mEnded) return true;
@@ -243,4 +243,4 @@ void Session::reply(Connection& connection, binder_status_t status, AParcel& out
     tidyUp();
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -15,7 +15,7 @@
 #include "parcel.h"
 #include "session.h"
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -85,4 +85,4 @@ binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
     return status == STATUS_OK ? awaitResult(*state, result) : status;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 struct Named {
@@ -100,17 +100,17 @@ AStatus* makeStatus(binder_exception_t exception, int32_t code, std::string_view
     }
 }
 
-}  // namespace host::binder
+}  // namespace android::host
 
-using host::binder::exceptionName;
-using host::binder::makeStatus;
-using host::binder::statusName;
+using android::host::exceptionName;
+using android::host::makeStatus;
+using android::host::statusName;
 
 AStatus::AStatus(binder_exception_t exceptionCode, int32_t errorCode, std::string_view text)
-    : exception(exceptionCode), code(errorCode), message(host::binder::copyText(text)) {}
+    : exception(exceptionCode), code(errorCode), message(android::host::copyText(text)) {}
 
 AStatus* AStatus::ok() {
-    return &host::binder::gOk;
+    return &android::host::gOk;
 }
 
 AStatus* AStatus_newOk() {

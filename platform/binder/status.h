@@ -27,7 +27,7 @@ struct AStatus {
     const std::unique_ptr<const char[]> message;  // null when empty
 };
 
-namespace host::binder {
+namespace android::host {
 
 // The value itself when binder_status.h names it, else EX_TRANSACTION_FAILED or
 // STATUS_UNKNOWN_ERROR.
@@ -43,4 +43,4 @@ const char* exceptionName(binder_exception_t exception);
 // transport status of its own (0) gets STATUS_FAILED_TRANSACTION.
 AStatus* makeStatus(binder_exception_t exception, int32_t code, std::string_view message = {});
 
-}  // namespace host::binder
+}  // namespace android::host

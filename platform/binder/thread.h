@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-namespace host::binder {
+namespace android::host {
 
 // Starts a thread that nobody joins. False when the system has no thread left; std::thread would
 // end the process.
@@ -35,4 +35,4 @@ namespace host::binder {
     return true;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

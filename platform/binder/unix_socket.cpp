@@ -9,7 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 using android::base::unique_fd;
@@ -70,4 +70,4 @@ Caller peerOf(int socket) {
     return {credentials.uid, credentials.pid};
 }
 
-}  // namespace host::binder
+}  // namespace android::host

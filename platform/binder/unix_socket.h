@@ -9,7 +9,7 @@
 
 #include "binder.h"
 
-namespace host::binder {
+namespace android::host {
 
 // A blocking, close-on-exec socket connected to `path`; not ok (errno says why) when nobody
 // listens.
@@ -22,4 +22,4 @@ android::base::unique_fd listenUnix(const std::string& path);
 // Who is at the other end: the user and process that connected or listened.
 Caller peerOf(int socket);
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -4,15 +4,15 @@
 #include <host/utf8.h>
 #include <string.h>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 constexpr char32_t kReplacement = 0xfffd;
 
 // What is no UTF-8 becomes replacement characters, one a byte.
 char32_t nextCodePoint(std::string_view* text) {
-    const char32_t c = android::host::takeCharacter(text);
-    return c != android::host::kNoCharacter ? c : kReplacement;
+    const char32_t c = takeCharacter(text);
+    return c != kNoCharacter ? c : kReplacement;
 }
 
 char16_t unitAt(const uint8_t* in, size_t index) {
@@ -88,4 +88,4 @@ std::string toUtf8String(const uint8_t* in, size_t units) {
     return text;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace host::binder {
+namespace android::host {
 
 // Number of UTF-16 units that `text` takes.
 size_t utf16Length(std::string_view text);
@@ -26,4 +26,4 @@ void toUtf8(const uint8_t* in, size_t units, char* out);
 
 std::string toUtf8String(const uint8_t* in, size_t units);
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <memory>
 
-namespace host::binder {
+namespace android::host {
 namespace {
 
 std::string_view trimmed(std::string_view text) {
@@ -73,4 +73,4 @@ bool isDeclaredIn(const std::string& folder, std::string_view instance) {
     return false;
 }
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace host::binder {
+namespace android::host {
 
 // Whether a fragment `xml` declares the instance, as "package.IInterface/instance".
 bool declares(std::string_view xml, std::string_view instance);
@@ -16,4 +16,4 @@ bool declares(std::string_view xml, std::string_view instance);
 // Whether any of the *.xml files in the folder does.
 bool isDeclaredIn(const std::string& folder, std::string_view instance);
 
-}  // namespace host::binder
+}  // namespace android::host

@@ -14,7 +14,7 @@ namespace android {
 namespace {
 
 using android::base::unique_fd;
-using namespace host::binder;
+using namespace android::host;
 
 constexpr int kMaxItems = 64;
 constexpr size_t kMaxBytes = 300;  // a little more than the longest arrays that services take

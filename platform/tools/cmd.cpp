@@ -41,7 +41,7 @@ int run(bool wait, const char* name, const std::vector<std::string>& args) {
     // What the command says comes through here: it must not steer the terminal.
     TextRelay out(STDOUT_FILENO);
     TextRelay err(STDERR_FILENO);
-    const binder_status_t status = host::binder::shellCommand(
+    const binder_status_t status = android::host::shellCommand(
         binder.get(), STDIN_FILENO, out.descriptor(), err.descriptor(), args, &result);
     const int error = out.finish();
     err.finish();
@@ -62,7 +62,7 @@ int main(int argc, char** argv) {
     const auto is = [&](const char* word) { return at < argc && strcmp(argv[at], word) == 0; };
     if (is("-l")) {
         puts("Currently running services:");
-        for (const std::string& name : host::binder::listServices()) {
+        for (const std::string& name : android::host::listServices()) {
             printf("  %s\n", escaped(name).c_str());
         }
         return exitStatus("cmd", 0);

@@ -118,7 +118,7 @@ int run(int argc, char** argv) {
     Options options;
     if (!parse(argc, argv, &options)) return 2;
     if (!options.service.empty() && !options.list) return dumpOne(options.service, options) ? 0 : 1;
-    const std::vector<std::string> names = host::binder::listServices();
+    const std::vector<std::string> names = android::host::listServices();
     puts("Currently running services:");
     for (const std::string& name : names) printf("  %s\n", escaped(name).c_str());
     return options.list || dumpAll(options, names) ? 0 : 1;

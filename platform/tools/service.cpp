@@ -23,7 +23,7 @@ constexpr const char* kUsage =
     "       service check NAME    whether a service is there\n";
 
 int list() {
-    const std::vector<std::string> names = host::binder::listServices();
+    const std::vector<std::string> names = android::host::listServices();
     printf("Found %zu services:\n", names.size());
     for (size_t i = 0; i < names.size(); ++i) printf("%zu\t%s\n", i, escaped(names[i]).c_str());
     return exitStatus("service", 0);

@@ -11,7 +11,7 @@
 
 #include "transport_fixture.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 using android::base::unique_fd;
@@ -227,4 +227,4 @@ TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

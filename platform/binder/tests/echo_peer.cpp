@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
     if (mode == "serve") return serve(argv[2]);
     if (mode == "watch") return watch(argv[2]);
 
-    ndk::SpAIBinder binder(host::binder::connectService(argv[2]));
+    ndk::SpAIBinder binder(android::host::connectService(argv[2]));
     if (!AIBinder_associateClass(binder.get(), echo::serverClass())) return 1;
     ndk::SpAIBinder callback = echo::makeCallback([](int x) { return x; });
     if (echo::callWithBinder(binder.get(), echo::kRegisterCallback, callback.get()) != STATUS_OK) {

@@ -9,7 +9,7 @@
 
 #include "raw_peer.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 using android::base::unique_fd;
@@ -108,4 +108,4 @@ TEST(FrameBufferTest, DescriptorsOfAnUnfinishedFrameAreBounded) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

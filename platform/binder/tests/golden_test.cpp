@@ -13,7 +13,7 @@
 #include "session.h"
 #include "transport_fixture.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 // The interface token "test.IEcho" as it stands in a parcel.
@@ -295,4 +295,4 @@ TEST_F(GoldenTest, ClientThatCannotBeCalledBackIsTold) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -9,7 +9,7 @@
 
 #include "transport_fixture.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 using android::base::unique_fd;
@@ -304,4 +304,4 @@ TEST_F(HostilePeerTest, TooManyEarlyOnewayCallsEndTheSession) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -17,7 +17,7 @@
 
 #include "transport_fixture.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 using android::base::unique_fd;
@@ -319,4 +319,4 @@ TEST_F(LimitsTest, ASubscriberThatTakesHalfAMessageDelaysNobody) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace host::binder::test {
+namespace android::host::test {
 
 // A program started with a pipe at its standard output; killed and reaped at the end.
 class OtherProcess {
@@ -63,4 +63,4 @@ class OtherProcess {
     android::base::unique_fd mOutput;
 };
 
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -11,7 +11,7 @@
 #include "utf.h"
 #include "vintf.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 TEST(ParcelTest, StatusHeaderCutAnywhereFails) {
@@ -120,4 +120,4 @@ TEST(VintfTest, InstancesAreFoundInBothFormsAndNothingElseIs) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -15,7 +15,7 @@
 #include "parcel.h"
 #include "unix_socket.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 constexpr timeval kSilence{10, 0};
@@ -213,4 +213,4 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
     return true;
 }
 
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -16,7 +16,7 @@
 
 #include "rpc_wire.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -93,4 +93,4 @@ size_t openDescriptors();
 bool eventually(const std::function<bool()>& condition,
                 std::chrono::milliseconds limit = std::chrono::seconds(20));
 
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -17,7 +17,7 @@
 #include "raw_peer.h"
 #include "unix_socket.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -149,4 +149,4 @@ TEST_F(ServiceManagerTest, DeclaredInstancesComeFromTheFragments) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -16,7 +16,7 @@
 #include "other_process.h"
 #include "transport_fixture.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 namespace {
 
 using ndk::SpAIBinder;
@@ -355,4 +355,4 @@ TEST_F(SessionTest, CallersAreKnownByTheirSocket) {
 }
 
 }  // namespace
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -86,7 +86,7 @@ TEST(StatusTest, MessageIsACopyAndEndsAtItsNul) {
     EXPECT_STREQ(status.getMessage(), "before");
 
     using namespace std::string_view_literals;
-    const ScopedAStatus cut(host::binder::makeStatus(EX_SECURITY, 0, "head\0tail"sv));
+    const ScopedAStatus cut(android::host::makeStatus(EX_SECURITY, 0, "head\0tail"sv));
     EXPECT_STREQ(cut.getMessage(), "head");
 }
 

@@ -19,7 +19,7 @@
 #include "raw_peer.h"
 #include "unix_socket.h"
 
-namespace host::binder::test {
+namespace android::host::test {
 
 class TransportTest : public ::testing::Test {
   protected:
@@ -97,4 +97,4 @@ class TransportTest : public ::testing::Test {
     std::shared_ptr<Listener> mListener;
 };
 
-}  // namespace host::binder::test
+}  // namespace android::host::test

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace host::binder {
+namespace android::host {
 
 // Names of all services whose process is alive, sorted. Empty when there are none or when the
 // run-time folder is refused (the log says why). Connects to none of them.
@@ -30,4 +30,4 @@ binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
 // Number of addresses that the session of a remote object knows; 0 once it has ended.
 size_t addressCount(AIBinder* remote);
 
-}  // namespace host::binder
+}  // namespace android::host
