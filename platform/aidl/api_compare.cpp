@@ -2,13 +2,10 @@
 #include "api_compare.h"
 
 #include <map>
-#include <optional>
-#include <utility>
 #include <vector>
 
 #include "api_dump.h"
 #include "checks.h"
-#include "constants.h"
 #include "type_table.h"
 
 namespace aidlc {
@@ -18,7 +15,7 @@ namespace {
 class Api {
   public:
     Api(const std::string& folder, Io* io, Diagnostics* diagnostics)
-        : mTypes(io, {folder}, diagnostics), mEvaluator(&mTypes, diagnostics) {
+        : mTypes(io, {folder}, diagnostics) {
         std::string why;
         const auto names = io->list(folder, &why);
         if (!names) {
@@ -29,69 +26,37 @@ class Api {
             diagnostics->error("there are no .aidl files in the folder " + folder);
         }
         for (const std::string& name : *names) {
-            const Document* document = mTypes.load(joinPath(folder, name));
-            if (document != nullptr) {
-                mByName[document->type->qualifiedName()] = document->type.get();
+            const TypeDecl* type = mTypes.load(joinPath(folder, name));
+            if (type != nullptr) {
+                mByName[type->qualifiedName()] = type;
             }
         }
-        mTypes.resolve();
-        CheckOptions options;
-        options.vintf = true;
-        if (!diagnostics->hasErrors()) {
-            checkDocuments(&mTypes, &mEvaluator, options, diagnostics);
-        }
+        checkDocuments(&mTypes, diagnostics);
     }
 
     const std::map<std::string, const TypeDecl*>& types() const { return mByName; }
-    std::vector<ApiItem> items(const TypeDecl& type) { return apiItems(type, &mEvaluator); }
 
   private:
     TypeTable mTypes;
-    Evaluator mEvaluator;
     std::map<std::string, const TypeDecl*> mByName;
 };
 
-std::string placeOf(const Location& at) {
-    return *at.file + ':' + std::to_string(at.line);
-}
-
-void compareItems(const std::vector<ApiItem>& before, const std::vector<ApiItem>& after,
-                  const std::string& type, Diagnostics* diagnostics) {
-    std::map<std::string, const ApiItem*> old;
-    // The declaration itself, which shares its name space with nothing.
-    if (before[0].text != after[0].text) {
-        diagnostics->error(after[0].at, "this is '" + after[0].text + "', but '" + before[0].text +
-                                            "' in " + placeOf(before[0].at));
+// Reports the first difference.
+void compareItems(const TypeDecl& before, const TypeDecl& after, Diagnostics* diagnostics) {
+    const std::vector<ApiItem> old = apiItems(before);
+    const std::vector<ApiItem> now = apiItems(after);
+    size_t i = 0;
+    while (i < old.size() && i < now.size() && old[i].text == now[i].text) {
+        ++i;
     }
-    for (size_t i = 1; i < before.size(); ++i) {
-        old.emplace(before[i].name, &before[i]);
-    }
-    bool sameNames = before.size() == after.size();
-    for (size_t i = 1; i < after.size(); ++i) {
-        const auto found = old.find(after[i].name);
-        if (found == old.end()) {
-            diagnostics->error(after[i].at, "'" + after[i].name + "' is new: " + type + " in " +
-                                                *before[0].at.file + " has none");
-            sameNames = false;
-            continue;
-        }
-        if (found->second->text != after[i].text) {
-            diagnostics->error(after[i].at, "this is '" + after[i].text + "', but '" +
-                                                found->second->text + "' in " +
-                                                placeOf(found->second->at));
-        }
-        old.erase(found);
-    }
-    for (const auto& [name, item] : old) {
-        diagnostics->error(item->at, "'" + name + "' is missing from " + *after[0].at.file);
-    }
-    for (size_t i = 1; sameNames && i < after.size(); ++i) {
-        if (before[i].name != after[i].name) {
-            diagnostics->error(after[i].at, "'" + after[i].name + "' stands where " +
-                                                placeOf(before[i].at) + " has '" + before[i].name +
-                                                "'");
-            return;
-        }
+    if (i < old.size() && i < now.size()) {
+        diagnostics->error(now[i].at, "this is '" + now[i].text + "', but '" + old[i].text +
+                                          "' in " + *old[i].at.file + ':' +
+                                          std::to_string(old[i].at.line));
+    } else if (i < now.size()) {
+        diagnostics->error(now[i].at, "'" + now[i].text + "' is missing from " + *before.at.file);
+    } else if (i < old.size()) {
+        diagnostics->error(old[i].at, "'" + old[i].text + "' is missing from " + *after.at.file);
     }
 }
 
@@ -107,10 +72,9 @@ bool checkApiEqual(const std::string& oldFolder, const std::string& newFolder, I
     for (const auto& [name, type] : after.types()) {
         const auto found = before.types().find(name);
         if (found == before.types().end()) {
-            diagnostics->error(type->at,
-                               "'" + name + "' is new: " + oldFolder + " has no such type");
+            diagnostics->error(type->at, "'" + name + "' is missing from " + oldFolder);
         } else {
-            compareItems(before.items(*found->second), after.items(*type), name, diagnostics);
+            compareItems(*found->second, *type, diagnostics);
         }
     }
     for (const auto& [name, type] : before.types()) {

@@ -3,29 +3,27 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "diagnostics.h"
 
 // What an AIDL file says, as the parser reads it. Members under "resolved" are filled in by
-// TypeTable and checkDocument; everything else by the parser. Pointers to declarations never own:
-// all documents live in one TypeTable, which outlives every use.
+// TypeTable, Evaluator and checkDocuments; everything else by the parser. Pointers to declarations
+// never own: all documents live in one TypeTable, which outlives every use.
 namespace aidlc {
 
 struct Document;
+struct Enumerator;
 struct TypeDecl;
 struct Expression;
 using ExpressionPtr = std::unique_ptr<Expression>;
 
 // A constant expression.
 struct Expression {
-    enum class Kind { Integer, Float, Character, String, Boolean, Reference, Unary, Binary, Array };
-
-    // Deeper trees than this are refused when parsed, so that walking one by recursion is safe.
-    static constexpr int kMaxDepth = 100;
+    enum class Kind { Integer, Real, Character, String, Boolean, Reference, Unary, Binary, Array };
 
     Kind kind = Kind::Integer;
     Location at;
@@ -34,10 +32,26 @@ struct Expression {
     int depth = 1;
 };
 
+// What a constant expression evaluates to.
+struct Value {
+    enum class Kind { Boolean, Character, Integer, Real, String, Enumerator, Array };
+
+    Kind kind = Kind::Integer;
+    bool isLong = false;                     // of an Integer: 64 bits wide, else 32
+    int64_t integer = 0;                     // of Boolean, Character, Integer and Enumerator
+    double real = 0;                         // of Real
+    std::string text;                        // of String
+    const TypeDecl* enumType = nullptr;      // of Enumerator
+    const Enumerator* enumerator = nullptr;  // of Enumerator
+    std::vector<Value> items;                // of Array
+
+    bool isInteger() const { return kind == Kind::Integer || kind == Kind::Enumerator; }
+};
+
 struct Annotation {
     Location at;
-    std::string name;  // without '@'
-    std::vector<std::pair<std::string, ExpressionPtr>> parameters;
+    std::string name;        // without '@'
+    std::string parameters;  // in normal form, as in `type="int"`; empty without any
 };
 
 enum class Builtin {
@@ -62,7 +76,7 @@ struct TypeRef {
     Location at;
     std::vector<Annotation> annotations;
     std::string name;                // as written: simple or dotted
-    std::vector<TypeRef> arguments;  // of List<...>
+    std::vector<TypeRef> arguments;  // of List<T>: the one type in it
     Array array = Array::None;
     ExpressionPtr size;  // of a fixed-size array
 
@@ -72,39 +86,42 @@ struct TypeRef {
     int64_t fixedSize = 0;
 
     bool isNullable() const;
+    bool isEnum() const;
+    bool isInterface() const;
+    bool isRecord() const;
     // T[] and List<T>, which travel alike.
     bool isVector() const { return array == Array::Dynamic || builtin == Builtin::List; }
+    bool isArray() const { return isVector() || array == Array::Fixed; }
     // The type of one item: the argument of a List, else the type without its array mark.
     const TypeRef& item() const { return builtin == Builtin::List ? arguments[0] : *this; }
-    // Boolean, byte, char, int, long, float, double: what has no null. Says nothing of array marks.
+    // Boolean, byte, char, int, long, float, double: what has no null. Ignores array marks.
     bool isPrimitive() const { return builtin >= Builtin::Boolean && builtin <= Builtin::Double; }
+    // A single number, boolean or enum value.
+    bool isScalar() const { return !isArray() && (isPrimitive() || isEnum()); }
 };
 
-struct Constant {
-    Location at;
-    std::string comment;
-    std::vector<Annotation> annotations;
-    TypeRef type;
-    std::string name;
-    ExpressionPtr value;
-};
-
-struct Field {
+// A constant, or a field of a parcelable or union.
+struct Variable {
     Location at;
     std::string comment;
     TypeRef type;
     std::string name;
-    ExpressionPtr value;  // the default; null without one
+    ExpressionPtr initial;  // of a constant, or a field's default; null without one
+
+    // resolved
+    enum class State { New, UnderWay, Done };
+    State state = State::New;
+    std::optional<Value> value;  // of `initial`
 };
 
 struct Enumerator {
     Location at;
     std::string comment;
-    std::vector<Annotation> annotations;
     std::string name;
-    ExpressionPtr value;  // null: one more than the enumerator before, or 0
+    ExpressionPtr initial;  // null: one more than the enumerator before, or 0
 
     // resolved
+    bool isNumbered = false;
     int64_t number = 0;
 };
 
@@ -121,18 +138,14 @@ struct Argument {
     bool isOut() const { return direction != Direction::In; }
 };
 
+// The position in the interface decides the transaction code.
 struct Method {
     Location at;
     std::string comment;
-    std::vector<Annotation> annotations;
-    bool oneway = false;  // resolved: also set when the whole interface is
+    bool oneway = false;  // also set when the whole interface is
     TypeRef result;
     std::string name;
     std::vector<Argument> arguments;
-    ExpressionPtr idValue;  // null without an explicit id
-
-    // resolved
-    int64_t id = 0;
 };
 
 struct TypeDecl {
@@ -145,17 +158,17 @@ struct TypeDecl {
     std::string package;
     std::string name;
     bool oneway = false;
-    std::vector<Constant> constants;
+    std::vector<Variable> constants;
     std::vector<Method> methods;
-    std::vector<Field> fields;
+    std::vector<Variable> fields;
     std::vector<Enumerator> enumerators;
 
     // resolved
     const Document* document = nullptr;
     Builtin backing = Builtin::Byte;  // of an enum
+    bool isNumbered = false;  // of an enum: its enumerators have been numbered, or are being
 
     std::string qualifiedName() const { return package + '.' + name; }
-    bool isRecord() const { return kind == Kind::Parcelable || kind == Kind::Union; }
 };
 
 struct Import {
@@ -173,25 +186,26 @@ struct Document {
 inline const Annotation* findAnnotation(const std::vector<Annotation>& annotations,
                                         std::string_view name) {
     for (const Annotation& annotation : annotations) {
-        if (annotation.name == name) {
-            return &annotation;
-        }
+        if (annotation.name == name) return &annotation;
     }
     return nullptr;
-}
-
-inline bool TypeRef::isNullable() const {
-    return findAnnotation(annotations, "nullable") != nullptr;
 }
 
 inline bool isVintfStable(const TypeDecl& decl) {
     return findAnnotation(decl.annotations, "VintfStability") != nullptr;
 }
 
-// "interface", "parcelable", "union" or "enum".
-inline const char* kindName(TypeDecl::Kind kind) {
-    constexpr const char* kNames[] = {"interface", "parcelable", "union", "enum"};
-    return kNames[static_cast<size_t>(kind)];
+inline bool TypeRef::isNullable() const {
+    return findAnnotation(annotations, "nullable") != nullptr;
+}
+inline bool TypeRef::isEnum() const {
+    return decl != nullptr && decl->kind == TypeDecl::Kind::Enum;
+}
+inline bool TypeRef::isInterface() const {
+    return decl != nullptr && decl->kind == TypeDecl::Kind::Interface;
+}
+inline bool TypeRef::isRecord() const {
+    return decl != nullptr && !isEnum() && !isInterface();
 }
 
 }  // namespace aidlc

@@ -7,7 +7,6 @@
 #include "api_compare.h"
 #include "api_dump.h"
 #include "checks.h"
-#include "constants.h"
 #include "generator.h"
 #include "type_table.h"
 
@@ -36,27 +35,21 @@ bool run(const Options& options, Io* io, Diagnostics* diagnostics) {
     TypeTable types(io, options.importFolders, diagnostics);
     std::vector<const TypeDecl*> wanted;
     for (const std::string& file : options.files) {
-        if (const Document* document = types.load(file); document != nullptr) {
-            wanted.push_back(document->type.get());
+        if (const TypeDecl* type = types.load(file); type != nullptr) {
+            wanted.push_back(type);
         }
     }
-    types.resolve();
-    Evaluator evaluator(&types, diagnostics);
-    checkDocuments(&types, &evaluator, options.checks, diagnostics);
+    checkDocuments(&types, diagnostics);
     if (diagnostics->hasErrors()) {
         return false;
     }
-    if (options.task == Options::Task::DumpApi) {
-        std::map<std::string, std::string> dumps;
-        for (const TypeDecl* type : wanted) {
-            dumps[dumpPath(*type)] = dumpType(*type, &evaluator);
-        }
-        return writeAll(options.sourceFolder, dumps, io, diagnostics);
-    }
-    Generator generator(&evaluator, options.generator);
     GeneratedFiles files;
     for (const TypeDecl* type : wanted) {
-        generator.generate(*type, &files);
+        if (options.task == Options::Task::DumpApi) {
+            files.sources[dumpPath(*type)] = dumpType(*type);
+        } else {
+            generate(*type, {options.version, options.hash}, &files);
+        }
     }
     return writeAll(options.headerFolder, files.headers, io, diagnostics) &&
            writeAll(options.sourceFolder, files.sources, io, diagnostics);

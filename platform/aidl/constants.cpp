@@ -1,55 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "constants.h"
 
+#include <cmath>
 #include <limits>
 #include <utility>
+
+#include "literals.h"
 
 namespace aidlc {
 namespace {
 
 // How many declarations one value may go through.
 constexpr int kMaxReferenceDepth = 64;
-constexpr size_t kMaxTextLength = 4096;
+constexpr int64_t kMaxArraySize = 1 << 20;
 
 const char* describe(const Value& value) {
-    switch (value.kind) {
-        case Value::Kind::Boolean:
-            return "a boolean";
-        case Value::Kind::Character:
-            return "a character";
-        case Value::Kind::Integer:
-            return value.isLong ? "a long" : "an int";
-        case Value::Kind::Real:
-            return "a floating-point number";
-        case Value::Kind::String:
-            return "a String";
-        case Value::Kind::Enumerator:
-            return "an enum value";
-        case Value::Kind::Array:
-            return "a list";
-    }
-    return "";
+    constexpr const char* kKinds[] = {"a boolean", "a character",   "an integer", "a real number",
+                                      "a String",  "an enum value", "a list"};
+    return kKinds[static_cast<size_t>(value.kind)];
 }
 
-Value booleanValue(bool value) {
-    Value result;
-    result.kind = Value::Kind::Boolean;
-    result.integer = value ? 1 : 0;
-    return result;
+// The highest value of an integer type; the lowest is one below its negative.
+int64_t highestOf(Builtin type) {
+    return type == Builtin::Byte  ? std::numeric_limits<int8_t>::max()
+           : type == Builtin::Int ? std::numeric_limits<int32_t>::max()
+                                  : std::numeric_limits<int64_t>::max();
 }
 
-template <typename T>
-bool compare(const std::string& op, const T& left, const T& right) {
-    if (op == "==") return left == right;
-    if (op == "!=") return left != right;
-    if (op == "<") return left < right;
-    if (op == "<=") return left <= right;
-    if (op == ">") return left > right;
-    return left >= right;
-}
-
-bool isComparison(const std::string& op) {
-    return op == "==" || op == "!=" || op == "<" || op == "<=" || op == ">" || op == ">=";
+bool fits(const Value& value) {
+    const int64_t high = highestOf(value.isLong ? Builtin::Long : Builtin::Int);
+    return value.integer <= high && value.integer >= -high - 1;
 }
 
 }  // namespace
@@ -59,100 +39,93 @@ std::nullopt_t Evaluator::fail(const Expression& expression, const std::string& 
     return std::nullopt;
 }
 
-std::optional<Value> Evaluator::evaluateAs(const Expression& expression, const TypeRef& type,
-                                           const TypeDecl& scope) {
-    // The one mistake that deserves its own words: AUTO where FanMode.AUTO is meant.
-    if (type.decl != nullptr && type.decl->kind == TypeDecl::Kind::Enum &&
-        expression.kind == Expression::Kind::Reference &&
-        expression.text.find('.') == std::string::npos) {
-        for (const Enumerator& enumerator : type.decl->enumerators) {
-            if (enumerator.name == expression.text) {
-                return fail(expression, "write " + type.decl->name + "." + enumerator.name +
-                                            ": an enum value is named with its enum");
-            }
+const Value* Evaluator::evaluate(const TypeDecl& owner, Variable* variable) {
+    if (variable->state == Variable::State::UnderWay) {
+        mDiagnostics.error(variable->at, "the value of '" + variable->name +
+                                             "' depends on itself; give it a value of its own");
+    } else if (variable->state == Variable::State::New) {
+        variable->state = Variable::State::UnderWay;
+        auto value = compute(*variable->initial, owner);
+        if (value) {
+            variable->value = convert(*variable->initial, std::move(*value), variable->type);
         }
     }
-    auto value = evaluate(expression, scope);
-    return value ? convert(expression, std::move(*value), type) : std::nullopt;
+    variable->state = Variable::State::Done;
+    return variable->value ? &*variable->value : nullptr;
 }
 
-std::optional<int64_t> Evaluator::evaluateInteger(const Expression& expression, int64_t low,
-                                                  int64_t high, const std::string& what,
-                                                  const TypeDecl& scope) {
-    const auto value = evaluate(expression, scope);
+std::optional<int64_t> Evaluator::integer(const Expression& expression, int64_t low, int64_t high,
+                                          const std::string& what, const TypeDecl& scope) {
+    const auto value = compute(expression, scope);
     if (!value) {
         return std::nullopt;
     }
     if (!value->isInteger() || value->integer < low || value->integer > high) {
         return fail(expression,
                     what + " must be an integer from " + std::to_string(low) + " to " +
-                        std::to_string(high) +
-                        (value->isInteger() ? ", not " + std::to_string(value->integer)
-                                            : std::string(", not ") + describe(*value)));
+                        std::to_string(high) + ", not " +
+                        (value->isInteger() ? std::to_string(value->integer) : describe(*value)));
     }
     return value->integer;
 }
 
-std::optional<Value> Evaluator::constantValue(const TypeDecl& owner, const Constant& constant) {
-    const auto [entry, isNew] = mConstants.try_emplace(&constant);
-    Progress& progress = entry->second;
-    if (isNew) {
-        if (constant.value != nullptr) {
-            progress.value = evaluateAs(*constant.value, constant.type, owner);
-        }
-        progress.done = true;
-    } else if (!progress.done) {
-        mDiagnostics.error(constant.at, "the value of '" + constant.name +
-                                            "' depends on itself; give it a value of its own");
-        progress.done = true;
-    }
-    return progress.value;
+int64_t Evaluator::arraySize(const TypeDecl& owner, const Expression& expression) {
+    return integer(expression, 1, kMaxArraySize, "the size of an array", owner).value_or(1);
 }
 
-bool Evaluator::numberEnumerators(const TypeDecl& type) {
-    const auto [entry, isNew] = mEnums.try_emplace(&type, false);
-    if (!isNew) {
-        return entry->second;
+void Evaluator::numberEnumerators(TypeDecl* type) {
+    if (std::exchange(type->isNumbered, true)) {
+        return;
     }
-    const int64_t high = type.backing == Builtin::Byte  ? std::numeric_limits<int8_t>::max()
-                         : type.backing == Builtin::Int ? std::numeric_limits<int32_t>::max()
-                                                        : std::numeric_limits<int64_t>::max();
-    const int64_t low = -high - 1;
-    int64_t next = 0;
-    bool nextFits = true;
-    bool good = true;
-    // The declaration is const for everyone but this, its one place of resolution.
-    for (Enumerator& enumerator : const_cast<TypeDecl&>(type).enumerators) {
-        enumerator.number = next;
-        if (enumerator.value != nullptr) {
-            const auto number =
-                evaluateInteger(*enumerator.value, low, high,
-                                "'" + enumerator.name + "' of the enum '" + type.name + "'", type);
-            good = good && number.has_value();
-            enumerator.number = number.value_or(0);
-        } else if (!nextFits) {
-            mDiagnostics.error(enumerator.at, "'" + enumerator.name + "' would be " +
-                                                  std::to_string(high) +
-                                                  " + 1, which does not fit the enum's backing "
-                                                  "type; give it a value or a larger "
-                                                  "@Backing(type=...)");
-            good = false;
+    const Annotation* backing = findAnnotation(type->annotations, "Backing");
+    if (backing != nullptr) {
+        if (backing->parameters == "type=\"int\"") {
+            type->backing = Builtin::Int;
+        } else if (backing->parameters == "type=\"long\"") {
+            type->backing = Builtin::Long;
+        } else if (backing->parameters != "type=\"byte\"") {
+            mDiagnostics.error(backing->at,
+                               "write @Backing(type=\"byte\"), @Backing(type=\"int\") or "
+                               "@Backing(type=\"long\")");
         }
-        nextFits = enumerator.number < high;
-        next = nextFits ? enumerator.number + 1 : 0;
     }
-    return mEnums[&type] = good;
+    const int64_t high = highestOf(type->backing);
+    int64_t last = -1;
+    for (Enumerator& enumerator : type->enumerators) {
+        const std::string what = "'" + enumerator.name + "' of the enum '" + type->name + "'";
+        if (enumerator.initial != nullptr) {
+            last = integer(*enumerator.initial, -high - 1, high, what, *type).value_or(0);
+        } else if (last == high) {
+            mDiagnostics.error(enumerator.at, what + " does not fit the enum's type; give it a " +
+                                                  "value or the enum a larger @Backing type");
+        } else {
+            ++last;
+        }
+        enumerator.number = last;
+        enumerator.isNumbered = true;
+    }
 }
 
-std::optional<Value> Evaluator::evaluate(const Expression& expression, const TypeDecl& scope) {
+std::optional<Value> Evaluator::compute(const Expression& expression, const TypeDecl& scope) {
     Value value;
+    std::string why;
     switch (expression.kind) {
         case Expression::Kind::Integer:
-            return integerLiteral(expression);
-        case Expression::Kind::Float:
-            return realLiteral(expression);
+            if (!parseInteger(expression.text, &value, &why)) {
+                return fail(expression, "'" + expression.text + "' " + why);
+            }
+            return value;
+        case Expression::Kind::Real:
+            if (!parseReal(expression.text, &value)) {
+                return fail(expression, "'" + expression.text +
+                                            "' is not a number that a double can hold; write 1.5 "
+                                            "or 1.5e3, then f for a float");
+            }
+            return value;
         case Expression::Kind::Boolean:
-            return booleanValue(expression.text == "true");
+            value.kind = Value::Kind::Boolean;
+            value.integer = expression.text == "true" ? 1 : 0;
+            return value;
         case Expression::Kind::Character:
             value.kind = Value::Kind::Character;
             value.integer = static_cast<unsigned char>(expression.text[0]);
@@ -168,17 +141,17 @@ std::optional<Value> Evaluator::evaluate(const Expression& expression, const Typ
         case Expression::Kind::Binary:
             return binary(expression, scope);
         case Expression::Kind::Array:
-            value.kind = Value::Kind::Array;
-            for (const ExpressionPtr& operand : expression.operands) {
-                auto item = evaluate(*operand, scope);
-                if (!item) {
-                    return std::nullopt;
-                }
-                value.items.push_back(std::move(*item));
-            }
-            return value;
+            break;
     }
-    return std::nullopt;
+    value.kind = Value::Kind::Array;
+    for (const ExpressionPtr& operand : expression.operands) {
+        auto item = compute(*operand, scope);
+        if (!item) {
+            return std::nullopt;
+        }
+        value.items.push_back(std::move(*item));
+    }
+    return value;
 }
 
 std::optional<Value> Evaluator::reference(const Expression& expression, const TypeDecl& scope) {
@@ -188,177 +161,194 @@ std::optional<Value> Evaluator::reference(const Expression& expression, const Ty
                                     " other constants; write it with fewer steps");
     }
     const size_t dot = expression.text.rfind('.');
-    const TypeDecl* owner = &scope;
-    if (dot != std::string::npos) {
-        const std::string typeName = expression.text.substr(0, dot);
-        owner = mTypes.find(*scope.document, typeName);
-        if (owner == nullptr) {
-            return fail(expression,
-                        "there is no type '" + typeName + "'; import it, or check the spelling");
-        }
+    const std::string typeName =
+        dot == std::string::npos ? scope.name : expression.text.substr(0, dot);
+    TypeDecl* owner = mTypes.find(*scope.document, typeName);
+    if (owner == nullptr) {
+        return fail(expression,
+                    "there is no type '" + typeName + "'; import it, or check the spelling");
     }
     ++mDepth;
-    auto value = member(expression, *owner, expression.text.substr(dot + 1));
+    auto value = member(expression, owner, expression.text.substr(dot + 1));
     --mDepth;
     return value;
 }
 
-std::optional<Value> Evaluator::member(const Expression& expression, const TypeDecl& owner,
+std::optional<Value> Evaluator::member(const Expression& expression, TypeDecl* owner,
                                        const std::string& name) {
-    for (const Constant& constant : owner.constants) {
+    for (Variable& constant : owner->constants) {
         if (constant.name == name) {
-            return constantValue(owner, constant);
+            const Value* value = evaluate(*owner, &constant);
+            return value != nullptr ? std::optional<Value>(*value) : std::nullopt;
         }
     }
-    for (const Enumerator& enumerator : owner.enumerators) {
-        if (enumerator.name != name) {
-            continue;
+    for (const Enumerator& enumerator : owner->enumerators) {
+        if (enumerator.name == name) {
+            numberEnumerators(owner);
+            if (!enumerator.isNumbered) {
+                return fail(expression, "the value of '" + expression.text +
+                                            "' is not known yet; it must be declared before its "
+                                            "use, and not depend on it");
+            }
+            Value value;
+            value.kind = Value::Kind::Enumerator;
+            value.integer = enumerator.number;
+            value.isLong = owner->backing == Builtin::Long;
+            value.enumType = owner;
+            value.enumerator = &enumerator;
+            return value;
         }
-        const bool isNumbered = numberEnumerators(owner);
-        // Inside its own enum, a value may use those that stand before it.
-        const bool isEarlier = enumerator.at.line < expression.at.line ||
-                               (enumerator.at.line == expression.at.line &&
-                                enumerator.at.column < expression.at.column);
-        const bool isOwn = expression.at.file == enumerator.at.file;
-        if (!isNumbered && isOwn && !isEarlier) {
-            return fail(expression,
-                        "'" + name + "' gets its value further down; declare it before its use");
-        }
-        if (!isNumbered && !isOwn) {
-            return fail(expression, "the value of '" + expression.text +
-                                        "' is not known: its enum has an error, or depends on "
-                                        "this one");
-        }
-        Value value;
-        value.kind = Value::Kind::Enumerator;
-        value.integer = enumerator.number;
-        value.isLong = owner.backing == Builtin::Long;
-        value.enumType = &owner;
-        value.enumerator = &enumerator;
-        return value;
     }
-    return fail(expression, "'" + owner.name + "' has no constant or value '" + name + "'");
+    return fail(expression, "'" + owner->name + "' has no constant or value '" + name + "'");
 }
 
 std::optional<Value> Evaluator::unary(const Expression& expression, const TypeDecl& scope) {
-    auto operand = evaluate(*expression.operands[0], scope);
-    if (!operand) {
+    auto value = compute(*expression.operands[0], scope);
+    if (!value) {
         return std::nullopt;
     }
     const std::string& op = expression.text;
-    if (op == "!") {
-        if (operand->kind == Value::Kind::Boolean) {
-            return booleanValue(operand->integer == 0);
-        }
-    } else if (operand->kind == Value::Kind::Real && op != "~") {
-        operand->real = op == "-" ? -operand->real : operand->real;
-        return operand;
-    } else if (operand->isInteger()) {
-        operand->kind = Value::Kind::Integer;
+    if (value->isInteger()) {
+        value->kind = Value::Kind::Integer;
         if (op == "~") {
-            operand->integer = ~operand->integer;
-        } else if (op == "-") {
-            const int64_t lowest = operand->isLong ? std::numeric_limits<int64_t>::min()
-                                                   : std::numeric_limits<int32_t>::min();
-            if (operand->integer == lowest) {
-                return fail(expression, "the negative of this value does not fit");
-            }
-            operand->integer = -operand->integer;
+            value->integer = ~value->integer;
+        } else if (op == "-" &&
+                   (__builtin_sub_overflow(int64_t{0}, value->integer, &value->integer) ||
+                    !fits(*value))) {
+            return fail(expression, "the negative of this value does not fit its type");
         }
-        return operand;
+        return value;
     }
-    return fail(expression, std::string(describe(*operand)) + " has no '" + op + "'");
+    if (value->kind != Value::Kind::Real || op == "~") {
+        return fail(expression, "'" + op + "' cannot be applied to " + describe(*value));
+    }
+    value->real = op == "-" ? -value->real : value->real;
+    return value;
 }
 
 std::optional<Value> Evaluator::binary(const Expression& expression, const TypeDecl& scope) {
-    const auto left = evaluate(*expression.operands[0], scope);
-    const auto right = evaluate(*expression.operands[1], scope);
-    if (!left || !right) {
+    const auto left = compute(*expression.operands[0], scope);
+    const auto right = left ? compute(*expression.operands[1], scope) : std::nullopt;
+    if (!right) {
         return std::nullopt;
     }
     const std::string& op = expression.text;
-    if (left->isInteger() && right->isInteger()) {
-        return isComparison(op) ? booleanValue(compare(op, left->integer, right->integer))
-                                : arithmetic(expression, *left, *right);
+    if (!left->isInteger() || !right->isInteger()) {
+        return fail(expression, "'" + op + "' needs integers on both sides, not " +
+                                    describe(left->isInteger() ? *right : *left));
     }
-    if (left->kind == right->kind) {
-        if (left->kind == Value::Kind::Boolean) {
-            if (op == "&&" || op == "||" || op == "==" || op == "!=") {
-                const bool a = left->integer != 0;
-                const bool b = right->integer != 0;
-                return booleanValue(op == "&&" ? a && b : op == "||" ? a || b : compare(op, a, b));
-            }
-        } else if (left->kind == Value::Kind::String && op == "+") {
-            if (left->text.size() + right->text.size() > kMaxTextLength) {
-                return fail(expression, "this text has more than " +
-                                            std::to_string(kMaxTextLength) + " characters");
-            }
-            Value value = *left;
-            value.text += right->text;
-            return value;
-        } else if (left->kind == Value::Kind::Character && isComparison(op)) {
-            return booleanValue(compare(op, left->integer, right->integer));
-        } else if (left->kind == Value::Kind::Real && isComparison(op)) {
-            return booleanValue(compare(op, left->real, right->real));
-        } else if (left->kind == Value::Kind::String && isComparison(op)) {
-            return booleanValue(compare(op, left->text, right->text));
-        }
-    }
-    return fail(expression, std::string(describe(*left)) + " and " + describe(*right) +
-                                " cannot be combined with '" + op + "'");
-}
-
-std::optional<Value> Evaluator::arithmetic(const Expression& expression, const Value& left,
-                                           const Value& right) {
-    const std::string& op = expression.text;
-    const int64_t a = left.integer;
-    const int64_t b = right.integer;
+    const int64_t a = left->integer;
+    const int64_t b = right->integer;
     const bool isShift = op == "<<" || op == ">>";
     Value result;
-    result.isLong = left.isLong || (!isShift && right.isLong);
-    const int bits = result.isLong ? 64 : 32;
-    const int64_t high =
-        result.isLong ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int32_t>::max();
-    const int64_t low = -high - 1;
+    result.isLong = left->isLong || (!isShift && right->isLong);
+    if (isShift && (b < 0 || b >= (result.isLong ? 64 : 32))) {
+        return fail(expression, "the width of this shift is out of range");
+    }
+    if ((op == "/" || op == "%") && b == 0) {
+        return fail(expression, "division by zero");
+    }
     bool overflows = false;
-    if (isShift) {
-        if (b < 0 || b >= bits) {
-            return fail(expression, "the shift must be from 0 to " + std::to_string(bits - 1) +
-                                        ", not " + std::to_string(b));
-        }
-        if (op == ">>") {
-            result.integer = a >> b;
-        } else {
-            overflows = a > (high >> b) || a < (low >> b);
-            result.integer = overflows ? 0 : static_cast<int64_t>(static_cast<uint64_t>(a) << b);
-        }
-    } else if (op == "+") {
+    if (op == "+") {
         overflows = __builtin_add_overflow(a, b, &result.integer);
     } else if (op == "-") {
         overflows = __builtin_sub_overflow(a, b, &result.integer);
     } else if (op == "*") {
         overflows = __builtin_mul_overflow(a, b, &result.integer);
-    } else if (op == "/" || op == "%") {
-        if (b == 0) {
-            return fail(expression, "division by zero");
-        }
-        overflows = a == low && b == -1;
-        result.integer = overflows ? 0 : op == "/" ? a / b : a % b;
-    } else if (op == "&") {
-        result.integer = a & b;
-    } else if (op == "|") {
-        result.integer = a | b;
-    } else if (op == "^") {
-        result.integer = a ^ b;
+    } else if (op == "<<") {
+        overflows = b == 63 ? a != 0 : __builtin_mul_overflow(a, int64_t{1} << b, &result.integer);
+    } else if (op == ">>") {
+        result.integer = a >> b;
+    } else if (b == -1 && (op == "/" || op == "%")) {
+        overflows = op == "/" && __builtin_sub_overflow(int64_t{0}, a, &result.integer);
+    } else if (op == "/") {
+        result.integer = a / b;
+    } else if (op == "%") {
+        result.integer = a % b;
     } else {
-        return fail(expression, "'" + op + "' needs booleans on both sides; compare with 0");
+        result.integer = op == "&" ? a & b : op == "|" ? a | b : a ^ b;
     }
-    if (overflows || result.integer > high || result.integer < low) {
-        return fail(expression,
-                    std::string("the result does not fit ") +
-                        (result.isLong ? "a long" : "an int; make one side a long, as in 1L"));
+    if (overflows || !fits(result)) {
+        return fail(expression, std::string("the result does not fit ") +
+                                    (result.isLong ? "a long" : "an int; write 1L for a long"));
     }
     return result;
+}
+
+std::optional<Value> Evaluator::convert(const Expression& expression, Value value,
+                                        const TypeRef& type) {
+    if (!type.isArray()) {
+        return convertItem(expression, std::move(value), type);
+    }
+    if (value.kind != Value::Kind::Array) {
+        return fail(expression, "a value of " + typeText(type) + " is a list, as in {1, 2}");
+    }
+    if (type.array == TypeRef::Array::Fixed &&
+        value.items.size() != static_cast<uint64_t>(type.fixedSize)) {
+        return fail(expression, typeText(type) + " needs " + std::to_string(type.fixedSize) +
+                                    " items, not " + std::to_string(value.items.size()));
+    }
+    for (size_t i = 0; i < value.items.size(); ++i) {
+        // Only a literal has an array for its value.
+        auto item = convertItem(*expression.operands[i], std::move(value.items[i]), type.item());
+        if (!item) {
+            return std::nullopt;
+        }
+        value.items[i] = std::move(*item);
+    }
+    return value;
+}
+
+std::optional<Value> Evaluator::convertItem(const Expression& expression, Value value,
+                                            const TypeRef& type) {
+    const auto only = [&](bool isGood, const char* what) -> std::optional<Value> {
+        if (!isGood) {
+            return fail(expression, "a value of " + type.name + " must be " + what);
+        }
+        return std::move(value);
+    };
+    switch (type.builtin) {
+        case Builtin::Boolean:
+            return only(value.kind == Value::Kind::Boolean, "true or false");
+        case Builtin::Byte:
+        case Builtin::Int:
+        case Builtin::Long: {
+            const int64_t high = highestOf(type.builtin);
+            if (value.isInteger() && (value.integer > high || value.integer < -high - 1)) {
+                return fail(expression, std::to_string(value.integer) + " does not fit " +
+                                            type.name + ", which goes from " +
+                                            std::to_string(-high - 1) + " to " +
+                                            std::to_string(high));
+            }
+            const bool isInteger = value.isInteger();
+            value.kind = isInteger ? Value::Kind::Integer : value.kind;
+            value.isLong = type.builtin == Builtin::Long;
+            return only(isInteger, "an integer");
+        }
+        case Builtin::Char:
+            return only(value.kind == Value::Kind::Character, "a character, as in 'a'");
+        case Builtin::Float:
+            if (value.kind == Value::Kind::Real && !std::isfinite(static_cast<float>(value.real))) {
+                return fail(expression, "this number is too large for a float; write double");
+            }
+            [[fallthrough]];
+        case Builtin::Double:
+            return only(value.kind == Value::Kind::Real, "a number with a point, as in 1.5");
+        case Builtin::String:
+            return only(value.kind == Value::Kind::String, "a text in double quotes");
+        default:
+            break;
+    }
+    if (!type.isEnum()) {
+        return fail(expression,
+                    "a value of " + typeText(type) + " cannot be written here; remove the default");
+    }
+    if (value.kind != Value::Kind::Enumerator || value.enumType != type.decl) {
+        return fail(expression, "a value of " + type.decl->qualifiedName() +
+                                    " must be one of that enum's own, as in " + type.decl->name +
+                                    ".NAME");
+    }
+    return value;
 }
 
 }  // namespace aidlc

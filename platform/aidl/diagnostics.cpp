@@ -6,11 +6,8 @@
 namespace aidlc {
 
 void Diagnostics::error(const Location& at, const std::string& message) {
-    std::string line = at.file != nullptr ? *at.file : std::string("aidl");
-    if (at.line > 0) {
-        line += ':' + std::to_string(at.line) + ':' + std::to_string(at.column);
-    }
-    add(line + ": error: " + message);
+    add(*at.file + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) +
+        ": error: " + message);
 }
 
 void Diagnostics::error(const std::string& message) {

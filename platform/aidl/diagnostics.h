@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace aidlc {
 
-// A place in a source file. Lines and columns count from 1; line 0 means the file as a whole.
+// A place in a source file. Lines and columns count from 1.
 struct Location {
-    // Owned by the Document the place is in; null for the command line.
-    const std::string* file = nullptr;
+    const std::string* file = nullptr;  // owned by the Document that the place is in
     int line = 0;
     int column = 0;
 };
 
 // Collects errors as `file:line:col: error: text`. After kMaxErrors it only notes that there were
-// more, so that a hostile input cannot make it grow without bound.
+// more, so that hostile input cannot make it grow without bound.
 class Diagnostics {
   public:
     static constexpr size_t kMaxErrors = 50;
@@ -25,8 +25,6 @@ class Diagnostics {
     void error(const std::string& message);
 
     bool hasErrors() const { return !mErrors.empty(); }
-    // True once errors are no longer recorded; whoever works in a loop may stop then.
-    bool isFull() const { return mErrors.size() > kMaxErrors; }
     // One complete line per error, in the order found, without line ends.
     const std::vector<std::string>& errors() const { return mErrors; }
 

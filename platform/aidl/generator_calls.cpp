@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// The two ends of a call: proxy methods and the dispatcher.
-#include <algorithm>
+#include "generator_calls.h"
 
 #include "cpp_types.h"
-#include "generator.h"
 
 namespace aidlc {
 namespace {
+
+// Codes kept for the version and the hash, as offsets from the first.
+constexpr int64_t kVersionId = 16777214;
+constexpr int64_t kHashId = 16777213;
 
 std::string variable(const Argument& argument) {
     return (argument.isOut() ? "out_" : "in_") + argument.name;
@@ -15,10 +17,6 @@ std::string variable(const Argument& argument) {
 std::string code(int64_t id, const std::string& name) {
     return "(FIRST_CALL_TRANSACTION + " + std::to_string(id) + " /*" + name + "*/)";
 }
-
-// Codes that the tooling keeps for itself: 0x00ffffff and 0x00fffffe.
-constexpr int64_t kVersionId = 16777214;
-constexpr int64_t kHashId = 16777213;
 
 bool returnsVoid(const Method& method) {
     return method.result.builtin == Builtin::Void;
@@ -29,37 +27,49 @@ bool sendsSize(const Argument& argument) {
     return !argument.isIn() && argument.type.array == TypeRef::Array::Dynamic;
 }
 
-void orFail(CodeWriter* out) {
-    out->line("if (_aidl_ret_status != STATUS_OK) goto _aidl_error;");
-    out->line();
+void orFail(CodeWriter* out, const std::string& statement) {
+    out->lines(R"(
+_aidl_ret_status = $STATEMENT;
+if (_aidl_ret_status != STATUS_OK) goto _aidl_error;
+
+)",
+               {{"$STATEMENT", statement}});
+}
+
+void orBreak(CodeWriter* out, const std::string& statement) {
+    out->lines(R"(
+_aidl_ret_status = $STATEMENT;
+if (_aidl_ret_status != STATUS_OK) break;
+)",
+               {{"$STATEMENT", statement}});
 }
 
 void proxyPrologue(CodeWriter* out) {
-    out->line("binder_status_t _aidl_ret_status = STATUS_OK;");
-    out->line("::ndk::ScopedAStatus _aidl_status;");
-    out->line("::ndk::ScopedAParcel _aidl_in;");
-    out->line("::ndk::ScopedAParcel _aidl_out;");
-    out->line();
-    out->line(
-        "_aidl_ret_status = AIBinder_prepareTransaction(asBinderReference().get(), "
-        "_aidl_in.getR());");
-    orFail(out);
+    out->lines(R"(
+binder_status_t _aidl_ret_status = STATUS_OK;
+::ndk::ScopedAStatus _aidl_status;
+::ndk::ScopedAParcel _aidl_in;
+::ndk::ScopedAParcel _aidl_out;
+
+)");
+    orFail(out, "AIBinder_prepareTransaction(asBinderReference().get(), _aidl_in.getR())");
 }
 
 void transact(CodeWriter* out, int64_t id, const std::string& name, bool oneway) {
-    out->open("_aidl_ret_status = AIBinder_transact(");
-    out->line("asBinderReference().get(),");
-    out->line(code(id, name) + ",");
-    out->line("_aidl_in.getR(),");
-    out->line("_aidl_out.getR(),");
-    out->line(oneway ? "FLAG_ONEWAY" : "0");
-    out->close(");");
-    orFail(out);
+    out->lines(R"(
+_aidl_ret_status = AIBinder_transact(
+  asBinderReference().get(),
+  $CODE,
+  _aidl_in.getR(),
+  _aidl_out.getR(),
+  $FLAGS
+);
+if (_aidl_ret_status != STATUS_OK) goto _aidl_error;
+
+)",
+               {{"$CODE", code(id, name)}, {"$FLAGS", oneway ? "FLAG_ONEWAY" : "0"}});
     if (!oneway) {
-        out->line(
-            "_aidl_ret_status = AParcel_readStatusHeader(_aidl_out.get(), "
-            "_aidl_status.getR());");
-        orFail(out);
+        orFail(out, "AParcel_readStatusHeader(_aidl_out.get(), _aidl_status.getR())");
         out->line("if (!AStatus_isOk(_aidl_status.get())) return _aidl_status;");
         out->line();
     }
@@ -71,56 +81,110 @@ void proxyEpilogue(CodeWriter* out, bool oneway) {
         out->line("return _aidl_status;");
         out->line();
     }
-    out->outer("_aidl_error:");
+    out->label("_aidl_error:");
     out->line("_aidl_status.set(AStatus_fromStatus(_aidl_ret_status));");
     out->line("return _aidl_status;");
     out->close("}");
     out->line();
 }
 
-void orBreak(CodeWriter* out) {
-    out->line("if (_aidl_ret_status != STATUS_OK) break;");
+void proxyMethod(CodeWriter* out, const TypeDecl& type, int64_t id, const Method& method) {
+    out->open(methodSignature(method, "Bp" + baseName(type)) + " {");
+    proxyPrologue(out);
+    for (const Argument& argument : method.arguments) {
+        const std::string value = (argument.isOut() ? "*" : "") + variable(argument);
+        if (argument.isIn()) {
+            orFail(out, parcelFunction("write", argument.type) + "(_aidl_in.get(), " + value + ")");
+        } else if (sendsSize(argument)) {
+            orFail(out, "::ndk::AParcel_writeVectorSize(_aidl_in.get(), " + value + ")");
+        }
+    }
+    transact(out, id, method.name, method.oneway);
+    if (!returnsVoid(method)) {
+        orFail(out, parcelFunction("read", method.result) + "(_aidl_out.get(), _aidl_return)");
+    }
+    for (const Argument& argument : method.arguments) {
+        if (argument.isOut()) {
+            orFail(out, parcelFunction("read", argument.type) + "(_aidl_out.get(), " +
+                            variable(argument) + ")");
+        }
+    }
+    proxyEpilogue(out, method.oneway);
 }
 
-void dispatchResult(CodeWriter* out, const std::string& write) {
-    out->line("_aidl_ret_status = " + write + ";");
-    orBreak(out);
+void proxyVersion(CodeWriter* out, const TypeDecl& type) {
+    out->open("::ndk::ScopedAStatus Bp" + baseName(type) +
+              "::getInterfaceVersion(int32_t* _aidl_return) {");
+    out->lines(R"(
+const int32_t _aidl_cached = _aidl_cached_version.load();
+if (_aidl_cached != -1) {
+  *_aidl_return = _aidl_cached;
+  return ::ndk::ScopedAStatus(AStatus_newOk());
+}
+)");
+    proxyPrologue(out);
+    transact(out, kVersionId, "getInterfaceVersion", false);
+    orFail(out, "::ndk::AParcel_readData(_aidl_out.get(), _aidl_return)");
+    out->line("_aidl_cached_version.store(*_aidl_return);");
+    proxyEpilogue(out, false);
+}
+
+void proxyHash(CodeWriter* out, const TypeDecl& type) {
+    out->open("::ndk::ScopedAStatus Bp" + baseName(type) +
+              "::getInterfaceHash(std::string* _aidl_return) {");
+    out->lines(R"(
+{
+  const std::lock_guard<std::mutex> _aidl_lock(_aidl_cached_hash_mutex);
+  if (_aidl_cached_hash != "-1") {
+    *_aidl_return = _aidl_cached_hash;
+    return ::ndk::ScopedAStatus(AStatus_newOk());
+  }
+}
+)");
+    proxyPrologue(out);
+    transact(out, kHashId, "getInterfaceHash", false);
+    orFail(out, "::ndk::AParcel_readData(_aidl_out.get(), _aidl_return)");
+    out->lines(R"(
+{
+  const std::lock_guard<std::mutex> _aidl_lock(_aidl_cached_hash_mutex);
+  _aidl_cached_hash = *_aidl_return;
+}
+)");
+    proxyEpilogue(out, false);
 }
 
 // The variables as arguments of the implementation.
 std::string passedArguments(const Method& method) {
     std::string text;
     for (const Argument& argument : method.arguments) {
-        text += (text.empty() ? "" : ", ") + std::string(argument.isOut() ? "&" : "") +
-                variable(argument);
+        text += text.empty() ? "" : ", ";
+        text += (argument.isOut() ? "&" : "") + variable(argument);
     }
     if (!returnsVoid(method)) {
-        text += std::string(text.empty() ? "" : ", ") + "&_aidl_return";
+        text += text.empty() ? "&_aidl_return" : ", &_aidl_return";
     }
     return text;
 }
 
-void dispatch(CodeWriter* out, const Method& method) {
-    out->open("case " + code(method.id, method.name) + ": {");
+void declare(CodeWriter* out, const TypeRef& type, const std::string& name) {
+    const bool needsValue = type.isScalar() || type.array == TypeRef::Array::Fixed;
+    out->line(cppType(type) + ' ' + name + (needsValue ? "{};" : ";"));
+}
+
+void dispatch(CodeWriter* out, int64_t id, const Method& method) {
+    out->open("case " + code(id, method.name) + ": {");
     for (const Argument& argument : method.arguments) {
-        const TypeRef& type = argument.type;
-        const bool needsValue = isScalar(type) || type.array == TypeRef::Array::Fixed;
-        out->line(cppType(type) + " " + variable(argument) + (needsValue ? "{};" : ";"));
+        declare(out, argument.type, variable(argument));
     }
     if (!returnsVoid(method)) {
-        const TypeRef& type = method.result;
-        const bool needsValue = isScalar(type) || type.array == TypeRef::Array::Fixed;
-        out->line(cppType(type) + " _aidl_return" + (needsValue ? "{};" : ";"));
+        declare(out, method.result, "_aidl_return");
     }
     for (const Argument& argument : method.arguments) {
         if (argument.isIn()) {
-            out->line("_aidl_ret_status = " + parcelFunction("read", argument.type) +
-                      "(_aidl_in, &" + variable(argument) + ");");
-            orBreak(out);
+            orBreak(out, parcelFunction("read", argument.type) + "(_aidl_in, &" +
+                             variable(argument) + ")");
         } else if (sendsSize(argument)) {
-            out->line("_aidl_ret_status = ::ndk::AParcel_resizeVector(_aidl_in, &" +
-                      variable(argument) + ");");
-            orBreak(out);
+            orBreak(out, "::ndk::AParcel_resizeVector(_aidl_in, &" + variable(argument) + ")");
         }
     }
     out->line("::ndk::ScopedAStatus _aidl_status = _aidl_impl->" + method.name + "(" +
@@ -128,16 +192,15 @@ void dispatch(CodeWriter* out, const Method& method) {
     if (method.oneway) {
         out->line("_aidl_ret_status = STATUS_OK;");
     } else {
-        dispatchResult(out, "AParcel_writeStatusHeader(_aidl_out, _aidl_status.get())");
+        orBreak(out, "AParcel_writeStatusHeader(_aidl_out, _aidl_status.get())");
         out->line("if (!AStatus_isOk(_aidl_status.get())) break;");
         if (!returnsVoid(method)) {
-            dispatchResult(out,
-                           parcelFunction("write", method.result) + "(_aidl_out, _aidl_return)");
+            orBreak(out, parcelFunction("write", method.result) + "(_aidl_out, _aidl_return)");
         }
         for (const Argument& argument : method.arguments) {
             if (argument.isOut()) {
-                dispatchResult(out, parcelFunction("write", argument.type) + "(_aidl_out, " +
-                                        variable(argument) + ")");
+                orBreak(out, parcelFunction("write", argument.type) + "(_aidl_out, " +
+                                 variable(argument) + ")");
             }
         }
     }
@@ -149,134 +212,58 @@ void dispatch(CodeWriter* out, const Method& method) {
 void dispatchMeta(CodeWriter* out, int64_t id, const std::string& name, const std::string& value) {
     out->open("case " + code(id, name) + ": {");
     out->line("const ::ndk::ScopedAStatus _aidl_status(AStatus_newOk());");
-    dispatchResult(out, "AParcel_writeStatusHeader(_aidl_out, _aidl_status.get())");
-    dispatchResult(out, "::ndk::AParcel_writeData(_aidl_out, " + value + ")");
+    orBreak(out, "AParcel_writeStatusHeader(_aidl_out, _aidl_status.get())");
+    orBreak(out, "::ndk::AParcel_writeData(_aidl_out, " + value + ")");
     out->line("break;");
     out->close("}");
 }
 
-std::string flatName(const TypeDecl& type) {
-    std::string name = type.qualifiedName();
-    std::replace(name.begin(), name.end(), '.', '_');
-    return name;
-}
-
 }  // namespace
-
-std::string dispatcherName(const TypeDecl& type) {
-    return "_aidl_" + flatName(type) + "_onTransact";
-}
-std::string classVariable(const TypeDecl& type) {
-    return "_g_aidl_" + flatName(type) + "_clazz";
-}
 
 std::string methodSignature(const Method& method, const std::string& className) {
     std::string parameters;
-    const auto add = [&](const std::string& type, const std::string& name) {
-        parameters += (parameters.empty() ? "" : ", ") + type + " " + name;
-    };
     for (const Argument& argument : method.arguments) {
-        add(argument.isOut() ? cppType(argument.type) + "*" : cppParameterType(argument.type),
-            variable(argument));
+        parameters += parameters.empty() ? "" : ", ";
+        parameters +=
+            argument.isOut() ? cppType(argument.type) + "*" : cppParameterType(argument.type);
+        parameters += ' ' + variable(argument);
     }
     if (!returnsVoid(method)) {
-        add(cppType(method.result) + "*", "_aidl_return");
+        parameters += (parameters.empty() ? "" : ", ") + cppType(method.result) + "* _aidl_return";
     }
     return "::ndk::ScopedAStatus " + (className.empty() ? "" : className + "::") + method.name +
            "(" + parameters + ")";
 }
 
-void writeProxyMethod(CodeWriter* out, const TypeDecl& type, const Method& method) {
-    out->open(methodSignature(method, "Bp" + baseName(type)) + " {");
-    proxyPrologue(out);
-    for (const Argument& argument : method.arguments) {
-        const std::string name = variable(argument);
-        const std::string value = argument.isOut() ? "*" + name : name;
-        if (argument.isIn()) {
-            out->line("_aidl_ret_status = " + parcelFunction("write", argument.type) +
-                      "(_aidl_in.get(), " + value + ");");
-            orFail(out);
-        } else if (sendsSize(argument)) {
-            out->line("_aidl_ret_status = ::ndk::AParcel_writeVectorSize(_aidl_in.get(), " + value +
-                      ");");
-            orFail(out);
-        }
+void writeProxyMethods(CodeWriter* out, const TypeDecl& type) {
+    int64_t id = 0;
+    for (const Method& method : type.methods) {
+        proxyMethod(out, type, id++, method);
     }
-    transact(out, method.id, method.name, method.oneway);
-    if (!returnsVoid(method)) {
-        out->line("_aidl_ret_status = " + parcelFunction("read", method.result) +
-                  "(_aidl_out.get(), _aidl_return);");
-        orFail(out);
-    }
-    for (const Argument& argument : method.arguments) {
-        if (argument.isOut()) {
-            out->line("_aidl_ret_status = " + parcelFunction("read", argument.type) +
-                      "(_aidl_out.get(), " + variable(argument) + ");");
-            orFail(out);
-        }
-    }
-    proxyEpilogue(out, method.oneway);
+    proxyVersion(out, type);
+    proxyHash(out, type);
 }
 
-void writeProxyVersion(CodeWriter* out, const TypeDecl& type) {
-    out->open("::ndk::ScopedAStatus Bp" + baseName(type) +
-              "::getInterfaceVersion(int32_t* _aidl_return) {");
-    out->line("const int32_t _aidl_cached = _aidl_cached_version.load();");
-    out->open("if (_aidl_cached != -1) {");
-    out->line("*_aidl_return = _aidl_cached;");
-    out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
-    out->close("}");
-    proxyPrologue(out);
-    transact(out, kVersionId, "getInterfaceVersion", false);
-    out->line("_aidl_ret_status = ::ndk::AParcel_readData(_aidl_out.get(), _aidl_return);");
-    orFail(out);
-    out->line("_aidl_cached_version.store(*_aidl_return);");
-    proxyEpilogue(out, false);
-}
-
-void writeProxyHash(CodeWriter* out, const TypeDecl& type) {
-    out->open("::ndk::ScopedAStatus Bp" + baseName(type) +
-              "::getInterfaceHash(std::string* _aidl_return) {");
-    out->open("{");
-    out->line("const std::lock_guard<std::mutex> _aidl_lock(_aidl_cached_hash_mutex);");
-    out->open("if (_aidl_cached_hash != \"-1\") {");
-    out->line("*_aidl_return = _aidl_cached_hash;");
-    out->line("return ::ndk::ScopedAStatus(AStatus_newOk());");
-    out->close("}");
-    out->close("}");
-    proxyPrologue(out);
-    transact(out, kHashId, "getInterfaceHash", false);
-    out->line("_aidl_ret_status = ::ndk::AParcel_readData(_aidl_out.get(), _aidl_return);");
-    orFail(out);
-    out->open("{");
-    out->line("const std::lock_guard<std::mutex> _aidl_lock(_aidl_cached_hash_mutex);");
-    out->line("_aidl_cached_hash = *_aidl_return;");
-    out->close("}");
-    proxyEpilogue(out, false);
-}
-
-void writeDispatcher(CodeWriter* out, const TypeDecl& type, const GeneratorOptions& options) {
-    const std::string native = "Bn" + baseName(type);
-    out->open("static binder_status_t " + dispatcherName(type) +
+void writeDispatcher(CodeWriter* out, const TypeDecl& type, const std::string& name) {
+    out->open("static binder_status_t " + name +
               "(AIBinder* _aidl_binder, transaction_code_t _aidl_code, const AParcel* _aidl_in, "
               "AParcel* _aidl_out) {");
-    out->line("(void)_aidl_in;");
-    out->line("(void)_aidl_out;");
-    out->line("binder_status_t _aidl_ret_status = STATUS_UNKNOWN_TRANSACTION;");
-    out->line("const std::shared_ptr<" + native + "> _aidl_impl = std::static_pointer_cast<" +
-              native + ">(::ndk::ICInterface::asInterface(_aidl_binder));");
-    out->line("if (_aidl_impl == nullptr) return STATUS_DEAD_OBJECT;");
+    out->lines(R"(
+(void)_aidl_in;
+(void)_aidl_out;
+binder_status_t _aidl_ret_status = STATUS_UNKNOWN_TRANSACTION;
+const std::shared_ptr<$NATIVE> _aidl_impl = std::static_pointer_cast<$NATIVE>(::ndk::ICInterface::asInterface(_aidl_binder));
+if (_aidl_impl == nullptr) return STATUS_DEAD_OBJECT;
+)",
+               {{"$NATIVE", "Bn" + baseName(type)}});
     out->open("switch (_aidl_code) {");
+    int64_t id = 0;
     for (const Method& method : type.methods) {
-        dispatch(out, method);
+        dispatch(out, id++, method);
     }
-    if (options.version > 0) {
-        dispatchMeta(out, kVersionId, "getInterfaceVersion",
-                     "static_cast<int32_t>(" + type.name + "::version)");
-    }
-    if (!options.hash.empty()) {
-        dispatchMeta(out, kHashId, "getInterfaceHash", type.name + "::hash");
-    }
+    dispatchMeta(out, kVersionId, "getInterfaceVersion",
+                 "static_cast<int32_t>(" + type.name + "::version)");
+    dispatchMeta(out, kHashId, "getInterfaceHash", type.name + "::hash");
     out->line("default:");
     out->line("  break;");
     out->close("}");

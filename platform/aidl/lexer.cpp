@@ -17,7 +17,7 @@ bool isNameStart(char c) {
 bool isName(char c) {
     return isNameStart(c) || isDigit(c);
 }
-// What may stand in a string or character constant without an escape, which AIDL does not have.
+// What may stand in a string or character constant; AIDL has no escapes.
 bool isPlain(char c) {
     return c >= ' ' && c <= '~' && c != '\\';
 }
@@ -33,19 +33,19 @@ std::string shown(char c) {
 
 class Lexer {
   public:
-    Lexer(const std::string& file, const std::string& text, Diagnostics* diagnostics)
-        : mFile(file), mText(text), mDiagnostics(*diagnostics) {}
+    Lexer(const std::string& file, const std::string& text) : mFile(file), mText(text) {}
 
     std::vector<Token> run() {
-        while (!mDiagnostics.isFull() && skipBlanks()) {
+        while (!mFailed && skipBlanks()) {
             next();
         }
-        mTokens.push_back({TokenKind::End, here(), "", std::move(mComment)});
+        if (!mFailed) {
+            add(TokenKind::End, 0);
+        }
         return std::move(mTokens);
     }
 
   private:
-    Location here() const { return {&mFile, mLine, static_cast<int>(mPosition - mLineStart) + 1}; }
     char peek(size_t ahead = 0) const {
         return mPosition + ahead < mText.size() ? mText[mPosition + ahead] : '\0';
     }
@@ -58,7 +58,7 @@ class Lexer {
         ++mPosition;
     }
 
-    // False at the end of the text.
+    // False at the end of the text, or after an error.
     bool skipBlanks() {
         while (!atEnd()) {
             const char c = peek();
@@ -69,7 +69,17 @@ class Lexer {
                     advance();
                 }
             } else if (c == '/' && peek(1) == '*') {
-                blockComment();
+                const size_t end = mText.find("*/", mPosition + 2);
+                if (end == std::string::npos) {
+                    fail(0, "this comment has no end; close it with */");
+                    return false;
+                }
+                if (peek(2) == '*' && end > mPosition + 2) {
+                    mComment = mText.substr(mPosition, end + 2 - mPosition);
+                }
+                while (mPosition < end + 2) {
+                    advance();
+                }
             } else {
                 return true;
             }
@@ -77,29 +87,12 @@ class Lexer {
         return false;
     }
 
-    void blockComment() {
-        const Location start = here();
-        const size_t end = mText.find("*/", mPosition + 2);
-        if (end == std::string::npos) {
-            mDiagnostics.error(start, "this comment has no end; close it with */");
-            mPosition = mText.size();
-            return;
-        }
-        const bool isDocumentation = peek(2) == '*' && end > mPosition + 2;
-        if (isDocumentation) {
-            mComment = mText.substr(mPosition, end + 2 - mPosition);
-        }
-        while (mPosition < end + 2) {
-            advance();
-        }
-    }
-
     void next() {
         const char c = peek();
         if (isNameStart(c)) {
-            add(TokenKind::Identifier, nameLength(0), 0);
+            add(TokenKind::Identifier, nameLength(0));
         } else if (c == '@' && isNameStart(peek(1))) {
-            add(TokenKind::Annotation, nameLength(1) + 1, 1);
+            add(TokenKind::Annotation, 1 + nameLength(1));
         } else if (isDigit(c) || (c == '.' && isDigit(peek(1)))) {
             number();
         } else if (c == '"' || c == '\'') {
@@ -117,107 +110,92 @@ class Lexer {
         return length;
     }
 
+    // Takes in the suffix as well; what is wrong with it is for the evaluation to say.
     void number() {
+        const bool isHex = peek() == '0' && (peek(1) == 'x' || peek(1) == 'X');
         size_t length = 0;
-        bool isFloat = false;
-        if (peek() == '0' && (peek(1) == 'x' || peek(1) == 'X')) {
-            length = 2 + nameLength(2);
-        } else {
-            // Takes in the suffix as well; what is wrong with it is for the evaluation to say.
-            while (isName(peek(length)) || (peek(length) == '.' && !isFloat) ||
-                   ((peek(length) == '-' || peek(length) == '+') && length > 0 &&
-                    (peek(length - 1) == 'e' || peek(length - 1) == 'E'))) {
-                const char c = peek(length);
-                isFloat = isFloat || c == '.' || c == 'e' || c == 'E' || c == 'f' || c == 'F';
-                ++length;
-            }
+        bool isReal = false;
+        while (isName(peek(length)) || (!isHex && peek(length) == '.' && !isReal) ||
+               (isReal && (peek(length) == '-' || peek(length) == '+') &&
+                (peek(length - 1) | 0x20) == 'e')) {
+            const char c = peek(length);
+            isReal = isReal || (!isHex && (c == '.' || (c | 0x20) == 'e' || (c | 0x20) == 'f'));
+            ++length;
         }
-        add(isFloat ? TokenKind::Float : TokenKind::Integer, length, 0);
+        add(isReal ? TokenKind::Real : TokenKind::Integer, length);
     }
 
     void quoted(char quote) {
-        const Location start = here();
         size_t length = 1;
         while (isPlain(peek(length)) && peek(length) != quote) {
             ++length;
         }
-        const bool closed = peek(length) == quote;
-        if (!closed) {
+        if (peek(length) != quote) {
             const bool lineEnds =
                 mPosition + length >= mText.size() || peek(length) == '\n' || peek(length) == '\r';
-            mDiagnostics.error(
-                {&mFile, start.line, start.column + static_cast<int>(length)},
-                lineEnds ? std::string("the quote is still open at the end of the line; close "
-                                       "it on the same line")
-                         : shown(peek(length)) +
-                               " cannot stand between quotes; only printable ASCII "
-                               "characters without '\\' can, there are no escapes");
-            skipTo(quote, length);
-            return;
+            fail(length, lineEnds ? "this quote has no end; close it on the same line"
+                                  : shown(peek(length)) +
+                                        " cannot stand between quotes; only printable ASCII "
+                                        "without '\\' can");
+        } else if (quote == '\'' && length != 2) {
+            fail(0, "a character constant holds exactly one character, as in 'a'");
+        } else {
+            add(quote == '"' ? TokenKind::String : TokenKind::Character, length + 1);
+            mTokens.back().text = mTokens.back().text.substr(1, length - 1);
         }
-        if (quote == '\'' && length != 2) {
-            mDiagnostics.error(start,
-                               "a character constant holds exactly one character, as in 'a'");
-            mPosition += length + 1;
-            return;
-        }
-        const size_t innerLength = length - 1;
-        const std::string inner = mText.substr(mPosition + 1, innerLength);
-        add(quote == '"' ? TokenKind::String : TokenKind::Character, length + 1, 0);
-        mTokens.back().text = inner;
-    }
-
-    // Goes on behind a broken constant: after its closing quote, or at the end of its line. A
-    // constant takes its place, so that it is the only thing reported there.
-    void skipTo(char quote, size_t length) {
-        const Location start = here();
-        mPosition += length;
-        while (!atEnd() && peek() != '\n' && peek() != quote) {
-            advance();
-        }
-        if (peek() == quote && !atEnd()) {
-            advance();
-        }
-        mTokens.push_back({quote == '"' ? TokenKind::String : TokenKind::Character, start, "?",
-                           std::exchange(mComment, "")});
     }
 
     void symbol() {
+        static constexpr std::string_view kUnsupported[] = {
+            "&&", "||", "==", "!=", "<=", ">=", "!", "?"};
         static constexpr std::string_view kSymbols[] = {
-            "<<", "<=", ">=", "==", "!=", "&&", "||", "{", "}", "(", ")", "[", "]", "<", ">",
-            ";",  ",",  "=",  ".",  "+",  "-",  "*",  "/", "%", "&", "|", "^", "~", "!", ":",
+            "<<", ">>", "{", "}", "(", ")", "[", "]", "<", ">", ";", ",",
+            "=",  ".",  "+", "-", "*", "/", "%", "&", "|", "^", "~",
         };
-        for (const std::string_view symbol : kSymbols) {
+        for (const std::string_view symbol : kUnsupported) {
             if (mText.compare(mPosition, symbol.size(), symbol) == 0) {
-                add(TokenKind::Symbol, symbol.size(), 0);
+                fail(0, "the operator '" + std::string(symbol) + "' is not supported");
                 return;
             }
         }
-        mDiagnostics.error(here(), shown(peek()) + " has no meaning here; remove it");
-        advance();
+        for (const std::string_view symbol : kSymbols) {
+            if (mText.compare(mPosition, symbol.size(), symbol) == 0) {
+                add(TokenKind::Symbol, symbol.size());
+                return;
+            }
+        }
+        fail(0, shown(peek()) + " has no meaning here; remove it");
     }
 
-    void add(TokenKind kind, size_t length, size_t skip) {
-        mTokens.push_back({kind, here(), mText.substr(mPosition + skip, length - skip),
+    void add(TokenKind kind, size_t length) {
+        mTokens.push_back({kind,
+                           {&mFile, mLine, static_cast<int>(mPosition - mLineStart) + 1},
+                           mText.substr(mPosition, length),
                            std::exchange(mComment, "")});
         mPosition += length;
+    }
+
+    void fail(size_t ahead, const std::string& message) {
+        mPosition += ahead;
+        add(TokenKind::Error, 0);
+        mTokens.back().text = message;
+        mFailed = true;
     }
 
     const std::string& mFile;
     const std::string& mText;
-    Diagnostics& mDiagnostics;
     std::vector<Token> mTokens;
     std::string mComment;
     size_t mPosition = 0;
     size_t mLineStart = 0;
     int mLine = 1;
+    bool mFailed = false;
 };
 
 }  // namespace
 
-std::vector<Token> tokenize(const std::string& file, const std::string& text,
-                            Diagnostics* diagnostics) {
-    return Lexer(file, text, diagnostics).run();
+std::vector<Token> tokenize(const std::string& file, const std::string& text) {
+    return Lexer(file, text).run();
 }
 
 }  // namespace aidlc

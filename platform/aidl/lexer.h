@@ -10,12 +10,13 @@ namespace aidlc {
 
 enum class TokenKind {
     Identifier,  // a keyword too: AIDL has none that are reserved everywhere
-    Annotation,  // "@Name"; text is the name without '@'
+    Annotation,  // "@Name"
     Integer,     // as written, with its suffix
-    Float,       // as written, with its suffix
+    Real,        // as written, with its suffix
     Character,   // text is the one character
     String,      // text is what stands between the quotes
-    Symbol,      // text is the operator or the bracket
+    Symbol,      // an operator or a bracket
+    Error,       // text says what is wrong
     End,
 };
 
@@ -28,9 +29,8 @@ struct Token {
     std::string comment;
 };
 
-// Splits a whole file into tokens. The result always ends with an End token. Reports every
-// character that belongs nowhere and goes on after it.
-std::vector<Token> tokenize(const std::string& file, const std::string& text,
-                            Diagnostics* diagnostics);
+// Splits a whole file into tokens. The last one is End, or Error at the first character that does
+// not belong there. `file` names it in locations and must outlive them.
+std::vector<Token> tokenize(const std::string& file, const std::string& text);
 
 }  // namespace aidlc

@@ -2,24 +2,24 @@
 #include "options.h"
 
 #include <algorithm>
-#include <string_view>
-#include <utility>
+#include <cctype>
+#include <charconv>
 
 namespace aidlc {
 
 const char kUsage[] =
-    R"(usage: aidl --lang=ndk --structured [--stability=vintf] [--version N --hash HASH]
+    R"(usage: aidl --lang=ndk --structured --stability=vintf --version N --hash HASH
             [-I DIR]... -o DIR -h DIR FILE...
-       aidl --dumpapi [--structured] [--stability=vintf] [-I DIR]... --out DIR FILE...
+       aidl --dumpapi --structured --stability=vintf [-I DIR]... --out DIR FILE...
        aidl --checkapi=equal OLD_DIR NEW_DIR
 
 Turns AIDL files into C++ for the NDK backend.
 
   --lang=ndk          the only language there is
   --structured        types are declared with all their fields (always so)
-  --stability=vintf   types may be marked @VintfStability
-  --version N         the interface's version, 1 or higher
-  --hash HASH         the hash of that version's API, in hexadecimal digits; needs --version
+  --stability=vintf   types may be marked @VintfStability (always so)
+  --version N         the interface's version, 1 to 999999
+  --hash HASH         the hash of that version's API
   -I DIR              where imported files are looked for; may be given several times
   -o DIR, --out DIR   where sources, or the API dump, are written
   -h DIR              where headers are written
@@ -43,140 +43,103 @@ class OptionParser {
                 mOptions.task = Options::Task::Help;
                 return mOptions;
             }
-            if (argument.empty()) {
-                mDiagnostics.error("an argument is empty; name a file or leave it out");
-            } else if (argument[0] != '-') {
-                mOptions.files.push_back(argument);
-            } else {
+            if (argument.starts_with("-")) {
                 option(argument);
+            } else {
+                mOptions.files.push_back(argument);
             }
         }
-        complete();
+        if (!mDiagnostics.hasErrors()) {
+            checkComplete();
+        }
         return mDiagnostics.hasErrors() ? std::nullopt : std::optional<Options>(mOptions);
     }
 
   private:
+    void checkComplete() {
+        const bool isGenerate = mOptions.task == Options::Task::Generate;
+        if (mOptions.task == Options::Task::CheckApi) {
+            require(mOptions.files.size() == 2, "--checkapi=equal needs two folders, old and new");
+        } else {
+            require(!mOptions.files.empty(), "name at least one .aidl file; see --help");
+            require(!mOptions.sourceFolder.empty(), "name the output folder with -o or --out");
+            require(!isGenerate || mHasLanguage, "--lang=ndk is missing");
+            require(!isGenerate || !mOptions.headerFolder.empty(),
+                    "name the header folder with -h");
+            require(!isGenerate || (mOptions.version > 0 && !mOptions.hash.empty()),
+                    "--version and --hash are missing");
+        }
+    }
+
+    void require(bool isGood, const std::string& otherwise) {
+        if (!isGood) {
+            mDiagnostics.error(otherwise);
+        }
+    }
+
+    // "--name=value", "--name value", "-nvalue" or "-n value".
     void option(const std::string& argument) {
-        const size_t equals = argument.find('=');
         const bool isLong = argument.starts_with("--");
-        mName = isLong ? argument.substr(0, equals) : argument.substr(0, 2);
+        const size_t nameEnd = std::min(isLong ? argument.find('=') : 2, argument.size());
+        mName = argument.substr(0, nameEnd);
         mInline.reset();
-        if (isLong && equals != std::string::npos) {
-            mInline = argument.substr(equals + 1);
-        } else if (!isLong && argument.size() > 2) {
-            mInline = argument.substr(2);
+        if (nameEnd < argument.size()) {
+            mInline = argument.substr(nameEnd + (isLong ? 1 : 0));
         }
         if (mName == "-I") {
-            addTo(&mOptions.importFolders);
+            mOptions.importFolders.push_back(value());
         } else if (mName == "-o" || mName == "--out") {
             mOptions.sourceFolder = value();
-        } else if (mName == "-h" || mName == "--header_out") {
+        } else if (mName == "-h") {
             mOptions.headerFolder = value();
         } else if (mName == "--lang") {
             mHasLanguage = true;
-            only("ndk", "only C++ for the NDK is generated");
+            only("ndk");
         } else if (mName == "--stability") {
-            only("vintf", "no other stability is known");
-            mOptions.checks.vintf = true;
+            only("vintf");
         } else if (mName == "--version") {
-            version();
+            version(value());
         } else if (mName == "--hash") {
-            hash();
+            hash(value());
         } else if (mName == "--checkapi") {
             mOptions.task = Options::Task::CheckApi;
-            // Without a value it would mean compatibility, which is another question.
-            if (!mInline || *mInline != "equal") {
-                mDiagnostics.error("write --checkapi=equal; compatibility is not checked");
-            }
-        } else if (mName == "--dumpapi") {
+            // Without a value it would ask for compatibility.
+            mInline = mInline.value_or("");
+            only("equal");
+        } else if (argument == "--dumpapi") {
             mOptions.task = Options::Task::DumpApi;
-            flag();
-        } else if (mName == "--structured" || mName == "--omit_invocation") {
-            flag();
-        } else {
-            mDiagnostics.error("there is no option '" + mName + "'; see --help");
+        } else if (argument != "--structured") {
+            mDiagnostics.error("there is no option '" + argument + "'; see --help");
         }
     }
 
     std::string value() {
-        if (mInline) {
-            return *mInline;
-        }
-        if (mNext >= mArguments.size()) {
+        if (!mInline && mNext >= mArguments.size()) {
             mDiagnostics.error("'" + mName + "' needs a value after it");
             return "";
         }
-        return mArguments[mNext++];
+        return mInline ? *mInline : mArguments[mNext++];
     }
-    void addTo(std::vector<std::string>* list) { list->push_back(value()); }
-    void flag() {
-        if (mInline) {
-            mDiagnostics.error("'" + mName + "' takes no value");
-        }
-    }
-    void only(const std::string& wanted, const std::string& why) {
+    void only(const std::string& wanted) {
         const std::string given = value();
-        if (given != wanted) {
-            mDiagnostics.error("'" + mName + "=" + given + "' is not supported: " + why +
-                               "; write " + mName + "=" + wanted);
-        }
+        require(given == wanted,
+                "'" + mName + '=' + given + "' is not supported; write " + mName + '=' + wanted);
     }
 
-    void version() {
-        const std::string text = value();
-        const bool isNumber =
-            !text.empty() && text.size() <= 6 &&
-            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-        for (size_t i = 0; isNumber && i < text.size(); ++i) {
-            mOptions.generator.version = mOptions.generator.version * 10 + (text[i] - '0');
-        }
-        if (mOptions.generator.version < 1) {
-            mDiagnostics.error("'" + text + "' is no version; write a number from 1 to 999999");
-        }
+    void version(const std::string& text) {
+        const char* end = text.data() + text.size();
+        const auto [stop, error] = std::from_chars(text.data(), end, mOptions.version);
+        require(error == std::errc() && stop == end && mOptions.version >= 1 &&
+                    mOptions.version <= 999999,
+                "'" + text + "' is not a version; write a number from 1 to 999999");
     }
 
-    void hash() {
-        mOptions.generator.hash = value();
-        const std::string& text = mOptions.generator.hash;
-        const bool good =
-            !text.empty() && text.size() <= 128 &&
-            std::all_of(text.begin(), text.end(), [](char c) {
-                return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-            });
-        if (!good) {
-            mDiagnostics.error("'--hash' needs the hash of the API, letters and digits only");
-        }
-    }
-
-    void complete() {
-        if (mOptions.task == Options::Task::CheckApi) {
-            if (mOptions.files.size() != 2) {
-                mDiagnostics.error("--checkapi=equal needs two folders, the old and the new dump");
-            }
-            // Whatever a dump contains is compared.
-            mOptions.checks.vintf = true;
-            return;
-        }
-        if (mOptions.files.empty()) {
-            mDiagnostics.error("name at least one .aidl file; see --help");
-        }
-        if (mOptions.sourceFolder.empty()) {
-            mDiagnostics.error(mOptions.task == Options::Task::DumpApi
-                                   ? "say with --out where the dump goes"
-                                   : "say with -o where the sources go");
-        }
-        if (mOptions.task == Options::Task::DumpApi) {
-            return;
-        }
-        if (!mHasLanguage) {
-            mDiagnostics.error("say with --lang=ndk what to generate");
-        }
-        if (mOptions.headerFolder.empty()) {
-            mDiagnostics.error("say with -h where the headers go");
-        }
-        if (!mOptions.generator.hash.empty() && mOptions.generator.version == 0) {
-            mDiagnostics.error("--hash belongs to a --version; give both");
-        }
+    void hash(const std::string& text) {
+        mOptions.hash = text;
+        require(!text.empty() && text.size() <= 128 &&
+                    std::all_of(text.begin(), text.end(),
+                                [](unsigned char c) { return isalnum(c) != 0; }),
+                "'--hash' needs the hash of the API, letters and digits only");
     }
 
     const std::vector<std::string>& mArguments;
@@ -185,7 +148,7 @@ class OptionParser {
     size_t mNext = 0;
     bool mHasLanguage = false;
     std::string mName;
-    std::optional<std::string> mInline;
+    std::optional<std::string> mInline;  // the value in the same argument
 };
 
 }  // namespace

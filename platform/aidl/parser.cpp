@@ -4,327 +4,235 @@
 #include <string_view>
 #include <utility>
 
+#include "expression_parser.h"
 #include "token_stream.h"
 
 namespace aidlc {
 namespace {
 
-// How deep List<List<...>> may be read before it is refused for what it is.
-constexpr int kMaxTypeNesting = 8;
+constexpr char kDeclarations[] = "an interface, a parcelable, a union or an enum";
 
-bool parseTypeAtDepth(TokenStream* tokens, TypeRef* type, int depth) {
-    if (!parseAnnotations(tokens, &type->annotations)) {
-        return false;
-    }
-    type->at = tokens->peek().at;
-    if (!tokens->expectDottedName("a type", &type->name)) {
-        return false;
-    }
-    if (tokens->takeIf("<")) {
-        if (depth >= kMaxTypeNesting) {
-            tokens->diagnostics().error(type->at, "this type is nested too deep");
-            return false;
-        }
-        do {
-            TypeRef argument;
-            if (!parseTypeAtDepth(tokens, &argument, depth + 1)) {
-                return false;
-            }
-            type->arguments.push_back(std::move(argument));
-        } while (tokens->takeIf(","));
-        if (!tokens->expect(">")) {
-            return false;
-        }
-    }
-    if (!tokens->takeIf("[")) {
-        return true;
-    }
-    if (tokens->takeIf("]")) {
-        type->array = TypeRef::Array::Dynamic;
-    } else {
-        type->array = TypeRef::Array::Fixed;
-        type->size = parseExpression(tokens);
-        if (type->size == nullptr || !tokens->expect("]")) {
-            return false;
-        }
-    }
-    if (tokens->is("[")) {
-        tokens->diagnostics().error(
-            tokens->peek().at,
-            "arrays of arrays are not supported; put the inner array into a "
-            "parcelable and use an array of that");
-        return false;
-    }
-    return true;
-}
+constexpr std::pair<std::string_view, TypeDecl::Kind> kKinds[] = {
+    {"interface", TypeDecl::Kind::Interface},
+    {"parcelable", TypeDecl::Kind::Parcelable},
+    {"union", TypeDecl::Kind::Union},
+    {"enum", TypeDecl::Kind::Enum},
+};
+constexpr std::pair<std::string_view, Argument::Direction> kDirections[] = {
+    {"in", Argument::Direction::In},
+    {"out", Argument::Direction::Out},
+    {"inout", Argument::Direction::InOut},
+};
 
+// Every function reads one construct. What they return has no meaning once mTokens has failed.
 class Parser {
   public:
     Parser(const std::string& path, const std::string& text, Diagnostics* diagnostics)
         : mDocument(std::make_unique<Document>()),
-          mTokens((mDocument->path = path, tokenize(mDocument->path, text, diagnostics)),
-                  diagnostics) {}
+          mTokens((mDocument->path = path, tokenize(mDocument->path, text)), diagnostics) {}
 
     std::unique_ptr<Document> run() {
-        if (!packageLine()) {
-            mTokens.skipStatement();
+        if (!mTokens.takeIfWord("package")) {
+            mTokens.failExpecting("'package NAME;' first");
         }
-        while (mTokens.isWord("import")) {
-            Import import;
-            mTokens.take();
-            import.at = mTokens.peek().at;
-            if (mTokens.expectDottedName("the full name of a type", &import.name) &&
-                mTokens.expect(";")) {
-                mDocument->imports.push_back(std::move(import));
-            } else {
-                mTokens.skipStatement();
-            }
+        mDocument->package = mTokens.expectDottedName("a package name");
+        mTokens.expect(";");
+        while (mTokens.takeIfWord("import")) {
+            const Location at = mTokens.at();
+            mDocument->imports.push_back({at, mTokens.expectDottedName("the full name of a type")});
+            mTokens.expect(";");
         }
-        if (mTokens.atEnd()) {
-            mTokens.failExpecting("an interface, a parcelable, a union or an enum");
-            return std::move(mDocument);
+        mDocument->type = declaration();
+        if (!mTokens.atEnd()) {
+            mTokens.failExpecting("the end of the file: each file declares one type");
         }
-        auto type = std::make_unique<TypeDecl>();
-        type->package = mDocument->package;
-        if (declaration(type.get())) {
-            mDocument->type = std::move(type);
-            if (!mTokens.atEnd()) {
-                mTokens.failExpecting(
-                    "the end of the file: each file declares one type, so put the "
-                    "next one into a file of its own");
-            }
-        }
-        return std::move(mDocument);
+        return mTokens.failed() ? nullptr : std::move(mDocument);
     }
 
   private:
-    bool packageLine() {
-        if (!mTokens.isWord("package")) {
-            return mTokens.failExpecting("'package NAME;' first");
-        }
-        mTokens.take();
-        return mTokens.expectDottedName("a package name", &mDocument->package) &&
-               mTokens.expect(";");
-    }
-
-    bool declaration(TypeDecl* type) {
+    std::unique_ptr<TypeDecl> declaration() {
+        auto type = std::make_unique<TypeDecl>();
+        type->package = mDocument->package;
         type->comment = mTokens.peek().comment;
-        if (!parseAnnotations(&mTokens, &type->annotations)) {
-            return false;
-        }
-        if (mTokens.isWord("oneway")) {
-            mTokens.take();
-            type->oneway = true;
-            if (!mTokens.isWord("interface")) {
-                return mTokens.failExpecting("'interface' after 'oneway'");
-            }
-        }
-        static constexpr std::pair<std::string_view, TypeDecl::Kind> kKinds[] = {
-            {"interface", TypeDecl::Kind::Interface},
-            {"parcelable", TypeDecl::Kind::Parcelable},
-            {"union", TypeDecl::Kind::Union},
-            {"enum", TypeDecl::Kind::Enum},
-        };
+        type->annotations = annotations();
+        type->oneway = mTokens.takeIfWord("oneway");
+        bool isKnown = false;
         for (const auto& [word, kind] : kKinds) {
-            if (mTokens.isWord(word)) {
-                mTokens.take();
+            if (!isKnown && mTokens.takeIfWord(word)) {
                 type->kind = kind;
-                return body(type);
+                isKnown = true;
             }
         }
-        return mTokens.failExpecting("an interface, a parcelable, a union or an enum");
+        if (!isKnown) {
+            mTokens.failExpecting(kDeclarations);
+        } else if (type->oneway && type->kind != TypeDecl::Kind::Interface) {
+            mTokens.fail(mTokens.at(), "only an interface or a method can be oneway");
+        }
+        type->at = mTokens.at();
+        type->name = mTokens.expectName("the name of the type");
+        if (mTokens.is(";") || mTokens.peek().kind == TokenKind::Identifier) {
+            mTokens.fail(type->at, "'" + type->name +
+                                       "' is declared without fields, which is not supported; "
+                                       "list its fields between { and }");
+        } else if (mTokens.is("<")) {
+            mTokens.fail(mTokens.at(), "generic types are not supported");
+        }
+        mTokens.expect("{");
+        while (mTokens.until("}")) {
+            if (type->kind == TypeDecl::Kind::Enum) {
+                type->enumerators.push_back(enumerator());
+            } else {
+                member(type.get());
+            }
+        }
+        return type;
     }
 
-    bool body(TypeDecl* type) {
-        type->at = mTokens.peek().at;
-        if (!mTokens.expectName("the name of the type", &type->name)) {
-            return false;
+    Enumerator enumerator() {
+        Enumerator result;
+        result.comment = mTokens.peek().comment;
+        result.at = mTokens.at();
+        result.name = mTokens.expectName("the name of an enum value");
+        if (mTokens.takeIf("=")) {
+            result.initial = parseExpression(&mTokens);
         }
-        if (mTokens.is(";") || mTokens.isWord("cpp_header") || mTokens.isWord("ndk_header")) {
-            mTokens.diagnostics().error(type->at, "'" + type->name +
-                                                      "' is declared without fields; only "
-                                                      "structured types are supported: list "
-                                                      "its fields between { and }");
-            return false;
-        }
-        if (mTokens.is("<")) {
-            mTokens.diagnostics().error(mTokens.peek().at,
-                                        "generic types are not supported; declare "
-                                        "a type for each use");
-            return false;
-        }
-        if (!mTokens.expect("{")) {
-            return false;
-        }
-        if (type->kind == TypeDecl::Kind::Enum) {
-            return enumerators(type);
-        }
-        while (!mTokens.takeIf("}")) {
-            if (mTokens.atEnd()) {
-                return mTokens.failExpecting("'}' that closes '" + type->name + "'");
-            }
-            if (!member(type)) {
-                mTokens.skipStatement();
-            }
-        }
-        return true;
+        mTokens.expectCommaOr("}");
+        return result;
     }
 
-    bool enumerators(TypeDecl* type) {
-        while (!mTokens.takeIf("}")) {
-            Enumerator enumerator;
-            enumerator.comment = mTokens.peek().comment;
-            if (!parseAnnotations(&mTokens, &enumerator.annotations)) {
-                return false;
+    void member(TypeDecl* type) {
+        const std::string comment = mTokens.peek().comment;
+        std::vector<Annotation> leading = annotations();
+        const Location at = mTokens.at();
+        for (const auto& [word, kind] : kKinds) {
+            if (mTokens.takeIfWord(word)) {
+                mTokens.fail(at,
+                             "a type inside a type is not supported; declare it in a file of "
+                             "its own");
             }
-            enumerator.at = mTokens.peek().at;
-            if (!mTokens.expectName("the name of an enum value", &enumerator.name)) {
-                return false;
+        }
+        if (mTokens.takeIfWord("const")) {
+            type->constants.push_back(variable(comment, std::move(leading)));
+            if (type->constants.back().initial == nullptr) {
+                mTokens.fail(type->constants.back().at, "a constant needs a value");
             }
-            if (mTokens.takeIf("=")) {
-                enumerator.value = parseExpression(&mTokens);
-                if (enumerator.value == nullptr) {
-                    return false;
+        } else if (type->kind == TypeDecl::Kind::Interface) {
+            const bool oneway = mTokens.takeIfWord("oneway");
+            type->methods.push_back(method(comment, std::move(leading)));
+            type->methods.back().oneway = oneway || type->oneway;
+        } else {
+            type->fields.push_back(variable(comment, std::move(leading)));
+        }
+    }
+
+    Variable variable(const std::string& comment, std::vector<Annotation> leading) {
+        Variable result;
+        result.comment = comment;
+        result.type = typeRef(std::move(leading));
+        result.at = mTokens.at();
+        result.name = mTokens.expectName("a name after the type");
+        if (mTokens.takeIf("=")) {
+            result.initial = parseExpression(&mTokens);
+        }
+        mTokens.expect(";");
+        return result;
+    }
+
+    Method method(const std::string& comment, std::vector<Annotation> leading) {
+        Method result;
+        result.comment = comment;
+        result.result = typeRef(std::move(leading));
+        result.at = mTokens.at();
+        result.name = mTokens.expectName("the name of the method");
+        mTokens.expect("(");
+        while (mTokens.until(")")) {
+            result.arguments.push_back(argument());
+            mTokens.expectCommaOr(")");
+        }
+        if (mTokens.is("=")) {
+            mTokens.fail(mTokens.at(),
+                         "ids of methods are not supported; methods are numbered in order");
+        }
+        mTokens.expect(";");
+        return result;
+    }
+
+    Argument argument() {
+        Argument result;
+        std::vector<Annotation> leading = annotations();
+        for (const auto& [word, direction] : kDirections) {
+            if (!result.hasDirection && mTokens.takeIfWord(word)) {
+                result.direction = direction;
+                result.hasDirection = true;
+            }
+        }
+        result.type = typeRef(std::move(leading));
+        result.at = mTokens.at();
+        result.name = mTokens.expectName("the name of the argument");
+        return result;
+    }
+
+    // `leading` are the annotations that stood in front already.
+    TypeRef typeRef(std::vector<Annotation> leading) {
+        TypeRef type;
+        type.annotations = std::move(leading);
+        for (Annotation& annotation : annotations()) {
+            type.annotations.push_back(std::move(annotation));
+        }
+        type.at = mTokens.at();
+        type.name = mTokens.expectDottedName("a type");
+        const bool isList = type.name == "List";
+        if (isList != mTokens.is("<")) {
+            mTokens.fail(type.at, isList ? "say what is in the list, as in List<String>"
+                                         : "only List takes a type in < >");
+        }
+        if (mTokens.takeIf("<")) {
+            TypeRef item;
+            item.at = mTokens.at();
+            item.name = mTokens.expectDottedName("the type of the items");
+            if (mTokens.is("<") || mTokens.is("[")) {
+                mTokens.fail(item.at, "a list of lists or arrays is not supported");
+            }
+            mTokens.expect(">");
+            type.arguments.push_back(std::move(item));
+        }
+        if (mTokens.takeIf("[")) {
+            type.array = mTokens.is("]") ? TypeRef::Array::Dynamic : TypeRef::Array::Fixed;
+            if (type.array == TypeRef::Array::Fixed) {
+                type.size = parseExpression(&mTokens);
+            }
+            mTokens.expect("]");
+        }
+        if (mTokens.is("[")) {
+            mTokens.fail(mTokens.at(), "arrays of arrays are not supported");
+        }
+        return type;
+    }
+
+    std::vector<Annotation> annotations() {
+        std::vector<Annotation> result;
+        while (mTokens.peek().kind == TokenKind::Annotation) {
+            Token token = mTokens.take();
+            Annotation annotation = {token.at, token.text.substr(1), ""};
+            if (mTokens.takeIf("(")) {
+                while (mTokens.until(")")) {
+                    annotation.parameters += annotation.parameters.empty() ? "" : ", ";
+                    annotation.parameters += mTokens.expectName("the name of a parameter") + '=';
+                    mTokens.expect("=");
+                    annotation.parameters += parameterValue();
+                    mTokens.expectCommaOr(")");
                 }
             }
-            type->enumerators.push_back(std::move(enumerator));
-            if (!mTokens.takeIf(",") && !mTokens.is("}")) {
-                return mTokens.failExpecting("',' or '}'");
-            }
+            result.push_back(std::move(annotation));
         }
-        return true;
+        return result;
     }
 
-    bool member(TypeDecl* type) {
-        const std::string comment = mTokens.peek().comment;
-        std::vector<Annotation> annotations;
-        if (!parseAnnotations(&mTokens, &annotations)) {
-            return false;
+    std::string parameterValue() {
+        if (mTokens.peek().kind == TokenKind::String) {
+            return '"' + mTokens.take().text + '"';
         }
-        for (const std::string_view word : {"interface", "parcelable", "union", "enum"}) {
-            if (mTokens.isWord(word) && mTokens.isAhead(2, "{")) {
-                mTokens.diagnostics().error(
-                    mTokens.peek().at,
-                    "a type inside a type is not supported; declare it in a "
-                    "file of its own");
-                return false;
-            }
-        }
-        if (mTokens.isWord("const")) {
-            return constant(type, comment, std::move(annotations));
-        }
-        if (type->kind == TypeDecl::Kind::Interface) {
-            return method(type, comment, std::move(annotations));
-        }
-        Field field;
-        field.comment = comment;
-        field.type.annotations = std::move(annotations);
-        if (!parseType(&mTokens, &field.type)) {
-            return false;
-        }
-        field.at = mTokens.peek().at;
-        if (!mTokens.expectName("the name of the field", &field.name)) {
-            return false;
-        }
-        if (mTokens.takeIf("=")) {
-            field.value = parseExpression(&mTokens);
-            if (field.value == nullptr) {
-                return false;
-            }
-        }
-        if (!mTokens.expect(";")) {
-            return false;
-        }
-        type->fields.push_back(std::move(field));
-        return true;
-    }
-
-    bool constant(TypeDecl* type, const std::string& comment, std::vector<Annotation> annotations) {
-        mTokens.take();
-        Constant constant;
-        constant.comment = comment;
-        constant.annotations = std::move(annotations);
-        if (!parseType(&mTokens, &constant.type)) {
-            return false;
-        }
-        constant.at = mTokens.peek().at;
-        if (!mTokens.expectName("the name of the constant", &constant.name) ||
-            !mTokens.expect("=")) {
-            return false;
-        }
-        constant.value = parseExpression(&mTokens);
-        if (constant.value == nullptr || !mTokens.expect(";")) {
-            return false;
-        }
-        type->constants.push_back(std::move(constant));
-        return true;
-    }
-
-    bool method(TypeDecl* type, const std::string& comment, std::vector<Annotation> annotations) {
-        Method method;
-        method.comment = comment;
-        if (mTokens.isWord("oneway")) {
-            mTokens.take();
-            method.oneway = true;
-        }
-        // What stands in front belongs to the result where it says something of a type.
-        for (Annotation& annotation : annotations) {
-            const bool ofType = annotation.name == "nullable" || annotation.name == "utf8InCpp";
-            (ofType ? method.result.annotations : method.annotations)
-                .push_back(std::move(annotation));
-        }
-        if (!parseType(&mTokens, &method.result)) {
-            return false;
-        }
-        method.at = mTokens.peek().at;
-        if (!mTokens.expectName("the name of the method", &method.name) || !mTokens.expect("(")) {
-            return false;
-        }
-        while (!mTokens.takeIf(")")) {
-            Argument argument;
-            if (!parseArgument(&argument)) {
-                return false;
-            }
-            method.arguments.push_back(std::move(argument));
-            if (!mTokens.takeIf(",") && !mTokens.is(")")) {
-                return mTokens.failExpecting("',' or ')'");
-            }
-        }
-        if (mTokens.takeIf("=")) {
-            method.idValue = parseExpression(&mTokens);
-            if (method.idValue == nullptr) {
-                return false;
-            }
-        }
-        if (!mTokens.expect(";")) {
-            return false;
-        }
-        type->methods.push_back(std::move(method));
-        return true;
-    }
-
-    bool parseArgument(Argument* argument) {
-        static constexpr std::pair<std::string_view, Argument::Direction> kDirections[] = {
-            {"in", Argument::Direction::In},
-            {"out", Argument::Direction::Out},
-            {"inout", Argument::Direction::InOut},
-        };
-        if (!parseAnnotations(&mTokens, &argument->type.annotations)) {
-            return false;
-        }
-        for (const auto& [word, direction] : kDirections) {
-            if (mTokens.isWord(word)) {
-                mTokens.take();
-                argument->direction = direction;
-                argument->hasDirection = true;
-                break;
-            }
-        }
-        if (!parseType(&mTokens, &argument->type)) {
-            return false;
-        }
-        argument->at = mTokens.peek().at;
-        return mTokens.expectName("the name of the argument", &argument->name);
+        return mTokens.expectName("true, false or a text in quotes");
     }
 
     std::unique_ptr<Document> mDocument;
@@ -332,38 +240,6 @@ class Parser {
 };
 
 }  // namespace
-
-bool parseAnnotations(TokenStream* tokens, std::vector<Annotation>* annotations) {
-    while (tokens->peek().kind == TokenKind::Annotation) {
-        const Token token = tokens->take();
-        Annotation annotation;
-        annotation.at = token.at;
-        annotation.name = token.text;
-        if (tokens->takeIf("(")) {
-            while (!tokens->takeIf(")")) {
-                std::string name;
-                if (!tokens->expectName("the name of an annotation parameter", &name) ||
-                    !tokens->expect("=")) {
-                    return false;
-                }
-                ExpressionPtr value = parseExpression(tokens);
-                if (value == nullptr) {
-                    return false;
-                }
-                annotation.parameters.emplace_back(std::move(name), std::move(value));
-                if (!tokens->takeIf(",") && !tokens->is(")")) {
-                    return tokens->failExpecting("',' or ')'");
-                }
-            }
-        }
-        annotations->push_back(std::move(annotation));
-    }
-    return true;
-}
-
-bool parseType(TokenStream* tokens, TypeRef* type) {
-    return parseTypeAtDepth(tokens, type, 0);
-}
 
 std::unique_ptr<Document> parse(const std::string& path, const std::string& text,
                                 Diagnostics* diagnostics) {

@@ -9,9 +9,8 @@
 
 namespace aidlc {
 
-// Reads one AIDL file. Null when there is nothing to go on with; what is wrong is in `diagnostics`,
-// and a document that was read with errors is returned as far as it was understood. `text` need not
-// outlive the call.
+// Reads one AIDL file up to its first error, which goes to `diagnostics`; then null. `text` need
+// not outlive the call.
 std::unique_ptr<Document> parse(const std::string& path, const std::string& text,
                                 Diagnostics* diagnostics);
 

@@ -6,118 +6,103 @@
 #include <utility>
 #include <vector>
 
-#include "ast.h"
 #include "diagnostics.h"
 #include "lexer.h"
 
 namespace aidlc {
 
-// The tokens of one file with the parser's reading position. Reading past the end gives End for
-// ever.
+// The tokens of one file with the parser's reading position. The first error ends the stream: from
+// then on only End follows, no further error is reported, and every name taken is empty.
 class TokenStream {
   public:
+    // `tokens` as from tokenize().
     TokenStream(std::vector<Token> tokens, Diagnostics* diagnostics)
-        : mTokens(std::move(tokens)), mDiagnostics(*diagnostics) {}
+        : mTokens(std::move(tokens)), mDiagnostics(*diagnostics) {
+        checkNext();
+    }
 
-    const Token& peek(size_t ahead = 0) const {
-        return mTokens[mPosition + ahead < mTokens.size() ? mPosition + ahead : mTokens.size() - 1];
-    }
+    const Token& peek() const { return mTokens[mPosition]; }
+    const Location& at() const { return peek().at; }
+    bool failed() const { return mFailed; }
     bool atEnd() const { return peek().kind == TokenKind::End; }
-    bool is(std::string_view symbol) const { return isAhead(0, symbol); }
-    bool isAhead(size_t ahead, std::string_view symbol) const {
-        return peek(ahead).kind == TokenKind::Symbol && peek(ahead).text == symbol;
-    }
-    bool isWord(std::string_view word) const {
-        return peek().kind == TokenKind::Identifier && peek().text == word;
+    bool is(std::string_view symbol) const {
+        return peek().kind == TokenKind::Symbol && peek().text == symbol;
     }
 
     Token take() {
         Token token = peek();
-        if (mPosition + 1 < mTokens.size()) {
+        if (!atEnd()) {
             ++mPosition;
+            checkNext();
         }
         return token;
     }
-    bool takeIf(std::string_view symbol) {
-        const bool matches = is(symbol);
-        if (matches) {
-            take();
+    bool takeIf(std::string_view symbol) { return is(symbol) && (take(), true); }
+    bool takeIfWord(std::string_view word) {
+        return peek().kind == TokenKind::Identifier && peek().text == word && (take(), true);
+    }
+    void expect(std::string_view symbol) {
+        if (!takeIf(symbol)) {
+            failExpecting("'" + std::string(symbol) + "'");
         }
-        return matches;
     }
-
-    // Reports what stands here instead of `wanted`; false.
-    bool failExpecting(const std::string& wanted) {
-        const Token& token = peek();
-        const std::string found =
-            token.kind == TokenKind::End ? "the end of the file" : "'" + token.text + "'";
-        mDiagnostics.error(token.at, "expected " + wanted + ", found " + found);
-        return false;
-    }
-    // Takes the symbol or reports that it is missing.
-    [[nodiscard]] bool expect(std::string_view symbol) {
-        return takeIf(symbol) || failExpecting("'" + std::string(symbol) + "'");
-    }
-    // Takes a name or reports that `what` is missing.
-    [[nodiscard]] bool expectName(const std::string& what, std::string* name) {
-        if (peek().kind != TokenKind::Identifier) {
-            return failExpecting(what);
+    // Takes a name, called `what` in the error.
+    std::string expectName(const std::string& what) {
+        if (peek().kind == TokenKind::Identifier) {
+            return take().text;
         }
-        *name = take().text;
-        return true;
+        failExpecting(what);
+        return "";
     }
     // Takes "a.b.c".
-    [[nodiscard]] bool expectDottedName(const std::string& what, std::string* name) {
-        std::string part;
-        if (!expectName(what, &part)) {
+    std::string expectDottedName(const std::string& what) {
+        std::string name = expectName(what);
+        while (takeIf(".")) {
+            name += '.' + expectName("a name after '.'");
+        }
+        return name;
+    }
+    // Goes through items in brackets: true while another one comes, false once `closing` is taken.
+    bool until(std::string_view closing) {
+        if (takeIf(closing)) {
             return false;
         }
-        *name = part;
-        while (is(".")) {
-            take();
-            if (!expectName("a name after '.'", &part)) {
-                return false;
-            }
-            *name += '.' + part;
+        if (atEnd()) {
+            failExpecting("'" + std::string(closing) + "'");
         }
-        return true;
+        return !mFailed;
     }
-
-    // After an error: goes on behind the next ';' or the next '}' of the present nesting, at which
-    // it stops when it belongs to the enclosing declaration.
-    void skipStatement() {
-        int depth = 0;
-        while (!atEnd()) {
-            if (depth == 0 && is("}")) {
-                return;
-            }
-            const Token token = take();
-            if (token.kind != TokenKind::Symbol) {
-                continue;
-            }
-            if (token.text == "{") {
-                ++depth;
-            } else if (token.text == "}") {
-                --depth;
-            }
-            if (depth == 0 && (token.text == ";" || token.text == "}")) {
-                return;
-            }
+    // Takes the comma after an item, which may be missing after the last one.
+    void expectCommaOr(std::string_view closing) {
+        if (!takeIf(",") && !is(closing)) {
+            failExpecting("',' or '" + std::string(closing) + "'");
         }
     }
 
-    Diagnostics& diagnostics() { return mDiagnostics; }
+    void fail(const Location& where, const std::string& message) {
+        if (!mFailed) {
+            mDiagnostics.error(where, message);
+        }
+        mFailed = true;
+        mTokens.back().kind = TokenKind::End;
+        mPosition = mTokens.size() - 1;
+    }
+    void failExpecting(const std::string& wanted) {
+        fail(at(), "expected " + wanted + ", found " +
+                       (atEnd() ? "the end of the file" : "'" + peek().text + "'"));
+    }
 
   private:
+    void checkNext() {
+        if (peek().kind == TokenKind::Error) {
+            fail(at(), peek().text);
+        }
+    }
+
     std::vector<Token> mTokens;
     Diagnostics& mDiagnostics;
     size_t mPosition = 0;
+    bool mFailed = false;
 };
-
-// Parse one construct each; false or null after reporting what is wrong.
-ExpressionPtr parseExpression(TokenStream* tokens);
-[[nodiscard]] bool parseAnnotations(TokenStream* tokens, std::vector<Annotation>* annotations);
-// `type->annotations` may hold those that stood in front already.
-[[nodiscard]] bool parseType(TokenStream* tokens, TypeRef* type);
 
 }  // namespace aidlc

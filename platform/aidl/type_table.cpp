@@ -25,29 +25,10 @@ bool endsWithPath(const std::string& path, const std::string& end) {
            (path.size() == end.size() || path[path.size() - end.size() - 1] == '/');
 }
 
-// For names that people bring from other languages or from the platform, what to write instead.
-std::string adviceFor(const std::string& name) {
-    static constexpr std::pair<std::string_view, std::string_view> kAdvice[] = {
-        {"bool", "write boolean"},
-        {"string", "write String"},
-        {"short", "write int or char"},
-        {"unsigned", "there are no unsigned types; write the next larger signed one"},
-        {"int8_t", "write byte"},
-        {"uint8_t", "write byte"},
-        {"int32_t", "write int"},
-        {"int64_t", "write long"},
-        {"Map", "maps are not supported; use an array of a parcelable with key and value"},
-        {"CharSequence", "it is for Java only; write String"},
-        {"FileDescriptor", "write ParcelFileDescriptor"},
-        {"ParcelableHolder", "it is not supported; use a union of the parcelables"},
-    };
-    for (const auto& [wrong, advice] : kAdvice) {
-        if (name == wrong) {
-            return std::string(advice);
-        }
-    }
-    return "import it, or check the spelling and the -I folders";
-}
+// Types of the platform's AIDL that this compiler does not have.
+constexpr std::string_view kUnsupported[] = {
+    "Map", "CharSequence", "FileDescriptor", "ParcelableHolder", "short",
+};
 
 }  // namespace
 
@@ -81,10 +62,7 @@ std::string typeText(const TypeRef& type) {
     if (type.builtin == Builtin::Binder || type.builtin == Builtin::FileDescriptor) {
         text = lastPart(type.name);
     }
-    for (size_t i = 0; i < type.arguments.size(); ++i) {
-        text += (i == 0 ? "<" : ", ") + typeText(type.arguments[i]);
-    }
-    text += type.arguments.empty() ? "" : ">";
+    text += type.arguments.empty() ? "" : '<' + typeText(type.arguments[0]) + '>';
     if (type.array == TypeRef::Array::Dynamic) {
         text += "[]";
     } else if (type.array == TypeRef::Array::Fixed) {
@@ -96,40 +74,41 @@ std::string typeText(const TypeRef& type) {
 TypeTable::TypeTable(Io* io, std::vector<std::string> importFolders, Diagnostics* diagnostics)
     : mIo(*io), mImportFolders(std::move(importFolders)), mDiagnostics(*diagnostics) {}
 
-Document* TypeTable::load(const std::string& path) {
+const TypeDecl* TypeTable::load(const std::string& path) {
     std::string why;
     const auto text = mIo.read(path, &why);
     if (!text) {
+        mIsIncomplete = true;
         mDiagnostics.error(path + ": " + (why.empty() ? "there is no such file" : why));
         return nullptr;
     }
     return add(parse(path, *text, &mDiagnostics));
 }
 
-Document* TypeTable::add(std::unique_ptr<Document> document) {
-    Document* added = document.get();
+const TypeDecl* TypeTable::add(std::unique_ptr<Document> document) {
+    if (document == nullptr) {
+        mIsIncomplete = true;
+        return nullptr;
+    }
+    TypeDecl* type = document->type.get();
+    const std::string name = type->qualifiedName();
+    type->document = document.get();
     mDocuments.push_back(std::move(document));
-    if (added->type == nullptr) {
-        return nullptr;
+    if (!endsWithPath(type->document->path, fileOf(name))) {
+        mDiagnostics.error(type->at, "'" + name + "' must be declared in a file called " +
+                                         fileOf(name) + ", below an -I folder");
     }
-    const std::string name = added->type->qualifiedName();
-    added->type->document = added;
-    if (!endsWithPath(added->path, fileOf(name))) {
-        mDiagnostics.error(added->type->at, "'" + name + "' must be declared in a file called " +
-                                                fileOf(name) + ", below an -I folder");
-    }
-    const TypeDecl*& entry = mTypes[name];
+    TypeDecl*& entry = mTypes[name];
     if (entry != nullptr) {
-        mDiagnostics.error(added->type->at, "'" + name + "' is declared in " +
-                                                entry->document->path +
-                                                " as well; keep one of the two");
+        mDiagnostics.error(type->at, "'" + name + "' is declared in " + entry->document->path +
+                                         " as well; keep one of the two");
         return nullptr;
     }
-    entry = added->type.get();
-    return added;
+    entry = type;
+    return type;
 }
 
-const TypeDecl* TypeTable::findQualified(const std::string& name) {
+TypeDecl* TypeTable::findQualified(const std::string& name) {
     if (name.find('.') == std::string::npos) {
         return nullptr;
     }
@@ -145,17 +124,18 @@ const TypeDecl* TypeTable::findQualified(const std::string& name) {
             break;
         }
         if (!why.empty()) {
+            mIsIncomplete = true;
             mDiagnostics.error(path + ": " + why);
         }
     }
     return mTypes[name];
 }
 
-const TypeDecl* TypeTable::find(const Document& from, const std::string& name) {
+TypeDecl* TypeTable::find(const Document& from, const std::string& name) {
     if (name.find('.') != std::string::npos) {
         return findQualified(name);
     }
-    if (from.type != nullptr && from.type->name == name) {
+    if (from.type->name == name) {
         return from.type.get();
     }
     for (const Import& import : from.imports) {
@@ -168,40 +148,32 @@ const TypeDecl* TypeTable::find(const Document& from, const std::string& name) {
 
 void TypeTable::resolve() {
     // Grows while it runs: each new file is visited once.
-    for (size_t i = 0; i < mDocuments.size() && !mDiagnostics.isFull(); ++i) {
+    for (size_t i = 0; i < mDocuments.size(); ++i) {
         resolveDocument(mDocuments[i].get());
     }
 }
 
 void TypeTable::resolveDocument(Document* document) {
     for (const Import& import : document->imports) {
-        const size_t errors = mDiagnostics.errors().size();
         if (builtinByName(import.name) == Builtin::None && findQualified(import.name) == nullptr &&
-            mDiagnostics.errors().size() == errors) {
+            !mIsIncomplete) {
             mDiagnostics.error(import.at, "there is no " + fileOf(import.name) +
                                               " in the -I folders; check the name or add the "
                                               "folder that holds it");
         }
     }
     TypeDecl* type = document->type.get();
-    if (type == nullptr) {
-        return;
-    }
-    for (Constant& constant : type->constants) {
-        resolveType(*document, &constant.type);
-        loadReferences(*document, constant.value.get());
-    }
-    for (Field& field : type->fields) {
-        resolveType(*document, &field.type);
-        loadReferences(*document, field.value.get());
+    for (std::vector<Variable>* variables : {&type->constants, &type->fields}) {
+        for (Variable& variable : *variables) {
+            resolveType(*document, &variable.type);
+            loadReferences(*document, variable.initial.get());
+        }
     }
     for (const Enumerator& enumerator : type->enumerators) {
-        loadReferences(*document, enumerator.value.get());
+        loadReferences(*document, enumerator.initial.get());
     }
     for (Method& method : type->methods) {
-        method.oneway = method.oneway || type->oneway;
         resolveType(*document, &method.result);
-        loadReferences(*document, method.idValue.get());
         for (Argument& argument : method.arguments) {
             resolveType(*document, &argument.type);
         }
@@ -217,12 +189,17 @@ void TypeTable::resolveType(const Document& document, TypeRef* type) {
     if (type->builtin != Builtin::None) {
         return;
     }
-    const size_t errors = mDiagnostics.errors().size();
     type->decl = find(document, type->name);
-    if (type->decl == nullptr && mDiagnostics.errors().size() == errors) {
-        mDiagnostics.error(type->at,
-                           "there is no type '" + type->name + "'; " + adviceFor(type->name));
+    if (type->decl != nullptr || mIsIncomplete) {
+        return;
     }
+    const bool isUnsupported = std::find(std::begin(kUnsupported), std::end(kUnsupported),
+                                         type->name) != std::end(kUnsupported);
+    mDiagnostics.error(type->at, isUnsupported
+                                     ? "the type '" + type->name + "' is not supported"
+                                     : "there is no type '" + type->name +
+                                           "'; import it, or check the spelling and the -I "
+                                           "folders");
 }
 
 void TypeTable::loadReferences(const Document& document, const Expression* expression) {

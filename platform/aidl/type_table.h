@@ -24,21 +24,21 @@ class TypeTable {
     // `importFolders` are searched in order. `io` and `diagnostics` must outlive the table.
     TypeTable(Io* io, std::vector<std::string> importFolders, Diagnostics* diagnostics);
 
-    // Reads one file; null when it holds no usable type.
-    Document* load(const std::string& path);
+    // Reads one file and gives its type; null after an error.
+    const TypeDecl* load(const std::string& path);
 
     // Gives every type name in every loaded document its meaning, loading further files as needed.
     void resolve();
 
     // The type that `name`, simple or dotted, means inside `from`, or null. Reports nothing. After
     // resolve() it loads nothing for names that were seen then.
-    const TypeDecl* find(const Document& from, const std::string& name);
+    TypeDecl* find(const Document& from, const std::string& name);
 
     const std::vector<std::unique_ptr<Document>>& documents() const { return mDocuments; }
 
   private:
-    Document* add(std::unique_ptr<Document> document);
-    const TypeDecl* findQualified(const std::string& name);
+    const TypeDecl* add(std::unique_ptr<Document> document);
+    TypeDecl* findQualified(const std::string& name);
     void resolveDocument(Document* document);
     void resolveType(const Document& document, TypeRef* type);
     void loadReferences(const Document& document, const Expression* expression);
@@ -47,8 +47,10 @@ class TypeTable {
     std::vector<std::string> mImportFolders;
     Diagnostics& mDiagnostics;
     std::vector<std::unique_ptr<Document>> mDocuments;
+    // A file could not be read: types that are missing may be in it.
+    bool mIsIncomplete = false;
     // By qualified name; null for a name that was looked for in vain.
-    std::map<std::string, const TypeDecl*> mTypes;
+    std::map<std::string, TypeDecl*> mTypes;
 };
 
 }  // namespace aidlc

@@ -39,9 +39,10 @@ inline Outcome runInMemory(const Files& input, const std::vector<std::string>& a
 }
 
 // Generates from all `input` files into "src/" and "include/".
-inline Outcome generate(const Files& input, std::vector<std::string> arguments = {}) {
-    arguments.insert(arguments.end(), {"--lang=ndk", "--structured", "--stability=vintf", "-I.",
-                                       "-osrc", "-hinclude"});
+inline Outcome generate(const Files& input) {
+    std::vector<std::string> arguments = {"--lang=ndk",  "--structured", "--stability=vintf",
+                                          "--version=2", "--hash=0f",    "-I.",
+                                          "-osrc",       "-hinclude"};
     for (const auto& [path, text] : input) arguments.push_back(path);
     return runInMemory(input, arguments);
 }

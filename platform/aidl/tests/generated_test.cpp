@@ -201,7 +201,13 @@ TEST(GeneratedEnumTest, RangeHoldsAllNamesAndTextIsTheFirstName) {
     EXPECT_EQ(static_cast<int64_t>(OtherMode::AUTO), INT64_MIN);
 }
 
-class Silent : public BnSilent {};
+class Silent : public BnSilent {
+  public:
+    ndk::ScopedAStatus hush(const Small& /*what*/,
+                            const std::shared_ptr<ISilent>& /*next*/) override {
+        return ndk::ScopedAStatus::ok();
+    }
+};
 
 // Answers with what came in.
 class Looker : public BnLooker {
@@ -325,7 +331,7 @@ TEST_F(GeneratedCallTest, VersionAndHashAreAnswered) {
         EXPECT_EQ(version, 1);
         EXPECT_EQ(hash, ILooker::hash);
     }
-    EXPECT_EQ(ILooker::TRANSACTION_turn, FIRST_CALL_TRANSACTION + 10u);
+    EXPECT_EQ(ILooker::TRANSACTION_look, FIRST_CALL_TRANSACTION + 1u);
 }
 
 // Calls `code` with arguments written by hand.
@@ -347,7 +353,7 @@ TEST_F(GeneratedCallTest, BadArgumentsNeverReachTheImplementation) {
     }
     // An out array of two milliard items.
     EXPECT_NE(callWithWords(binder, ILooker::TRANSACTION_fill, {INT32_MAX}), STATUS_OK);
-    EXPECT_EQ(callWithWords(binder, FIRST_CALL_TRANSACTION, {}), STATUS_UNKNOWN_TRANSACTION);
+    EXPECT_EQ(callWithWords(binder, FIRST_CALL_TRANSACTION + 5, {}), STATUS_UNKNOWN_TRANSACTION);
 }
 
 }  // namespace

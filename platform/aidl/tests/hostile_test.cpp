@@ -29,30 +29,26 @@ std::string errorOf(const std::string& members) {
 TEST(HostileTest, DeepNestingIsRefused) {
     const size_t deep = 50000;
     for (const std::string& value :
-         {repeated("(", deep) + "1" + repeated(")", deep), repeated("-", deep) + "1",
-          "1" + repeated("+1", 100), "1" + repeated("+1", deep), repeated("{", deep),
-          repeated("1<<(", deep)}) {
+         {repeated("(", deep), repeated("-", deep), repeated("{", deep), repeated("1<<(", deep),
+          "1" + repeated("+1", 100), "1" + repeated("+1", deep)}) {
         EXPECT_THAT(errorOf("const int X = " + value + ";"),
                     HasSubstr("nested more than 100 deep"));
     }
     EXPECT_EQ(errorOf("const int X = 1" + repeated("+1", 99) + ";"), "");
-    EXPECT_THAT(errorOf(repeated("List<", deep) + " x;"), HasSubstr("nested too deep"));
+    EXPECT_THAT(errorOf(repeated("List<", deep) + " x;"), HasSubstr("a list of lists"));
 }
 
 TEST(HostileTest, LongChainsOfConstantsEnd) {
     std::string backwards = "const int C0 = 1;";
     std::string forwards = "const int C2999 = 1;";
-    std::string texts = "const String C0 = \"0123456789abcdef\";";
     for (int i = 1; i < 3000; ++i) {
         const std::string self = std::to_string(i);
         const std::string other = std::to_string(i - 1);
         backwards += "const int C" + self + " = C" + other + ";";
         forwards += "const int C" + other + " = C" + self + ";";
-        texts += "const String C" + self + " = C" + other + " + C" + other + ";";
     }
     EXPECT_EQ(errorOf(backwards), "");
     EXPECT_THAT(errorOf(forwards), HasSubstr("goes through more than 64 other constants"));
-    EXPECT_THAT(errorOf(texts), HasSubstr("more than 4096 characters"));
 }
 
 TEST(HostileTest, CirclesAcrossFilesEnd) {
@@ -62,19 +58,20 @@ TEST(HostileTest, CirclesAcrossFilesEnd) {
     EXPECT_TRUE(imports.errors.empty()) << imports.errors[0];
     const Outcome constants = generate({{"a/A.aidl", "package a; enum A { X = B.X }"},
                                         {"a/B.aidl", "package a; enum B { X = A.X }"}});
-    EXPECT_FALSE(constants.errors.empty());
+    EXPECT_THAT(constants.errors, testing::ElementsAre(HasSubstr("'A.X' is not known yet")));
 }
 
 TEST(HostileTest, ErrorsAreBounded) {
-    const Outcome outcome = generate({{"a/T.aidl", "package a; " + repeated("# ", 10000)}});
-    EXPECT_EQ(outcome.errors.size(), Diagnostics::kMaxErrors + 1);
-    EXPECT_THAT(outcome.errors.back(), HasSubstr("too many errors"));
+    EXPECT_THAT(
+        generate({{"a/T.aidl", "package a; enum T { " + repeated("X, ", 10000) + "}"}}).errors,
+        testing::AllOf(testing::SizeIs(Diagnostics::kMaxErrors + 1),
+                       testing::Contains(HasSubstr("too many errors"))));
 }
 
 TEST(HostileTest, AnyBeginningOfAFileEndsWithAnError) {
     const std::string text =
-        "/** doc */ @VintfStability @Backing(type=\"int\") package a; import a.T; "
-        "@nullable parcelable T { const int A = (1 << 2) + 0x1fL; @nullable byte[A] x = {1, 2}; "
+        "package a; import a.T; /** doc */ @VintfStability @JavaDerive(toString=true) "
+        "parcelable T { const int A = (1 << 2) + 0x1fL; @nullable byte[A] x = {1, 2}; "
         "List<String> l; char c = 'c'; float f = 1.5e+3f; }";
     for (size_t length = 0; length < text.size(); ++length) {
         const Outcome outcome = generate({{"a/T.aidl", text.substr(0, length)}});

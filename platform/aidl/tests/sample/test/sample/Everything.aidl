@@ -17,8 +17,8 @@ import test.sample.Small;
 @JavaDerive(toString=true, equals=true)
 parcelable Everything {
     const int LIMIT = 3 * (1 + 1);
-    const String NAME = "every" + "thing";
-    const boolean YES = LIMIT > 5 && !(LIMIT == 7);
+    const String NAME = "everything";
+    const boolean YES = true;
     const byte LOW = -128;
     const long FAR = 0x7fffffffffffffff;
     const float HALF = 0.5f;

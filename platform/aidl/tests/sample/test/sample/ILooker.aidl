@@ -11,14 +11,9 @@ interface ILooker {
     const int MAX_SIZE = 16;
     const String GREETING = "hello";
 
-    /**
-     * Turns all of it around.
-     *
-     * @deprecated use look
-     */
-    Everything turn(in Everything what, Mode mode, @nullable String note) = 10;
-    oneway void look(in Choice choice, ILooker back) = 12;
-    void fill(out int[] numbers, inout List<String> words, out byte[4] key, int count) = 11;
-    @nullable String[] names(@nullable IBinder binder, in ParcelFileDescriptor file) = 13;
-    @nullable ILooker other(boolean yes, byte small, char letter, long large, float ratio, double precise) = 14;
+    Everything turn(in Everything what, Mode mode, @nullable String note);
+    oneway void look(in Choice choice, ILooker back);
+    void fill(out int[] numbers, inout List<String> words, out byte[4] key, int count);
+    @nullable String[] names(@nullable IBinder binder, in ParcelFileDescriptor file);
+    @nullable ILooker other(boolean yes, byte small, char letter, long large, float ratio, double precise);
 }

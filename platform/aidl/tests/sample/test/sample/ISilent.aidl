@@ -1,6 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 package test.sample;
 
+import test.sample.ISilent;
+import test.sample.Small;
+
 @VintfStability
 oneway interface ISilent {
+    /**
+     * Says nothing.
+     * Not even to nobody.
+     */
+    void hush(in Small what, @nullable ISilent next);
 }
