@@ -2,7 +2,7 @@
 //
 // The virtual dock with any line on its control socket, any framed request, any TLV packet.
 // The first byte chooses which.
-#include <protocol/chargelink.h>
+#include <chargelink.h>
 
 #include <cstdlib>
 #include <memory>

@@ -6,10 +6,10 @@
 //
 // Differs from the closed library: there is no radio, so a request takes the time that dockctl set
 // for it (none at first) and time limits are in milliseconds; framed requests need not be
-// serialised; the result numbers beyond 0 are used as dock/protocol_result.h names them; the
+// serialised; the result numbers beyond 0 are used as dock/protocol.h names them; the
 // element coding of getPacketTlv is the virtual dock's own.
 // For tests, VIRTUAL_DOCK_FAIL_INIT=chargelink in the environment makes initWlcProto fail.
-#include <protocol/chargelink.h>
+#include <chargelink.h>
 
 #include <cstdlib>
 #include <cstring>

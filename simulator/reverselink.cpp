@@ -6,7 +6,7 @@
 // Differs from the closed library: nothing is charged; a switch takes effect at once; the texts are
 // the virtual dock's idea of what the closed library leaves (dockctl can make them awkward).
 // For tests, VIRTUAL_DOCK_FAIL_INIT=reverselink in the environment makes initRtxProto fail.
-#include <protocol/reverselink.h>
+#include <reverselink.h>
 
 #include <cstdlib>
 #include <cstring>

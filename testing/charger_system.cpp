@@ -156,15 +156,14 @@ std::shared_ptr<charger::IWirelessCharger> ChargerSystem::connect() const {
 }
 
 Json ChargerSystem::dock(const std::string& line) {
-    if (mDock == nullptr) mDock = std::make_unique<dockctl::Connection>();
-    mDock->send(line);
-    Json reply = Json::parse(mDock->receive());
+    if (mDock == nullptr) mDock = std::make_unique<virtual_dock::Connection>();
+    Json reply = Json::parse(mDock->ask(line));
     if (reply["ok"] != true) throw std::runtime_error(line + ": " + reply.dump());
     return reply;
 }
 
 std::vector<Json> ChargerSystem::dockLog() {
-    dockctl::Connection connection;
+    virtual_dock::Connection connection;
     connection.send("log");
     std::vector<Json> entries;
     for (;;) {

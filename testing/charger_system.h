@@ -6,6 +6,7 @@
 
 #include <aidl/vendor/zorvak/wireless_charger/IWirelessCharger.h>
 #include <sys/types.h>
+#include <virtual_dock/client.h>
 
 #include <cstddef>
 #include <iosfwd>
@@ -14,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include "dockctl/connection.h"
 #include "process.h"
 
 namespace test_support {
@@ -106,7 +106,7 @@ class ChargerSystem {
 
     std::string mFolder;
     std::unique_ptr<Process> mService;
-    std::unique_ptr<dockctl::Connection> mDock;
+    std::unique_ptr<virtual_dock::Connection> mDock;
 };
 
 }  // namespace test_support

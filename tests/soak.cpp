@@ -192,13 +192,12 @@ class Soak {
     }
 
     void sendEvent(Random& random) {
-        dockctl::Connection dock;
+        virtual_dock::Connection dock;
         for (int i = 0; i < 50 && !mStop; ++i) {
             constexpr std::array kLines = {"align 1 0 7",    "fan-level 3",       "rtx connect",
                                            "rtx disconnect", "charging off",      "charging on",
                                            "align 0 1 2 3",  "uevent NAME=value", "rtx error 3"};
-            dock.send(kLines[random() % kLines.size()]);
-            (void)dock.receive();
+            (void)dock.ask(kLines[random() % kLines.size()]);
         }
     }
 
@@ -267,9 +266,8 @@ class Soak {
             "remove",
             "place",
             "reset"};
-        dockctl::Connection dock;
-        dock.send(kLines[random() % kLines.size()]);
-        (void)dock.receive();
+        virtual_dock::Connection dock;
+        (void)dock.ask(kLines[random() % kLines.size()]);
         // So that much goes well in between.
         waitUnlessStopped(std::chrono::milliseconds(5 + random() % 30));
     }

@@ -8,15 +8,7 @@
 namespace virtual_dock {
 namespace {
 
-// Byte 0 of a message: protocol version 1 above, message type below.
 constexpr uint8_t kVersion = 1;
-constexpr uint8_t kGetDigests = 0x19;
-constexpr uint8_t kGetCertificate = 0x1A;
-constexpr uint8_t kChallenge = 0x1B;
-constexpr uint8_t kDigests = 0x11;
-constexpr uint8_t kCertificate = 0x12;
-constexpr uint8_t kChallengeAuth = 0x13;
-constexpr uint8_t kError = 0x17;
 
 constexpr size_t kGetDigestsLength = 2;
 constexpr size_t kGetCertificateLength = 4;
@@ -32,14 +24,14 @@ constexpr size_t kSignedAnswerBytes = 3;
 
 void addError(uint8_t code, uint8_t data, AnswerBuffer* answer) {
     answer->clear();
-    answer->add8(kError);
+    answer->add8(wpc_auth::kError);
     answer->add8(code);
     answer->add8(data);
 }
 
 size_t lengthOf(int32_t type) {
-    if (type == kGetDigests) return kGetDigestsLength;
-    return type == kGetCertificate ? kGetCertificateLength : kChallengeLength;
+    if (type == wpc_auth::kGetDigests) return kGetDigestsLength;
+    return type == wpc_auth::kGetCertificate ? kGetCertificateLength : kChallengeLength;
 }
 
 }  // namespace
@@ -68,7 +60,7 @@ uint8_t WpcAuthenticator::populatedMask() const {
 
 void WpcAuthenticator::answerDigests(Bytes request, AnswerBuffer* answer) const {
     const uint8_t given = request[1] & populatedMask();
-    answer->add8(kDigests);
+    answer->add8(wpc_auth::kDigests);
     answer->add8(static_cast<uint8_t>(populatedMask() << 4 | given));
     for (size_t i = 0; i < kSlots; ++i) {
         if (given & 1 << i) answer->add(digest(i));
@@ -89,7 +81,7 @@ void WpcAuthenticator::answerCertificate(Bytes request, AnswerBuffer* answer) co
     }
     const size_t rest = chain.size() - offset;
     const size_t count = std::min<size_t>({rest, length == 0 ? rest : length, maxPiece});
-    answer->add8(kCertificate);
+    answer->add8(wpc_auth::kCertificate);
     answer->add(Bytes(chain).subspan(offset, count));
 }
 
@@ -123,7 +115,7 @@ Result WpcAuthenticator::answerChallenge(Bytes request, AnswerBuffer* answer) {
         return kOk;
     }
     const Digest hash = digest(slot);
-    answer->add8(kChallengeAuth);
+    answer->add8(wpc_auth::kChallengeAuth);
     answer->add8(static_cast<uint8_t>(kVersion << 4 | populatedMask()));
     answer->add8(hash.back());
 
@@ -139,7 +131,7 @@ Result WpcAuthenticator::answerChallenge(Bytes request, AnswerBuffer* answer) {
 }
 
 Result WpcAuthenticator::answer(int32_t type, Bytes request, AnswerBuffer* answer) {
-    if (type != kGetDigests && type != kGetCertificate && type != kChallenge) return kUnsupported;
+    if (typeName(Operation::kWpcAuthRequest, type) == nullptr) return kUnsupported;
     if (request.empty() || (request[0] & 0x0F) != (type & 0x0F)) return kInvalidArgument;
     if (error != 0) {
         addError(error, 0, answer);
@@ -147,9 +139,9 @@ Result WpcAuthenticator::answer(int32_t type, Bytes request, AnswerBuffer* answe
         addError(kUnsupportedProtocol, kVersion << 4, answer);
     } else if (request.size() != lengthOf(type)) {
         addError(kInvalidRequest, 0, answer);
-    } else if (type == kGetDigests) {
+    } else if (type == wpc_auth::kGetDigests) {
         answerDigests(request, answer);
-    } else if (type == kGetCertificate) {
+    } else if (type == wpc_auth::kGetCertificate) {
         answerCertificate(request, answer);
     } else {
         return answerChallenge(request, answer);

@@ -4,8 +4,8 @@
 namespace virtual_dock {
 
 Result Charger::readStatus(int32_t selector, uint32_t fanLevel, uint32_t* value) const {
-    if (selector < kQiSpec || selector > kProduct) return kInvalidArgument;
-    if (selector != kQiSpec && !docked) return kUnavailable;
+    if (selector < status::kQiSpec || selector > status::kProduct) return kInvalidArgument;
+    if (selector != status::kQiSpec && !docked) return kUnavailable;
     const uint32_t values[] = {qiSpec,      compatibility, maxPower, charging ? negotiatedPower : 0,
                                limitReason, ptmc,          fanLevel, dockId,
                                product};

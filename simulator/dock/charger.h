@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "packet.h"
-#include "protocol_result.h"
+#include "protocol.h"
 
 namespace virtual_dock {
 
@@ -25,19 +25,6 @@ struct Alignment {
 // read, and the alignment is off. A value type.
 class Charger {
   public:
-    // Selectors of readStatus.
-    enum Selector : int32_t {
-        kQiSpec = 0,
-        kCompatibility = 1,
-        kMaxPower = 2,
-        kNegotiatedPower = 3,
-        kLimitReason = 4,
-        kPtmc = 5,
-        kFanLevel = 6,
-        kDockId = 7,
-        kProduct = 8,
-    };
-
     bool docked = true;
     bool charging = true;  // false: on the dock, no power
 
@@ -55,6 +42,7 @@ class Charger {
     int8_t boostTemperature = 31;  // degrees Celsius
     int8_t puckTemperature = 28;
 
+    // The value of a status::Type.
     Result readStatus(int32_t selector, uint32_t fanLevel, uint32_t* value) const;
 
     // The alignment as the library reports it: off without a dock or without power.

@@ -6,12 +6,6 @@ namespace {
 
 constexpr size_t kHeaderSize = 2;
 constexpr size_t kMaxValue = 255;
-constexpr uint8_t kTagFlags = 3;
-constexpr uint8_t kTagVersion = 4;
-
-Bytes bytesOf(const std::string& text) {
-    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
 
 void addHeader(uint8_t tag, size_t length, AnswerBuffer* answer) {
     answer->add8(tag);
@@ -44,13 +38,13 @@ bool DockInformation::fits() const {
 }
 
 void DockInformation::encode(AnswerBuffer* answer) const {
-    for (uint8_t tag = 0; tag < 3; ++tag) {
+    for (uint8_t tag = 0; tag < element::kFlags; ++tag) {
         addHeader(tag, texts[tag].size(), answer);
         answer->add(bytesOf(texts[tag]));
     }
-    addHeader(kTagFlags, 1, answer);
+    addHeader(element::kFlags, 1, answer);
     answer->add8(flags);
-    addHeader(kTagVersion, 2 + versionName.size(), answer);
+    addHeader(element::kVersion, 2 + versionName.size(), answer);
     answer->add8(major);
     answer->add8(minor);
     answer->add(bytesOf(versionName));

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "packet.h"
-#include "protocol_result.h"
+#include "protocol.h"
 
 namespace virtual_dock {
 

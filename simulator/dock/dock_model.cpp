@@ -4,20 +4,9 @@
 namespace virtual_dock {
 namespace {
 
-enum BidiType : int32_t { kDockInformation = 0, kFan = 12, kKeyExchange = 16, kChallenge = 18 };
-enum PropType : int32_t { kEdsTest = 14, kSkinTemperature = 23 };
-
-// Byte 0 of an EDS test packet.
-constexpr uint8_t kEdsData = 0;
-constexpr uint8_t kEdsLoopback = 1;
-
-bool isFirmware(int32_t type) {
-    return type >= FirmwareUpdater::kFirstType && type <= FirmwareUpdater::kLastType;
-}
-
 Result answerEdsTest(Bytes request, AnswerBuffer* answer) {
-    if (request.empty() || request[0] > kEdsLoopback) return kInvalidArgument;
-    if (request[0] == kEdsData) {
+    if (request.empty() || request[0] > prop::kEdsLoopback) return kInvalidArgument;
+    if (request[0] == prop::kEdsData) {
         answer->add8(0);
     } else {
         answer->add(request);
@@ -45,21 +34,21 @@ void DockModel::take(FirmwareEffect effect, Event* event) {
 
 Result DockModel::answerBidi(int32_t type, Bytes request, AnswerBuffer* answer, Event* event,
                              int64_t nowNs) {
-    if (isFirmware(type)) {
+    if (firmware::isFirmware(type)) {
         FirmwareEffect effect = FirmwareEffect::kNone;
         const Result result = firmware.answerLegacy(type, request, answer, &effect, nowNs);
         take(effect, event);
         return result;
     }
     switch (type) {
-        case kDockInformation:
+        case bidi::kDockInformation:
             information.encode(answer);
             return kOk;
-        case kFan:
+        case bidi::kFan:
             return fans.answer(request, answer, nowNs);
-        case kKeyExchange:
+        case bidi::kKeyExchange:
             return secrets.answerKeyExchange(request, answer);
-        case kChallenge:
+        case bidi::kChallenge:
             return secrets.answerChallenge(request, answer);
         default:
             return kUnsupported;
@@ -68,7 +57,7 @@ Result DockModel::answerBidi(int32_t type, Bytes request, AnswerBuffer* answer, 
 
 Result DockModel::answerProp(int32_t type, Bytes request, AnswerBuffer* answer, Event* event,
                              int64_t nowNs) {
-    if (isFirmware(type)) {
+    if (firmware::isFirmware(type)) {
         FirmwareEffect effect = FirmwareEffect::kNone;
         const Result result =
             firmware.answerTargeted(type, request, charger.boostTemperature,
@@ -77,9 +66,9 @@ Result DockModel::answerProp(int32_t type, Bytes request, AnswerBuffer* answer, 
         return result;
     }
     switch (type) {
-        case kEdsTest:
+        case prop::kEdsTest:
             return answerEdsTest(request, answer);
-        case kSkinTemperature:
+        case prop::kSkinTemperature:
             answer->add8(static_cast<uint8_t>(charger.boostTemperature));
             answer->add8(static_cast<uint8_t>(charger.puckTemperature));
             return kOk;

@@ -8,19 +8,8 @@ namespace {
 
 constexpr int64_t kNsPerSecond = 1'000'000'000;
 
-// The frame: byte 0 the function, byte 1 the command in its upper five bits and the fan in the
-// lower three, bytes 2 and 3 the level of a manual setting.
-constexpr uint8_t kFanFunction = 0x0F;
-constexpr uint8_t kFanMask = 0x07;
-constexpr uint8_t kSetAuto = 0x00;
-constexpr uint8_t kSetManual = 0x08;
-constexpr uint8_t kGet = 0xF8;
 constexpr size_t kShortFrame = 2;
 constexpr size_t kManualFrame = 4;
-
-// Byte 1 of the answer.
-constexpr uint8_t kValid = 0;
-constexpr uint8_t kInvalid = 1;
 
 }  // namespace
 
@@ -74,21 +63,23 @@ void Fans::setFanLevel(uint32_t level, int64_t nowNs) {
 }
 
 Result Fans::answer(Bytes request, AnswerBuffer* answer, int64_t nowNs) {
-    if (request.size() < kShortFrame || request[0] != kFanFunction) return kUnsupported;
-    const size_t index = request[1] & kFanMask;
-    const uint8_t command = request[1] & static_cast<uint8_t>(~kFanMask);
-    const size_t wantedLength = command == kSetManual ? kManualFrame : kShortFrame;
-    const bool known = command == kGet || command == kSetAuto || command == kSetManual;
+    if (request.size() < kShortFrame || request[0] != fan_frame::kFunction) return kUnsupported;
+    const size_t index = request[1] & fan_frame::kFanMask;
+    const uint8_t command = request[1] & static_cast<uint8_t>(~fan_frame::kFanMask);
+    const size_t wantedLength = command == fan_frame::kSetManual ? kManualFrame : kShortFrame;
+    const bool known = command == fan_frame::kGet || command == fan_frame::kSetAuto ||
+                       command == fan_frame::kSetManual;
     const bool valid = known && request.size() == wantedLength && index < count;
 
-    if (valid && command == kSetManual) mFans[index].setManual(readLe16(request, 2), nowNs);
-    if (valid && command == kSetAuto) mFans[index].setAuto(autoLevel(), nowNs);
+    if (valid && command == fan_frame::kSetManual)
+        mFans[index].setManual(readLe16(request, 2), nowNs);
+    if (valid && command == fan_frame::kSetAuto) mFans[index].setAuto(autoLevel(), nowNs);
 
     const FanReading reading = valid ? mFans[index].read(nowNs) : FanReading{};
-    answer->add8(kFanFunction);
-    answer->add8(valid ? kValid : kInvalid);
+    answer->add8(fan_frame::kFunction);
+    answer->add8(valid ? fan_frame::kValid : fan_frame::kInvalid);
     answer->add16(reading.level);
-    if (command == kSetAuto || command == kSetManual) return kOk;
+    if (command == fan_frame::kSetAuto || command == fan_frame::kSetManual) return kOk;
     answer->add16(reading.speed);
     answer->add16(reading.drive);
     answer->add16(reading.current);

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "operation.h"
+#include "protocol.h"
 
 namespace virtual_dock {
 

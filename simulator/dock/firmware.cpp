@@ -4,20 +4,6 @@
 namespace virtual_dock {
 namespace {
 
-enum Type : int32_t {
-    kInformation = 24,
-    kStart = 25,
-    kChunk = 26,
-    kMissing = 27,
-    kExecute = 28,
-    kStatus = 29,
-    kReboot = 30,
-};
-
-constexpr uint8_t kFlagFresh = 0x80;
-constexpr uint8_t kFlagCompressed = 0x40;
-constexpr uint8_t kUnexpectedChunk = 0x80;
-
 // Start with a target: target, size (4), chunk size, flags, major, minor, compressed size (4).
 constexpr size_t kStartLength = 9;
 constexpr size_t kCompressedStartLength = 13;
@@ -74,7 +60,7 @@ void FirmwareUpdater::reboot(FirmwareEffect* effect, int64_t nowNs) {
 Result FirmwareUpdater::startTarget(Bytes request, AnswerBuffer* answer, int64_t nowNs) {
     if (request.size() < kStartLength) return kInvalidArgument;
     const uint8_t flags = request[6];
-    const bool compressed = (flags & kFlagCompressed) != 0;
+    const bool compressed = (flags & firmware::kFlagCompressed) != 0;
     if (request.size() != (compressed ? kCompressedStartLength : kStartLength)) {
         return kInvalidArgument;
     }
@@ -87,7 +73,7 @@ Result FirmwareUpdater::startTarget(Bytes request, AnswerBuffer* answer, int64_t
     if (compressed && opened.compressedSize == 0) return kInvalidArgument;
     FirmwareSlot& slot = targets[request[0]];
     bool resumed = false;
-    const Result result = slot.start(opened, (flags & kFlagFresh) != 0, nowNs, &resumed);
+    const Result result = slot.start(opened, (flags & firmware::kFlagFresh) != 0, nowNs, &resumed);
     if (result != kOk) return result;
     answer->add8(request[0]);
     addStartAnswer(slot, resumed, answer);
@@ -97,7 +83,7 @@ Result FirmwareUpdater::startTarget(Bytes request, AnswerBuffer* answer, int64_t
 Result FirmwareUpdater::answerTargeted(int32_t type, Bytes request, int8_t boostTemperature,
                                        int8_t puckTemperature, AnswerBuffer* answer,
                                        FirmwareEffect* effect, int64_t nowNs) {
-    if (type == kReboot) {
+    if (type == firmware::kReboot) {
         reboot(effect, nowNs);
         return kOk;
     }
@@ -105,36 +91,36 @@ Result FirmwareUpdater::answerTargeted(int32_t type, Bytes request, int8_t boost
     const uint8_t target = request[0];
     FirmwareSlot& slot = targets[target];
     switch (type) {
-        case kInformation:
+        case firmware::kInformation:
             answer->add8(target);
             answer->add32(slot.maxSize);
             answer->add8(slot.maxChunk);
             answer->add8(slot.version.major);
             answer->add8(slot.version.minor);
             return kOk;
-        case kStart:
+        case firmware::kStart:
             return startTarget(request, answer, nowNs);
-        case kChunk: {
+        case firmware::kChunk: {
             if (request.size() < kChunkHeader) return kInvalidArgument;
             bool expected = false;
             const Result result = slot.takeChunk(readLe16(request, 1),
                                                  request.subspan(kChunkHeader), nowNs, &expected);
             if (result != kOk) return result;
             if (expected) countChunk(effect);
-            answer->add8(expected ? target : target | kUnexpectedChunk);
+            answer->add8(expected ? target : target | firmware::kUnexpectedChunk);
             answer->add16(static_cast<uint16_t>(slot.transfer().firstMissing()));
             answer->add8(static_cast<uint8_t>(boostTemperature));
             answer->add8(static_cast<uint8_t>(puckTemperature));
             return kOk;
         }
-        case kMissing:
+        case firmware::kMissing:
             answer->add8(target);
             return addMissing(slot, answer);
-        case kExecute:
+        case firmware::kExecute:
             answer->add8(target);
             answer->add8(static_cast<uint8_t>(slot.execute(nowNs)));
             return kOk;
-        case kStatus:
+        case firmware::kStatus:
             answer->add8(target);
             addStatus(slot, answer, nowNs);
             return kOk;
@@ -151,7 +137,7 @@ Result FirmwareUpdater::startLegacy(Bytes request, AnswerBuffer* answer, int64_t
     opened.major = request[6];
     opened.minor = request[7];
     bool resumed = false;
-    const bool fresh = (request[5] & kFlagFresh) != 0;
+    const bool fresh = (request[5] & firmware::kFlagFresh) != 0;
     const Result result = legacy.start(opened, fresh, nowNs, &resumed);
     if (result != kOk) return result;
     mNewLegacyName.assign(request.begin() + kLegacyStartLength, request.end());
@@ -162,14 +148,14 @@ Result FirmwareUpdater::startLegacy(Bytes request, AnswerBuffer* answer, int64_t
 Result FirmwareUpdater::answerLegacy(int32_t type, Bytes request, AnswerBuffer* answer,
                                      FirmwareEffect* effect, int64_t nowNs) {
     switch (type) {
-        case kInformation:
+        case firmware::kInformation:
             answer->add8(0);
             answer->add32(legacy.maxSize);
             answer->add8(legacy.maxChunk);
             return kOk;
-        case kStart:
+        case firmware::kStart:
             return startLegacy(request, answer, nowNs);
-        case kChunk: {
+        case firmware::kChunk: {
             if (request.size() < kLegacyChunkHeader) return kInvalidArgument;
             bool expected = false;
             const Result result = legacy.takeChunk(
@@ -180,15 +166,15 @@ Result FirmwareUpdater::answerLegacy(int32_t type, Bytes request, AnswerBuffer* 
             answer->add16(static_cast<uint16_t>(legacy.transfer().firstMissing()));
             return kOk;
         }
-        case kMissing:
+        case firmware::kMissing:
             return addMissing(legacy, answer);
-        case kExecute:
+        case firmware::kExecute:
             answer->add8(static_cast<uint8_t>(legacy.execute(nowNs)));
             return kOk;
-        case kStatus:
+        case firmware::kStatus:
             addStatus(legacy, answer, nowNs);
             return kOk;
-        case kReboot:
+        case firmware::kReboot:
             reboot(effect, nowNs);
             return kOk;
         default:

@@ -7,7 +7,7 @@
 
 #include "firmware_slot.h"
 #include "packet.h"
-#include "protocol_result.h"
+#include "protocol.h"
 
 namespace virtual_dock {
 
@@ -19,8 +19,6 @@ enum class FirmwareEffect : uint8_t { kNone, kReboot, kPowerLoss };
 class FirmwareUpdater {
   public:
     static constexpr size_t kTargets = 2;
-    static constexpr int32_t kFirstType = 24;
-    static constexpr int32_t kLastType = 30;
 
     FirmwareUpdater();
 
@@ -30,7 +28,7 @@ class FirmwareUpdater {
 
     int32_t powerOffAfter = -1;  // the dock loses its power after so many more chunks; -1: never
 
-    // Request types kFirstType to kLastType. The temperatures go out with chunk answers.
+    // Requests of a firmware::Type. The temperatures go out with chunk answers.
     Result answerTargeted(int32_t type, Bytes request, int8_t boostTemperature,
                           int8_t puckTemperature, AnswerBuffer* answer, FirmwareEffect* effect,
                           int64_t nowNs);

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "image_transfer.h"
-#include "protocol_result.h"
+#include "protocol.h"
 #include "sha256.h"
 
 namespace virtual_dock {

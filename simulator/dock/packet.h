@@ -7,11 +7,16 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <string_view>
 
 // Reading requests and building answers. Multi-byte fields are little-endian.
 namespace virtual_dock {
 
 using Bytes = std::span<const uint8_t>;
+
+inline Bytes bytesOf(std::string_view text) {
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
 
 inline uint16_t readLe16(Bytes bytes, size_t at) {
     return static_cast<uint16_t>(bytes[at] | bytes[at + 1] << 8);

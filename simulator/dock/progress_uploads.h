@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <protocol/fw_update_data.h>
+#include <fw_update_data.h>
 
 #include <array>
 #include <cstddef>

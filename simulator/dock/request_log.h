@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "operation.h"
 #include "packet.h"
+#include "protocol.h"
 
 namespace virtual_dock {
 

@@ -53,7 +53,7 @@ void ReverseTransmit::addText(std::string_view text, AnswerBuffer* answer) const
 }
 
 Result ReverseTransmit::answer(int32_t request, AnswerBuffer* answer, Event* event) {
-    if (request < kSupported || request > kErrorType) return kInvalidArgument;
+    if (typeName(Operation::kRtxRequest, request) == nullptr) return kInvalidArgument;
     if (!supported) return kUnsupported;
     char digits[16];
     const auto addNumber = [&](auto value, int base) {
@@ -62,25 +62,25 @@ Result ReverseTransmit::answer(int32_t request, AnswerBuffer* answer, Event* eve
         return kOk;
     };
     switch (request) {
-        case kMode:
+        case rtx::kMode:
             addText(rtxModeName(mode), answer);
             return kOk;
-        case kSwitchOn:
+        case rtx::kSwitchOn:
             return switchTo(Mode::kActive, event);
-        case kSwitchOff:
+        case rtx::kSwitchOff:
             return switchTo(Mode::kAvailable, event);
-        case kConnected:
+        case rtx::kConnected:
             addText(connected ? "connected" : "disconnected", answer);
             return kOk;
-        case kReadingA:
+        case rtx::kReadingA:
             return addNumber(readingA, 10);
-        case kReadingB:
+        case rtx::kReadingB:
             return addNumber(readingB, 10);
-        case kPrmc:
+        case rtx::kPrmc:
             return addNumber(prmc, 16);
-        case kDeviceLevel:
+        case rtx::kDeviceLevel:
             return addNumber(deviceLevel, 10);
-        case kErrorType:
+        case rtx::kErrorType:
             return addNumber(errorType, 10);
         default:
             answer->add8(0);

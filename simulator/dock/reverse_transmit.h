@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "packet.h"
-#include "protocol_result.h"
+#include "protocol.h"
 #include "uevent.h"
 
 namespace virtual_dock {
@@ -17,18 +17,6 @@ class ReverseTransmit {
   public:
     static constexpr size_t kAreaSize = 20;
 
-    enum Request : int32_t {
-        kSupported = 1,
-        kMode = 2,
-        kSwitchOn = 3,
-        kSwitchOff = 4,
-        kConnected = 5,
-        kReadingA = 6,
-        kReadingB = 7,
-        kPrmc = 8,
-        kDeviceLevel = 9,
-        kErrorType = 10,
-    };
     enum class Mode : uint8_t { kOff, kAvailable, kActive };
 
     // How an answer is left in the 20-byte area.
@@ -49,9 +37,9 @@ class ReverseTransmit {
     int32_t errorType = 0;
     TextStyle textStyle = TextStyle::kPlain;
 
-    // Performs a request; the answer is what the library leaves in the caller's area, at most
-    // kAreaSize bytes (kSupported, whose area may be a single byte: 1). *event tells whether the
-    // mode is another now. Allocates nothing.
+    // Performs a request, a rtx::Type; the answer is what the library leaves in the caller's area,
+    // at most kAreaSize bytes (rtx::kSupported, whose area may be a single byte: 1). *event tells
+    // whether the mode is another now. Allocates nothing.
     Result answer(int32_t request, AnswerBuffer* answer, Event* event);
 
   private:

@@ -16,10 +16,6 @@ constexpr size_t kNonceSize = 8;
 // The challenge: byte 0 a value, byte 1 the nonce's length, then the nonce.
 constexpr size_t kNonceAt = 2;
 
-Bytes bytesOf(std::string_view text) {
-    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 }  // namespace
 
 SecretExchange::SecretExchange() {

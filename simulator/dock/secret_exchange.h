@@ -2,7 +2,7 @@
 #pragma once
 
 #include "packet.h"
-#include "protocol_result.h"
+#include "protocol.h"
 #include "sha256.h"
 
 namespace virtual_dock {

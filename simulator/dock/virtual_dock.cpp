@@ -212,7 +212,7 @@ uint32_t VirtualDock::rtxRequest(int32_t type, char* area) {
                                     [type](DockModel& model, AnswerBuffer* out, Event* event,
                                            int64_t) { return model.rtx.answer(type, out, event); });
     if (result != kOk) return result;
-    const size_t limit = type == ReverseTransmit::kSupported ? 1 : ReverseTransmit::kAreaSize;
+    const size_t limit = type == rtx::kSupported ? 1 : ReverseTransmit::kAreaSize;
     const size_t count = std::min(answer.size(), limit);
     if (count > 0) std::memcpy(area, answer.bytes().data(), count);
     return kOk;

@@ -9,16 +9,18 @@ namespace dockctl {
 namespace {
 
 using virtual_dock::Operation;
+using virtual_dock::firmware::isFirmware;
 
 std::string describeFanRequest(const ByteVector& request) {
-    if (request.size() < 2 || request[0] != 0x0F) return "unknown fan frame";
-    const int fan = request[1] & 0x07;
-    switch (request[1] & 0xF8) {
-        case 0xF8:
+    using namespace virtual_dock::fan_frame;
+    if (request.size() < 2 || request[0] != kFunction) return "unknown fan frame";
+    const int fan = request[1] & kFanMask;
+    switch (request[1] & ~kFanMask) {
+        case kGet:
             return fmt::format("get fan {}", fan);
-        case 0x00:
+        case kSetAuto:
             return fmt::format("set fan {} automatic", fan);
-        case 0x08:
+        case kSetManual:
             return fmt::format("set fan {} manual, level {}", fan, numberAt(request, 2, 2));
         default:
             return "unknown fan command";
@@ -26,8 +28,9 @@ std::string describeFanRequest(const ByteVector& request) {
 }
 
 std::string describeFanAnswer(const ByteVector& answer) {
-    std::string text = fmt::format(
-        "{}, level {}", numberAt(answer, 1, 1) == 0 ? "valid" : "invalid", numberAt(answer, 2, 2));
+    const bool valid = numberAt(answer, 1, 1) == virtual_dock::fan_frame::kValid;
+    std::string text =
+        fmt::format("{}, level {}", valid ? "valid" : "invalid", numberAt(answer, 2, 2));
     if (answer.size() > 4) {
         text += fmt::format(", speed {} rpm, drive {} per mille, {} mA", numberAt(answer, 4, 2),
                             numberAt(answer, 6, 2), numberAt(answer, 8, 2));
@@ -36,15 +39,16 @@ std::string describeFanAnswer(const ByteVector& answer) {
 }
 
 std::string describeDockInformation(const ByteVector& answer) {
+    using namespace virtual_dock::element;
     std::string text;
-    for (int tag = 0; tag <= 4; ++tag) {
+    for (int tag = 0; tag <= kVersion; ++tag) {
         virtual_dock::Bytes value;
         if (virtual_dock::findElement(answer, tag, &value) != virtual_dock::kOk) continue;
         const ByteVector bytes(value.begin(), value.end());
         if (!text.empty()) text += ", ";
-        if (tag <= 2) text += fmt::format("text {} \"{}\"", tag, printable(bytes));
-        if (tag == 3) text += fmt::format("flags 0x{:02x}", numberAt(bytes, 0, 1));
-        if (tag == 4) {
+        if (tag < kFlags) text += fmt::format("text {} \"{}\"", tag, printable(bytes));
+        if (tag == kFlags) text += fmt::format("flags 0x{:02x}", numberAt(bytes, 0, 1));
+        if (tag == kVersion) {
             text += fmt::format("version {}.{} \"{}\"", numberAt(bytes, 0, 1),
                                 numberAt(bytes, 1, 1), printable(bytes, 2));
         }
@@ -52,34 +56,37 @@ std::string describeDockInformation(const ByteVector& answer) {
     return text.empty() ? "no known element" : text;
 }
 
-std::string describeAuthRequest(const ByteVector& request) {
-    switch (numberAt(request, 0, 1)) {
-        case 0x19:
-            return fmt::format("get digests, slots 0x{:x}", numberAt(request, 1, 1) & 0x0F);
-        case 0x1A: {
-            const uint64_t bits = numberAt(request, 1, 1);
-            return fmt::format("get certificate, slot {}, offset {}, length {}", bits & 0x03,
+std::string describeAuthRequest(const LoggedRequest& logged) {
+    using namespace virtual_dock::wpc_auth;
+    const ByteVector& request = logged.request;
+    const std::string name = nameOf(logged);
+    const uint64_t bits = numberAt(request, 1, 1);
+    switch (logged.type) {
+        case kGetDigests:
+            return fmt::format("{}, slots 0x{:x}", name, bits & 0x0F);
+        case kGetCertificate:
+            return fmt::format("{}, slot {}, offset {}, length {}", name, bits & 0x03,
                                (bits & 0xE0) << 3 | numberAt(request, 2, 1),
                                (bits & 0x1C) << 6 | numberAt(request, 3, 1));
-        }
-        case 0x1B:
-            return fmt::format("challenge, slot {}", numberAt(request, 1, 1) & 0x03);
+        case kChallenge:
+            return fmt::format("{}, slot {}", name, bits & 0x03);
         default:
-            return "unknown authentication request";
+            return name;
     }
 }
 
 std::string describeAuthAnswer(const ByteVector& answer) {
+    using namespace virtual_dock::wpc_auth;
     switch (numberAt(answer, 0, 1)) {
-        case 0x11:
+        case kDigests:
             return fmt::format("digests, populated 0x{:x}, given 0x{:x}",
                                numberAt(answer, 1, 1) >> 4, numberAt(answer, 1, 1) & 0x0F);
-        case 0x12:
+        case kCertificate:
             return "certificate piece";
-        case 0x13:
+        case kChallengeAuth:
             return fmt::format("signed challenge, chain hash ends in 0x{:02x}",
                                numberAt(answer, 2, 1));
-        case 0x17:
+        case kError:
             return fmt::format("error 0x{:02x}, data 0x{:02x}", numberAt(answer, 1, 1),
                                numberAt(answer, 2, 1));
         default:
@@ -87,56 +94,25 @@ std::string describeAuthAnswer(const ByteVector& answer) {
     }
 }
 
-std::string describeStatus(const LoggedRequest& logged) {
-    constexpr const char* kSelectors[] = {"phone Qi specification",
-                                          "dock compatibility",
-                                          "maximum power",
-                                          "negotiated power",
-                                          "limit reason",
-                                          "ptmc",
-                                          "fan level",
-                                          "dock identifier",
-                                          "product"};
-    if (logged.type < 0 || logged.type > 8) return "unknown selector";
-    return kSelectors[logged.type];
-}
-
-std::string describeRtx(int32_t type) {
-    constexpr const char* kRequests[] = {"supported?", "mode?",      "switch on",  "switch off",
-                                         "connected?", "reading A?", "reading B?", "prmc?",
-                                         "level?",     "error type?"};
-    if (type < 1 || type > 10) return "unknown reverse-transmit request";
-    return kRequests[type - 1];
-}
-
-bool isFirmware(int32_t type) {
-    return type >= 24 && type <= 30;
-}
-
 std::string describeBidiRequest(const LoggedRequest& logged) {
-    switch (logged.type) {
-        case 0:
-            return "dock information";
-        case 12:
-            return describeFanRequest(logged.request);
-        case 16:
-            return "key exchange";
-        case 18:
-            return fmt::format("challenge, value {}", numberAt(logged.request, 0, 1));
-        default:
-            return isFirmware(logged.type) ? describeFirmwareRequest(logged) : "unknown request";
-    }
+    using namespace virtual_dock::bidi;
+    if (isFirmware(logged.type)) return describeFirmwareRequest(logged);
+    if (logged.type == kFan) return describeFanRequest(logged.request);
+    const std::string name = nameOf(logged);
+    if (logged.type != kChallenge) return name;
+    return fmt::format("{}, value {}", name, numberAt(logged.request, 0, 1));
 }
 
 std::string describeBidiAnswer(const LoggedRequest& logged) {
+    using namespace virtual_dock::bidi;
     switch (logged.type) {
-        case 0:
+        case kDockInformation:
             return describeDockInformation(logged.answer);
-        case 12:
+        case kFan:
             return describeFanAnswer(logged.answer);
-        case 16:
+        case kKeyExchange:
             return fmt::format("header 0x{:02x} and a key", numberAt(logged.answer, 0, 1));
-        case 18:
+        case kChallenge:
             return fmt::format("{} bytes", numberAt(logged.answer, 0, 1));
         default:
             return isFirmware(logged.type) ? describeFirmwareAnswer(logged) : "";
@@ -144,22 +120,21 @@ std::string describeBidiAnswer(const LoggedRequest& logged) {
 }
 
 std::string describePropRequest(const LoggedRequest& logged) {
-    if (logged.type == 14) {
-        return fmt::format("EDS test, {}",
-                           numberAt(logged.request, 0, 1) == 1 ? "loopback" : "data");
-    }
-    if (logged.type == 23) return "skin temperature";
-    return isFirmware(logged.type) ? describeFirmwareRequest(logged) : "unknown request";
+    using namespace virtual_dock::prop;
+    if (isFirmware(logged.type)) return describeFirmwareRequest(logged);
+    const std::string name = nameOf(logged);
+    if (logged.type != kEdsTest) return name;
+    const bool loopback = numberAt(logged.request, 0, 1) == kEdsLoopback;
+    return fmt::format("{}, {}", name, loopback ? "loopback" : "data");
 }
 
 std::string describePropAnswer(const LoggedRequest& logged) {
-    if (logged.type == 14) return logged.answer == logged.request ? "the same bytes" : "";
-    if (logged.type == 23) {
-        return fmt::format("boost {} C, puck {} C",
-                           static_cast<int8_t>(numberAt(logged.answer, 0, 1)),
-                           static_cast<int8_t>(numberAt(logged.answer, 1, 1)));
-    }
-    return isFirmware(logged.type) ? describeFirmwareAnswer(logged) : "";
+    using namespace virtual_dock::prop;
+    if (isFirmware(logged.type)) return describeFirmwareAnswer(logged);
+    if (logged.type == kEdsTest) return logged.answer == logged.request ? "the same bytes" : "";
+    if (logged.type != kSkinTemperature) return "";
+    return fmt::format("boost {} C, puck {} C", static_cast<int8_t>(numberAt(logged.answer, 0, 1)),
+                       static_cast<int8_t>(numberAt(logged.answer, 1, 1)));
 }
 
 }  // namespace
@@ -184,21 +159,23 @@ std::string printable(const ByteVector& bytes, size_t from) {
     return text;
 }
 
+std::string nameOf(const LoggedRequest& logged) {
+    const char* const name = virtual_dock::typeName(logged.operation, logged.type);
+    return name != nullptr ? name : "unknown request";
+}
+
 std::string describeResult(uint32_t result) {
-    constexpr const char* kNames[] = {
-        "ok",          "malformed packet", "unexpected answer", "invalid argument",
-        "send failed", "failed",           "unavailable",       "timed out",
-        "already",     "refused",          "internal error",    "receive failed",
-        "busy",        "unsupported"};
-    if (result == 0) return "ok";
-    if (result < std::size(kNames)) return fmt::format("{} {}", result, kNames[result]);
+    const char* const name = virtual_dock::resultName(result);
+    if (result == virtual_dock::kOk) return name;
+    if (name != nullptr) return fmt::format("{} {}", result, name);
     return fmt::format("{}", static_cast<int32_t>(result));
 }
 
 std::string describeRequest(const LoggedRequest& logged) {
     switch (logged.operation) {
         case Operation::kGetWlcInfo:
-            return describeStatus(logged);
+        case Operation::kRtxRequest:
+            return nameOf(logged);
         case Operation::kGetFeature:
             return fmt::format("query {}", static_cast<int64_t>(numberAt(logged.request, 0, 8)));
         case Operation::kSetFeature:
@@ -210,7 +187,7 @@ std::string describeRequest(const LoggedRequest& logged) {
         case Operation::kPropRequest:
             return describePropRequest(logged);
         case Operation::kWpcAuthRequest:
-            return describeAuthRequest(logged.request);
+            return describeAuthRequest(logged);
         case Operation::kSetQiId:
             return fmt::format("Qi ID {}", numberAt(logged.request, 0, 2));
         case Operation::kUploadFwUpdateData:
@@ -218,8 +195,6 @@ std::string describeRequest(const LoggedRequest& logged) {
                                numberAt(logged.request, 0, 1), numberAt(logged.request, 1, 1),
                                static_cast<int32_t>(numberAt(logged.request, 8, 4)),
                                numberAt(logged.request, 12, 4), numberAt(logged.request, 16, 4));
-        case Operation::kRtxRequest:
-            return describeRtx(logged.type);
         case Operation::kGetAlignment:
         case Operation::kSetAuthStart:
             return {};

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "dock/operation.h"
+#include "dock/protocol.h"
 
 namespace dockctl {
 
@@ -28,7 +28,10 @@ std::string describeAnswer(const LoggedRequest& logged);
 // "ok", or the number and name of a protocol result.
 std::string describeResult(uint32_t result);
 
-// Firmware and legacy update, by request type 24 to 30.
+// What the request's type is called, or "unknown request".
+std::string nameOf(const LoggedRequest& logged);
+
+// Firmware and legacy update: requests of a firmware::Type.
 std::string describeFirmwareRequest(const LoggedRequest& logged);
 std::string describeFirmwareAnswer(const LoggedRequest& logged);
 

@@ -6,30 +6,11 @@
 namespace dockctl {
 namespace {
 
-enum Type : int32_t {
-    kInformation = 24,
-    kStart = 25,
-    kChunk = 26,
-    kMissing = 27,
-    kExecute = 28,
-    kStatus = 29,
-    kReboot = 30,
-};
+using namespace virtual_dock::firmware;
 
 // The untargeted set is the same, one target byte further to the front.
 bool isTargeted(const LoggedRequest& logged) {
     return logged.operation == virtual_dock::Operation::kPropRequest;
-}
-
-std::string name(const LoggedRequest& logged) {
-    constexpr const char* kNames[] = {"information", "start",  "chunk", "first missing chunk",
-                                      "execute",     "status", "reboot"};
-    std::string text = fmt::format("{} {}", isTargeted(logged) ? "firmware" : "legacy firmware",
-                                   kNames[logged.type - kInformation]);
-    if (isTargeted(logged) && logged.type != kReboot) {
-        text += fmt::format(", target {}", static_cast<int8_t>(numberAt(logged.request, 0, 1)));
-    }
-    return text;
 }
 
 }  // namespace
@@ -37,14 +18,17 @@ std::string name(const LoggedRequest& logged) {
 std::string describeFirmwareRequest(const LoggedRequest& logged) {
     const ByteVector& request = logged.request;
     const size_t base = isTargeted(logged) ? 1 : 0;
-    std::string text = name(logged);
+    std::string text = nameOf(logged);
+    if (isTargeted(logged) && logged.type != kReboot) {
+        text += fmt::format(", target {}", static_cast<int8_t>(numberAt(request, 0, 1)));
+    }
     if (logged.type == kStart) {
         text += fmt::format(", {} bytes in chunks of {}, {}, version {}.{}",
                             static_cast<int32_t>(numberAt(request, base, 4)),
                             numberAt(request, base + 4, 1),
-                            numberAt(request, base + 5, 1) & 0x80 ? "fresh" : "resume",
+                            numberAt(request, base + 5, 1) & kFlagFresh ? "fresh" : "resume",
                             numberAt(request, base + 6, 1), numberAt(request, base + 7, 1));
-        if (isTargeted(logged) && (numberAt(request, 6, 1) & 0x40)) {
+        if (isTargeted(logged) && (numberAt(request, 6, 1) & kFlagCompressed)) {
             text += fmt::format(", compressed {} bytes", numberAt(request, 9, 4));
         }
         if (!isTargeted(logged)) text += fmt::format(" \"{}\"", printable(request, 8));

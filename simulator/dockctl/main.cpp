@@ -2,6 +2,7 @@
 //
 // dockctl: steers the virtual dock behind a service on this machine.
 #include <fmt/core.h>
+#include <virtual_dock/client.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -13,12 +14,14 @@
 #include <string>
 #include <vector>
 
-#include "connection.h"
 #include "dock/words.h"
 #include "print.h"
 
 namespace dockctl {
 namespace {
+
+using virtual_dock::Connection;
+using virtual_dock::NoDock;
 
 enum ExitCode : int { kDone = 0, kRefused = 1, kUsage = 2, kNoDock = 3 };
 
@@ -68,11 +71,16 @@ void showOutcome(const Json& reply) {
     }
 }
 
+std::string waitForEntry(Connection* connection) {
+    connection->waitForLine(std::chrono::milliseconds(-1));
+    return connection->receive();
+}
+
 // Shows log entries until the reply that ends them; a follower's never comes.
 int showLog(const Invocation& invocation, Connection* connection) {
     const bool follow = invocation.show == Show::kFollow;
     for (;;) {
-        Json line = Json::parse(connection->receive(follow ? 0 : 30));
+        Json line = Json::parse(follow ? waitForEntry(connection) : connection->receive());
         if (line.contains("ok")) {
             if (!line["ok"]) return reportReply(invocation, line);
             if (!follow) return kDone;
@@ -91,11 +99,12 @@ int showLog(const Invocation& invocation, Connection* connection) {
 
 int carryOut(const Invocation& invocation) {
     Connection connection;
-    connection.send(joinWords(invocation.words));
+    const std::string line = joinWords(invocation.words);
     if (invocation.show == Show::kLog || invocation.show == Show::kFollow) {
+        connection.send(line);
         return showLog(invocation, &connection);
     }
-    const Json reply = Json::parse(connection.receive());
+    const Json reply = Json::parse(connection.ask(line));
     if (!reply.value("ok", false)) return reportReply(invocation, reply);
     if (invocation.json) {
         say(stdout, "{}\n", toText(reply));

@@ -2,7 +2,7 @@
 #include "dock/dock_information.h"
 
 #include <gtest/gtest.h>
-#include <protocol/chargelink.h>
+#include <chargelink.h>
 
 #include <memory>
 #include <vector>
