@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#define LOG_TAG "Looper"
+#include <android/log.h>
 #include <errno.h>
-#include <log/log.h>
 #include <string.h>
 #include <sys/epoll.h>
 #include <utils/Looper.h>
 
 namespace android {
 namespace {
+
+constexpr char kTag[] = "Looper";
 
 uint32_t toEpoll(int events) {
     return (events & Looper::EVENT_INPUT ? EPOLLIN : 0u) |
@@ -25,15 +26,19 @@ int fromEpoll(uint32_t events) {
 
 Looper::Looper(bool allowNonCallbacks)
     : mAllowNonCallbacks(allowNonCallbacks), mEpollFd(epoll_create1(EPOLL_CLOEXEC)) {
-    LOG_ALWAYS_FATAL_IF(!mEpollFd.ok(), "cannot make the epoll descriptor: %s", strerror(errno));
+    if (!mEpollFd.ok()) {
+        __android_log_assert("mEpollFd.ok()", kTag, "cannot make the epoll descriptor: %s",
+                             strerror(errno));
+    }
 }
 
 Looper::~Looper() = default;
 
 int Looper::addFd(int fd, int ident, int events, Looper_callbackFunc callback, void* data) {
     if (callback != nullptr || !mAllowNonCallbacks || ident < 0) {
-        ALOGE("cannot add descriptor %d: %s", fd,
-              ident < 0 ? "its identifier is negative" : "this looper takes no callbacks");
+        __android_log_print(
+            ANDROID_LOG_ERROR, kTag, "cannot add descriptor %d: %s", fd,
+            ident < 0 ? "its identifier is negative" : "this looper takes no callbacks");
         return -1;
     }
     const Registration wanted = {ident, events, data};
@@ -43,7 +48,8 @@ int Looper::addFd(int fd, int ident, int events, Looper_callbackFunc callback, v
     epoll_event event = {.events = toEpoll(events), .data = {.fd = fd}};
     const int operation = known == mRegistrations.end() ? EPOLL_CTL_ADD : EPOLL_CTL_MOD;
     if (epoll_ctl(mEpollFd.get(), operation, fd, &event) != 0) {
-        ALOGE("cannot watch descriptor %d: %s", fd, strerror(errno));
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "cannot watch descriptor %d: %s", fd,
+                            strerror(errno));
         return -1;
     }
     mRegistrations.insert_or_assign(fd, wanted);
@@ -62,7 +68,7 @@ int Looper::pollOnce(int timeoutMillis, int* outFd, int* outEvents, void** outDa
     if (ready) return known->second.ident;
     if (count == 0) return POLL_TIMEOUT;
     if (error == EINTR) return POLL_WAKE;
-    ALOGE("cannot poll: %s", strerror(error));
+    __android_log_print(ANDROID_LOG_ERROR, kTag, "cannot poll: %s", strerror(error));
     return POLL_ERROR;
 }
 

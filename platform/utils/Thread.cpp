@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#define LOG_TAG "Thread"
+#include <android/log.h>
 #include <limits.h>
-#include <log/log.h>
+#include <pthread.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/resource.h>
@@ -14,7 +14,7 @@ namespace android {
 namespace {
 
 // Starts a detached thread; returns an errno value.
-int startDetached(void* (*entry)(void*), void* argument, size_t stack, pthread_t* thread) {
+int startDetached(void* (*entry)(void*), void* argument, size_t stack) {
     pthread_attr_t attributes;
     int error = pthread_attr_init(&attributes);
     if (error != 0) return error;
@@ -26,7 +26,8 @@ int startDetached(void* (*entry)(void*), void* argument, size_t stack, pthread_t
                     ? EINVAL
                     : pthread_attr_setstacksize(&attributes, (least + page - 1) / page * page);
     }
-    if (error == 0) error = pthread_create(thread, &attributes, entry, argument);
+    pthread_t thread;
+    if (error == 0) error = pthread_create(&thread, &attributes, entry, argument);
     pthread_attr_destroy(&attributes);
     return error;
 }
@@ -38,22 +39,17 @@ Thread::Thread(bool /*canCallJava*/) {}
 Thread::~Thread() = default;
 
 status_t Thread::run(const char* name, int32_t priority, size_t stack) {
-    std::lock_guard<std::mutex> lock(mLock);
-    if (mRunning) return INVALID_OPERATION;
-    mStatus = OK;
-    mExitPending = false;
-    mRunning = true;
-    mTid = -1;
+    if (mRunning.exchange(true)) return INVALID_OPERATION;
+    snprintf(mName, sizeof(mName), "%s", name);
     mPriority = priority;
-    snprintf(mName, sizeof(mName), "%s", name != nullptr ? name : "");
-    mHoldSelf = this;
-    const int error = startDetached(entry, this, stack, &mThread);
+    mHoldSelf = sp<Thread>(this);
+    const int error = startDetached(entry, this, stack);
     if (error == 0) return OK;
-    ALOGE("cannot start thread %s: %s", mName, strerror(error));
-    mRunning = false;
-    mStatus = UNKNOWN_ERROR;
+    __android_log_print(ANDROID_LOG_ERROR, "Thread", "cannot start thread %s: %s", mName,
+                        strerror(error));
     // The caller holds the object too, so this is not the last reference.
     mHoldSelf.clear();
+    mRunning = false;
     return UNKNOWN_ERROR;
 }
 
@@ -63,89 +59,14 @@ void* Thread::entry(void* self) {
 }
 
 void Thread::runLoop() {
-    sp<Thread> strong;
-    {
-        // Also waits for run() to have finished with its members.
-        std::lock_guard<std::mutex> lock(mLock);
-        strong = std::move(mHoldSelf);
-        mTid = gettid();
-        mThread = pthread_self();
-        if (mName[0] != '\0') pthread_setname_np(mThread, mName);
-        if (mPriority != PRIORITY_DEFAULT) {
-            setpriority(PRIO_PROCESS, static_cast<id_t>(mTid), mPriority);
-        }
+    const sp<Thread> self = std::move(mHoldSelf);
+    pthread_setname_np(pthread_self(), mName);
+    if (mPriority != PRIORITY_DEFAULT) {
+        setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), mPriority);
     }
-    const wp<Thread> weak(strong);
-
-    const status_t ready = readyToRun();
-    bool again = ready == OK;
-    {
-        std::lock_guard<std::mutex> lock(mLock);
-        mStatus = ready;
+    while (threadLoop()) {
     }
-    if (again && !exitPending()) again = threadLoop();
-    while (afterCall(again)) {
-        // Whoever else held the object may have dropped it meanwhile; then it goes here.
-        strong.clear();
-        strong = weak.promote();
-        if (!strong) return;
-        again = threadLoop();
-    }
-}
-
-bool Thread::afterCall(bool again) {
-    std::lock_guard<std::mutex> lock(mLock);
-    if (again && !mExitPending) return true;
-    mExitPending = true;
     mRunning = false;
-    mTid = -1;
-    mEnded.notify_all();
-    return false;
-}
-
-void Thread::requestExit() {
-    std::lock_guard<std::mutex> lock(mLock);
-    mExitPending = true;
-}
-
-status_t Thread::readyToRun() {
-    return OK;
-}
-
-status_t Thread::requestExitAndWait() {
-    return waitUntilEnded(true);
-}
-
-status_t Thread::join() {
-    return waitUntilEnded(false);
-}
-
-status_t Thread::waitUntilEnded(bool askToExit) {
-    std::unique_lock<std::mutex> lock(mLock);
-    base::ScopedLockAssertion locked(mLock);
-    if (mRunning && pthread_equal(mThread, pthread_self()) != 0) {
-        ALOGW("thread %s waits for its own end", mName);
-        return WOULD_BLOCK;
-    }
-    if (askToExit) mExitPending = true;
-    while (mRunning) mEnded.wait(lock);
-    if (askToExit) mExitPending = false;
-    return mStatus;
-}
-
-bool Thread::isRunning() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mRunning;
-}
-
-pid_t Thread::getTid() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mTid;
-}
-
-bool Thread::exitPending() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mExitPending;
 }
 
 }  // namespace android

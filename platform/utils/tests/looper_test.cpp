@@ -12,54 +12,45 @@ using android::base::unique_fd;
 
 constexpr int kLimitMs = 20000;
 
-struct Pipe {
-    Pipe() { EXPECT_TRUE(android::base::Pipe(&read, &write, O_CLOEXEC | O_NONBLOCK)); }
-    void fill() const { EXPECT_EQ(1, ::write(write.get(), "x", 1)); }
-    void drain() const {
-        char byte;
-        EXPECT_EQ(1, ::read(read.get(), &byte, 1));
-    }
-    unique_fd read;
-    unique_fd write;
-};
-
 class LooperTest : public testing::Test {
   protected:
+    LooperTest() { EXPECT_TRUE(android::base::Pipe(&mRead, &mWrite)); }
     int poll(int timeoutMs) { return mLooper->pollOnce(timeoutMs, &mFd, &mEvents, nullptr); }
-    int add(int fd, int ident = 0) {
+    int add(int fd, int ident) {
         return mLooper->addFd(fd, ident, Looper::EVENT_INPUT, nullptr, nullptr);
     }
 
-    sp<Looper> mLooper = sp<Looper>::make(true);
+    const sp<Looper> mLooper = sp<Looper>::make(true);
+    unique_fd mRead;
+    unique_fd mWrite;
     int mFd = -1;
     int mEvents = -1;
 };
 
 TEST_F(LooperTest, RepeatedRegistrationInEveryPassKeepsReporting) {
-    const Pipe pipe;
-    for (int pass = 0; pass < 10; ++pass) {
-        ASSERT_EQ(1, add(pipe.read.get()));
-        ASSERT_EQ(Looper::POLL_TIMEOUT, poll(pass % 2));
+    // A later registration replaces the earlier.
+    for (const int ident : {0, 0, 0, 2, 2}) {
+        ASSERT_EQ(1, add(mRead, ident));
+        ASSERT_EQ(Looper::POLL_TIMEOUT, poll(ident));
         EXPECT_EQ(0, mFd);
         EXPECT_EQ(0, mEvents);
-        pipe.fill();
-        ASSERT_EQ(0, poll(kLimitMs));
-        ASSERT_EQ(pipe.read.get(), mFd);
-        pipe.drain();
+        char byte = 'x';
+        ASSERT_EQ(1, write(mWrite, &byte, 1));
+        ASSERT_EQ(ident, poll(kLimitMs));
+        EXPECT_EQ(mRead, mFd);
+        EXPECT_EQ(Looper::EVENT_INPUT, mEvents);
+        ASSERT_EQ(1, read(mRead, &byte, 1));
     }
-    // A later registration replaces the earlier.
-    ASSERT_EQ(1, add(pipe.read.get(), 2));
-    pipe.fill();
-    EXPECT_EQ(2, poll(kLimitMs));
-    EXPECT_EQ(Looper::EVENT_INPUT, mEvents);
+    mWrite.reset();
+    ASSERT_EQ(2, poll(kLimitMs));
+    EXPECT_EQ(Looper::EVENT_HANGUP, mEvents);
 }
 
 TEST_F(LooperTest, RegistrationsThatCannotWorkAreRefused) {
-    const Pipe pipe;
-    EXPECT_EQ(-1, add(-1));
-    EXPECT_EQ(-1, add(pipe.read.get(), -1));
+    EXPECT_EQ(-1, add(-1, 0));
+    EXPECT_EQ(-1, add(mRead, -1));
     const auto callback = [](int, int, void*) { return 1; };
-    EXPECT_EQ(-1, mLooper->addFd(pipe.read.get(), 0, Looper::EVENT_INPUT, callback, nullptr));
+    EXPECT_EQ(-1, mLooper->addFd(mRead, 0, Looper::EVENT_INPUT, callback, nullptr));
 }
 
 }  // namespace
