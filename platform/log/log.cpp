@@ -80,16 +80,12 @@ void __android_log_write_log_message(__android_log_message* log_message) {
     gLogger.load()(log_message);
 }
 
-void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
-    char text[kMaxFormatted] = "Unspecified assertion failed";
-    if (fmt != nullptr) {
-        va_list arguments;
-        va_start(arguments, fmt);
-        format(text, fmt, arguments);
-        va_end(arguments);
-    } else if (cond != nullptr) {
-        snprintf(text, sizeof(text), "Assertion failed: %s", cond);
-    }
+void __android_log_assert(const char* /*cond*/, const char* tag, const char* fmt, ...) {
+    char text[kMaxFormatted];
+    va_list arguments;
+    va_start(arguments, fmt);
+    format(text, fmt, arguments);
+    va_end(arguments);
     __android_log_write(ANDROID_LOG_FATAL, tag, text);
     __android_log_call_aborter(text);
     abort();

@@ -101,21 +101,6 @@ EagerEvaluator<std::decay_t<L>, std::decay_t<R>> MakeEagerEvaluator(L&& lhs, R&&
     return {std::forward<L>(lhs), std::forward<R>(rhs)};
 }
 
-// Shows a null C string instead of reading it.
-template <typename T>
-const T& LogValue(const T& value) {
-    return value;
-}
-inline const char* LogValue(const char* value) {
-    return value != nullptr ? value : "(null)";
-}
-inline const char* LogValue(char* value) {
-    return value != nullptr ? value : "(null)";
-}
-inline const char* LogValue(std::nullptr_t) {
-    return "(null)";
-}
-
 }  // namespace android::base
 
 #ifdef LOG_TAG
@@ -157,16 +142,8 @@ inline const char* LogValue(std::nullptr_t) {
     __builtin_expect(static_cast<bool>(x), true) || LOG_STREAM_WITH_ERROR(FATAL, errno) \
                                                         << "Check failed: " #x << " "
 
-#define CHECK_OP(LHS, RHS, OP)                                                   \
-    for (auto _values = ::android::base::MakeEagerEvaluator(LHS, RHS);           \
-         __builtin_expect(!(_values.lhs OP _values.rhs), false);)                \
-    LOG_STREAM(FATAL) << "Check failed: " #LHS " " #OP " " #RHS " (" #LHS "="    \
-                      << ::android::base::LogValue(_values.lhs) << ", " #RHS "=" \
-                      << ::android::base::LogValue(_values.rhs) << ") "
-
-#define CHECK_EQ(x, y) CHECK_OP(x, y, ==)
-#define CHECK_NE(x, y) CHECK_OP(x, y, !=)
-#define CHECK_LE(x, y) CHECK_OP(x, y, <=)
-#define CHECK_LT(x, y) CHECK_OP(x, y, <)
-#define CHECK_GE(x, y) CHECK_OP(x, y, >=)
-#define CHECK_GT(x, y) CHECK_OP(x, y, >)
+#define CHECK_EQ(LHS, RHS)                                                              \
+    for (auto _values = ::android::base::MakeEagerEvaluator(LHS, RHS);                  \
+         __builtin_expect(!(_values.lhs == _values.rhs), false);)                       \
+    LOG_STREAM(FATAL) << "Check failed: " #LHS " == " #RHS " (" #LHS "=" << _values.lhs \
+                      << ", " #RHS "=" << _values.rhs << ") "

@@ -89,8 +89,8 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...)
 // first.
 void __android_log_write_log_message(struct __android_log_message* log_message);
 
-// Logs at FATAL the formatted text, or "Assertion failed: <cond>", or "Unspecified assertion
-// failed", then calls the aborter; ends the process even if that returns.
+// Logs the formatted text at FATAL, then calls the aborter; ends the process even if that returns.
+// `cond` is not shown; `fmt` must not be null.
 void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...)
     __attribute__((__noreturn__)) __attribute__((__format__(printf, 3, 4)));
 
