@@ -20,20 +20,17 @@ TEST(UniqueFdTest, DescriptorIsClosedExactlyOnceAlongEveryPath) {
     EXPECT_EQ(FD_CLOEXEC, fcntl(read.get(), F_GETFD));
     const int first = read.get();
     const int second = write.get();
-
     unique_fd moved(std::move(read));
     unique_fd& itself = moved;
     moved = std::move(itself);
     EXPECT_TRUE(isOpen(first));
     moved = std::move(write);
     EXPECT_FALSE(isOpen(first));
-
-    const int released = moved.release();
+    EXPECT_EQ(second, moved.release());
     EXPECT_FALSE(moved.ok());
-    EXPECT_EQ(second, released);
-    EXPECT_TRUE(isOpen(released));
+    EXPECT_TRUE(isOpen(second));
     errno = 33;
-    moved.reset(released);
+    moved.reset(second);
     moved.reset();
     EXPECT_EQ(33, errno);
     EXPECT_FALSE(isOpen(second));

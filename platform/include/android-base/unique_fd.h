@@ -3,7 +3,6 @@
 
 #include <android-base/macros.h>
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 // The owner of a file descriptor, as in Android's libbase.
@@ -70,23 +69,7 @@ class unique_fd_impl final {
 
 using unique_fd = unique_fd_impl<DefaultCloser>;
 
-// A descriptor that somebody else keeps open, for parameters.
-class borrowed_fd {
-  public:
-    borrowed_fd(int fd) : mFd(fd) {}  // NOLINT: as on Android
-    template <typename Closer>
-    borrowed_fd(const unique_fd_impl<Closer>& fd) : mFd(fd.get()) {}  // NOLINT: as on Android
-    int get() const { return mFd; }
-    bool operator>=(int rhs) const { return get() >= rhs; }
-    bool operator<(int rhs) const { return get() < rhs; }
-    bool operator==(int rhs) const { return get() == rhs; }
-    bool operator!=(int rhs) const { return get() != rhs; }
-
-  private:
-    int mFd;
-};
-
-// Makes a pipe, or a pair of connected sockets, closed on exec. On failure returns false with errno
+// Makes a pipe, closed on exec unless `flags` say otherwise. On failure returns false with errno
 // set and leaves both arguments alone.
 template <typename Closer>
 [[nodiscard]] bool Pipe(unique_fd_impl<Closer>* read, unique_fd_impl<Closer>* write,
@@ -96,22 +79,6 @@ template <typename Closer>
     read->reset(fds[0]);
     write->reset(fds[1]);
     return true;
-}
-
-template <typename Closer>
-[[nodiscard]] bool Socketpair(int domain, int type, int protocol, unique_fd_impl<Closer>* left,
-                              unique_fd_impl<Closer>* right) {
-    int fds[2];
-    if (socketpair(domain, type | SOCK_CLOEXEC, protocol, fds) != 0) return false;
-    left->reset(fds[0]);
-    right->reset(fds[1]);
-    return true;
-}
-
-template <typename Closer>
-[[nodiscard]] bool Socketpair(int type, unique_fd_impl<Closer>* left,
-                              unique_fd_impl<Closer>* right) {
-    return Socketpair(AF_UNIX, type, 0, left, right);
 }
 
 }  // namespace android::base

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,9 @@ namespace android::host {
 // returns false and sets `*error` to one line; neither pointer may be null. Any thread.
 [[nodiscard]] bool listProperties(std::vector<std::pair<std::string, std::string>>* properties,
                                   std::string* error);
+
+// The value of a property; nothing when it is not set or cannot be read. Any thread.
+std::optional<std::string> readProperty(const std::string& name);
 
 // As android::base::SetProperty, but tells the reason of a failure.
 [[nodiscard]] bool setProperty(const std::string& name, const std::string& value,
