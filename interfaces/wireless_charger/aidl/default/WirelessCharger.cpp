@@ -3,6 +3,8 @@
 
 #include <functional>
 
+#include "protocol/chargelink.h"
+
 namespace aidl::vendor::zorvak::wireless_charger {
 
 namespace {
@@ -29,14 +31,27 @@ WirelessCharger::WirelessCharger()
     mWirelessEvent->startThread();
 }
 
-uint32_t WirelessCharger::sendBidi(int32_t type, Request& request) {
-    std::lock_guard lock(mRequestLock);
-    return request.sendBidi(type);
+uint32_t WirelessCharger::sendBidiWithoutLock(int32_t type, Request& request) {
+    const size_t length = request.requestLength();
+    return sendBidiRequest(type, length == 0 ? nullptr : request.data(), length, request.data(),
+                           request.beginAnswer());
 }
 
-uint32_t WirelessCharger::sendProp(int32_t type, Request& request) {
+uint32_t WirelessCharger::sendBidiUnderLock(int32_t type, Request& request) {
     std::lock_guard lock(mRequestLock);
-    return request.sendProp(type);
+    return sendBidiWithoutLock(type, request);
+}
+
+uint32_t WirelessCharger::sendPropUnderLock(int32_t type, Request& request) {
+    std::lock_guard lock(mRequestLock);
+    return sendPropRequest(type, request.data(), request.requestLength(), request.data(),
+                           request.beginAnswer(), kPropTimeLimit);
+}
+
+uint32_t WirelessCharger::sendWpcAuthUnderLock(uint32_t timeLimit, AuthPacket& packet) {
+    std::lock_guard lock(mRequestLock);
+    return sendWpcAuthRequest(packet.get8(0), packet.data(), packet.requestLength(), packet.data(),
+                              packet.beginAnswer(), timeLimit);
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

@@ -154,10 +154,15 @@ class WirelessCharger : public BnWirelessCharger {
     static void onFanCallbackDeath(void* cookie);
 
   private:
-    /** One exchange with the dock or the charger, alone under the request lock. */
-    uint32_t sendBidi(int32_t type, Request& request) EXCLUDES(mRequestLock);
-    uint32_t sendProp(int32_t type, Request& request) EXCLUDES(mRequestLock);
-    uint32_t sendWpcAuth(uint32_t timeLimit, AuthPacket& packet) EXCLUDES(mRequestLock);
+    /**
+     * One exchange with the dock or the charger: sends the request, blocks until the answer stands
+     * in its place and returns the protocol result. UnderLock: alone, under the request lock.
+     * WithoutLock: beside any other exchange.
+     */
+    uint32_t sendBidiUnderLock(int32_t type, Request& request) EXCLUDES(mRequestLock);
+    uint32_t sendPropUnderLock(int32_t type, Request& request) EXCLUDES(mRequestLock);
+    uint32_t sendWpcAuthUnderLock(uint32_t timeLimit, AuthPacket& packet) EXCLUDES(mRequestLock);
+    static uint32_t sendBidiWithoutLock(int32_t type, Request& request);
 
     /** The override that is in force for a value, if any. */
     std::optional<int32_t> findOverride(DiagType type) EXCLUDES(mDiagOverridesLock);

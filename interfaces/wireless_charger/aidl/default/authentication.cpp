@@ -103,18 +103,13 @@ std::vector<uint8_t> bytesAt(const uint8_t* from, size_t count) {
 
 }  // namespace
 
-uint32_t WirelessCharger::sendWpcAuth(uint32_t timeLimit, AuthPacket& packet) {
-    std::lock_guard lock(mRequestLock);
-    return packet.sendWpcAuth(timeLimit);
-}
-
 ScopedAStatus WirelessCharger::getWpcAuthDigests(int8_t slotMask, WpcAuthDigests* out) {
     out->slotPopulatedMask = 0;
     out->digestMask = 0;
     AuthPacket packet;
     packet.put8(kGetDigests);
     packet.put8(slotMask & kSlotMaskBits);
-    if (uint32_t result = sendWpcAuth(kDigestsTimeLimit, packet); result != 0) {
+    if (uint32_t result = sendWpcAuthUnderLock(kDigestsTimeLimit, packet); result != 0) {
         return statusOfResult(result);
     }
     if (packet.get8(0) != kDigests) {
@@ -150,7 +145,7 @@ ScopedAStatus WirelessCharger::getWpcAuthChallengeResponse(int8_t slot,
     packet.put8(kChallenge);
     packet.put8(slot & kSlotBits);
     packet.putBytes(nonce);
-    if (uint32_t result = sendWpcAuth(kChallengeTimeLimit, packet); result != 0) {
+    if (uint32_t result = sendWpcAuthUnderLock(kChallengeTimeLimit, packet); result != 0) {
         return statusOfResult(result);
     }
     if (packet.get8(0) != kChallengeAuth) {
@@ -186,7 +181,8 @@ ScopedAStatus WirelessCharger::getWpcAuthCertificate(int8_t slot, char16_t offse
         putCertificateRequest(packet, slot, offset, piece);
         __android_log_print(ANDROID_LOG_INFO, nullptr, "get cert B1:%02hhx B2:%02hhx B3:%02hhx\n",
                             packet.get8(1), packet.get8(2), packet.get8(3));
-        if (uint32_t result = sendWpcAuth(certificateTimeLimit(piece), packet); result != 0) {
+        if (uint32_t result = sendWpcAuthUnderLock(certificateTimeLimit(piece), packet);
+            result != 0) {
             return statusOfResult(result);
         }
         if (packet.get8(0) != kCertificate) {
@@ -229,7 +225,7 @@ ScopedAStatus WirelessCharger::challenge(int8_t value, const std::vector<uint8_t
     request.put8(static_cast<uint8_t>(value));
     request.put8(kDockNonceSize);
     request.putBytes(nonce);
-    if (uint32_t result = sendBidi(kBidiChallenge, request); result != 0) {
+    if (uint32_t result = sendBidiUnderLock(kBidiChallenge, request); result != 0) {
         return statusOfResult(result);
     }
     if (request.get8(kDockAnswerSizeAt) != kDockNonceSize) {
@@ -245,7 +241,7 @@ ScopedAStatus WirelessCharger::keyExchange(const std::vector<uint8_t>& key,
 
     Request request;
     request.putBytes(key);
-    if (uint32_t result = sendBidi(kBidiKeyExchange, request); result != 0) {
+    if (uint32_t result = sendBidiUnderLock(kBidiKeyExchange, request); result != 0) {
         return statusOfResult(result);
     }
     out->header = request.getSigned8(kKeyHeaderAt);

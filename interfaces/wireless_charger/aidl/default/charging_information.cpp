@@ -146,7 +146,7 @@ ScopedAStatus WirelessCharger::getAlignInfo(AlignInfo* out) {
 
 ScopedAStatus WirelessCharger::getSkinTemperature(SkinTemp* out) {
     Request request;
-    if (uint32_t result = sendProp(kPropSkinTemperature, request); result != 0) {
+    if (uint32_t result = sendPropUnderLock(kPropSkinTemperature, request); result != 0) {
         return statusOfResult(result);
     }
     out->boostTemp = request.getSigned8(kBoostTempAt);

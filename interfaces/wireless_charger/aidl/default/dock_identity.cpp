@@ -84,7 +84,7 @@ void store(const Elements& found, DockInfo& info) {
 
 ScopedAStatus WirelessCharger::getInformation(DockInfo* out) {
     Request request;
-    if (uint32_t result = sendBidi(kBidiDockInformation, request); result != 0) {
+    if (uint32_t result = sendBidiUnderLock(kBidiDockInformation, request); result != 0) {
         return statusOfResult(result);
     }
     const Elements found = readElements(request);

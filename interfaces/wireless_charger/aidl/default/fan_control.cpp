@@ -32,7 +32,8 @@ ScopedAStatus WirelessCharger::getFanInfo(int8_t fan, FanInfo* out) {
     Request request;
     request.put8(kFanCommand);
     request.put8(static_cast<uint8_t>(fan) | kFanQuery);
-    if (uint32_t result = sendBidi(kBidiFan, request); result != 0) return statusOfResult(result);
+    if (uint32_t result = sendBidiUnderLock(kBidiFan, request); result != 0)
+        return statusOfResult(result);
 
     out->valid = request.get8(kFanStatusAt) == 0;
     out->level = request.get16(kFanLevelAt);
@@ -59,7 +60,8 @@ ScopedAStatus WirelessCharger::setFan(int8_t fan, FanMode mode, char16_t level, 
             request.put8(0);
             break;
     }
-    if (uint32_t result = sendBidi(kBidiFan, request); result != 0) return statusOfResult(result);
+    if (uint32_t result = sendBidiUnderLock(kBidiFan, request); result != 0)
+        return statusOfResult(result);
 
     out->valid = request.get8(kFanStatusAt) == 0;
     out->level = request.get16(kFanLevelAt);

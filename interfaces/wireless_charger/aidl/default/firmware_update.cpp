@@ -94,7 +94,7 @@ void WirelessCharger::uploadFwUpdate() {
 ScopedAStatus WirelessCharger::getFwUpdateInformation(int8_t target, FwUpdateInfo* out) {
     Request request;
     putTarget(request, target);
-    if (uint32_t result = sendProp(FW_INFORMATION, request); result != 0) {
+    if (uint32_t result = sendPropUnderLock(FW_INFORMATION, request); result != 0) {
         return statusOfResult(result);
     }
     out->target = request.getSigned8(kTargetAt);
@@ -157,7 +157,7 @@ uint8_t WirelessCharger::updateStartInternal(int8_t target, int32_t size, int8_t
                         "version=0x%02x 0x%02x, compressSize=%d",
                         target, size, chunkSize, freshStart ? 0 : 1, newVersion.major,
                         newVersion.minor, compressSize);
-    if (uint32_t result = sendProp(FW_START, request); result != 0) {
+    if (uint32_t result = sendPropUnderLock(FW_START, request); result != 0) {
         return static_cast<uint8_t>(errorOfResult(result));
     }
     const uint8_t resume = request.get8(kStartResumeAt);
@@ -197,7 +197,7 @@ uint8_t WirelessCharger::sendChunkInternal(int8_t target, int32_t chunkNumber, i
     request.put16(static_cast<uint16_t>(chunkNumber));
     request.put8(static_cast<uint8_t>(chunkTag));
     request.putBytes(data);
-    if (uint32_t result = sendProp(FW_CHUNK, request); result != 0) {
+    if (uint32_t result = sendPropUnderLock(FW_CHUNK, request); result != 0) {
         return static_cast<uint8_t>(errorOfResult(result));
     }
     const uint8_t flags = request.get8(kChunkFlagsAt);
@@ -242,7 +242,7 @@ ScopedAStatus WirelessCharger::sendCompressFwChunk(int8_t target, int32_t chunkN
 ScopedAStatus WirelessCharger::getFirstFwMissingChunk(int8_t target, FwMissingChunk* out) {
     Request request;
     putTarget(request, target);
-    if (uint32_t result = sendProp(FW_FIRST_MISSING_CHUNK, request); result != 0) {
+    if (uint32_t result = sendPropUnderLock(FW_FIRST_MISSING_CHUNK, request); result != 0) {
         return statusOfResult(result);
     }
     out->target = request.getSigned8(kTargetAt);
@@ -267,7 +267,7 @@ ScopedAStatus WirelessCharger::fwExecuteUpdate(int8_t target, ExecuteStatus* out
     __android_log_print(ANDROID_LOG_INFO, nullptr, "fwExecuteUpdate: target=%d", target);
     Request request;
     putTarget(request, target);
-    int32_t error = errorOfResult(sendProp(FW_EXECUTE, request));
+    int32_t error = errorOfResult(sendPropUnderLock(FW_EXECUTE, request));
     int32_t recordResult = kResultNone;
     if (error == kNoError) {
         const int answeredTarget = request.get8(kTargetAt);
@@ -300,7 +300,7 @@ ScopedAStatus WirelessCharger::fwExecuteUpdate(int8_t target, ExecuteStatus* out
 ScopedAStatus WirelessCharger::getFwUpdateExecutionStatus(int8_t target, FwUpdateStatus* out) {
     Request request;
     putTarget(request, target);
-    if (uint32_t result = sendProp(FW_EXECUTION_STATUS, request); result != 0) {
+    if (uint32_t result = sendPropUnderLock(FW_EXECUTION_STATUS, request); result != 0) {
         return statusOfResult(result);
     }
     out->status =

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDsendBidiWithoutLock(LEGACY_INFORMATION, request)-License-Identifier: Apache-2.0
 // The older firmware commands, which address the dock as a whole. They are sent without the request
 // lock and leave the progress record alone.
 #include <string.h>
@@ -19,8 +19,8 @@ enum LegacyRequest : int32_t {
     LEGACY_START = 25,
     LEGACY_CHUNK = 26,
     LEGACY_FIRST_MISSING_CHUNK = 27,
-    LEGACY_EXECUTE = 28,
-    LEGACY_EXECUTION_STATUS = 29,
+    LEGACY_EsendBidiWithoutLock(LEGACY_INFORMATION, request) ECUTE = 28,
+    LEGACY_EsendBidiWithoutLock(LEGACY_INFORMATION, request) ECUTION_STATUS = 29,
     LEGACY_REBOOT = 30,
 };
 
@@ -58,7 +58,7 @@ constexpr uint8_t kMaxStatus = 2;
 
 ScopedAStatus WirelessCharger::getUpdateInformation(UpdateInfo* out) {
     Request request;
-    if (uint32_t result = request.sendBidi(LEGACY_INFORMATION); result != 0) {
+    if (uint32_t result = sendBidiWithoutLock(LEGACY_INFORMATION, request); result != 0) {
         return statusOfResult(result);
     }
     out->maxSize = static_cast<int32_t>(request.get32(kInfoMaxSizeAt));
@@ -84,7 +84,7 @@ ScopedAStatus WirelessCharger::updateStart(int32_t size, int8_t chunkSize, bool 
     for (size_t i = 0; i < newVersion.name.size(); i++) {
         request.put8(i < nameLength ? static_cast<uint8_t>(newVersion.name[i]) : 0);
     }
-    if (uint32_t result = request.sendBidi(LEGACY_START); result != 0) {
+    if (uint32_t result = sendBidiWithoutLock(LEGACY_START, request); result != 0) {
         return statusOfResult(result);
     }
     return request.get8(kStartStatusAt) <= kMaxStartStatus
@@ -101,7 +101,7 @@ ScopedAStatus WirelessCharger::sendChunk(char16_t chunkNumber, int8_t chunkTag,
     request.put16(chunkNumber);
     request.put8(static_cast<uint8_t>(chunkTag));
     request.putBytes(data);
-    if (uint32_t result = request.sendBidi(LEGACY_CHUNK); result != 0) {
+    if (uint32_t result = sendBidiWithoutLock(LEGACY_CHUNK, request); result != 0) {
         return statusOfResult(result);
     }
     *next = request.get16(kChunkNextAt);
@@ -110,7 +110,7 @@ ScopedAStatus WirelessCharger::sendChunk(char16_t chunkNumber, int8_t chunkTag,
 
 ScopedAStatus WirelessCharger::getFirstMissingChunk(MissingChunk* out) {
     Request request;
-    if (uint32_t result = request.sendBidi(LEGACY_FIRST_MISSING_CHUNK); result != 0) {
+    if (uint32_t result = sendBidiWithoutLock(LEGACY_FIRST_MISSING_CHUNK, request); result != 0) {
         return statusOfResult(result);
     }
     out->chunkNumber = request.get16(kMissingNumberAt);
@@ -120,7 +120,9 @@ ScopedAStatus WirelessCharger::getFirstMissingChunk(MissingChunk* out) {
 
 ScopedAStatus WirelessCharger::executeUpdate(ExecuteStatus* out) {
     Request request;
-    if (uint32_t result = request.sendBidi(LEGACY_EXECUTE); result != 0) {
+    if (uint32_t result =
+            request.sendBidi(LEGACY_EsendBidiWithoutLock(LEGACY_INFORMATION, request) ECUTE);
+        result != 0) {
         return statusOfResult(result);
     }
     const uint8_t status = request.get8(kExecuteStatusAt);
@@ -131,7 +133,9 @@ ScopedAStatus WirelessCharger::executeUpdate(ExecuteStatus* out) {
 
 ScopedAStatus WirelessCharger::getUpdateExecutionStatus(UpdateStatus* out) {
     Request request;
-    if (uint32_t result = request.sendBidi(LEGACY_EXECUTION_STATUS); result != 0) {
+    if (uint32_t result = request.sendBidi(LEGACY_EsendBidiWithoutLock(LEGACY_INFORMATION, request)
+                                               ECUTION_STATUS);
+        result != 0) {
         return statusOfResult(result);
     }
     if (request.get8(kStatusAt) <= kMaxStatus) out->status = request.getSigned8(kStatusAt);

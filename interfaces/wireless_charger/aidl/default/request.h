@@ -11,8 +11,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "protocol/chargelink.h"
-
 namespace aidl::vendor::zorvak::wireless_charger {
 
 /** Time limit of every request to the charger chip. */
@@ -57,22 +55,13 @@ class RequestArea {
     /** Bytes of the answer as the library tells them, never more than the area holds. */
     size_t answerLength() const { return mAnswerLength < Size ? mAnswerLength : Size; }
 
-    /** The three exchanges; each blocks until the answer is there and returns the protocol result.
+    /** For the library: the area, and where it finds the capacity and leaves the answer's length.
      */
-    uint32_t sendBidi(int32_t type) {
+    uint8_t* data() { return mBytes.data(); }
+    size_t requestLength() const { return mRequestLength; }
+    size_t* beginAnswer() {
         mAnswerLength = Size;
-        return sendBidiRequest(type, mRequestLength == 0 ? nullptr : mBytes.data(), mRequestLength,
-                               mBytes.data(), &mAnswerLength);
-    }
-    uint32_t sendProp(int32_t type) {
-        mAnswerLength = Size;
-        return sendPropRequest(type, mBytes.data(), mRequestLength, mBytes.data(), &mAnswerLength,
-                               kPropTimeLimit);
-    }
-    uint32_t sendWpcAuth(uint32_t timeLimit) {
-        mAnswerLength = Size;
-        return sendWpcAuthRequest(mBytes[0], mBytes.data(), mRequestLength, mBytes.data(),
-                                  &mAnswerLength, timeLimit);
+        return &mAnswerLength;
     }
 
   private:

@@ -68,7 +68,7 @@ bool fillRandom(uint8_t* bytes, size_t size) {
 }
 
 /** Sends the packet and checks the answer; false after telling what is wrong. */
-bool exchange(const uint8_t* request, size_t requestLength, uint8_t* answer) {
+bool exchangeWithoutLock(const uint8_t* request, size_t requestLength, uint8_t* answer) {
     size_t answerLength = kPacketSize;
     if (sendPropRequest(kPropEds, request, requestLength, answer, &answerLength, kPropTimeLimit) !=
         0) {
@@ -102,7 +102,7 @@ void edsTest(int mode, int loop, int size) {
         if (!fillRandom(request + kDataAt, dataSize)) return;
         __android_log_print(ANDROID_LOG_INFO, nullptr, "eds test mode: %d, loop: %d/ %d\n", mode,
                             pass, loop);
-        if (!exchange(request, dataSize + kDataAt, answer)) break;
+        if (!exchangeWithoutLock(request, dataSize + kDataAt, answer)) break;
     }
     logError("eds test done\n");
 }
