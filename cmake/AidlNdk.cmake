@@ -1,18 +1,18 @@
 # SPDX-License-Identifier: Apache-2.0
 # Stub libraries from AIDL files.
 #
-# add_aidl_ndk_library(NAME name PACKAGE a.b ROOT folder VERSION n FROZEN folder SOURCES file...)
+# add_aidl_ndk_library(NAME name PACKAGE a.b ROOT folder SOURCES file... [VERSION n FROZEN folder])
 #
 #   NAME      the static library, linked to binder_ndk; who links it gets the generated headers
 #             (aidl/a/b/IFoo.h, BnFoo.h, BpFoo.h, Record.h) on its include path, without warnings
 #             from them
 #   PACKAGE   the AIDL package of all files
 #   ROOT      the folder that the package's folders start in
-#   VERSION   the version of the interface
-#   FROZEN    where the API dumps are kept: n/ with its .hash, and current/
 #   SOURCES   the .aidl files, relative to ROOT
+#   VERSION   the version of the interface; without it the interface has none and is not checked
+#   FROZEN    where the API dumps are kept: n/ with its .hash, and current/
 #
-# The build fails when the .aidl files, the dump of version n, its .hash and the dump current/ do not
+# With a version, the build fails when the .aidl files, the dump of version n, its .hash and the dump current/ do not
 # all say the same. The error names the target to run:
 #
 #   cmake --build DIR --target NAME-update-api   writes current/ from the .aidl files
@@ -25,9 +25,13 @@ set(AIDL_NDK_TASKS ${CMAKE_CURRENT_LIST_DIR}/AidlNdkTasks.cmake)
 
 function(add_aidl_ndk_library)
   cmake_parse_arguments(ARG "" "NAME;PACKAGE;ROOT;VERSION;FROZEN" "SOURCES" ${ARGN})
-  foreach(needed NAME PACKAGE ROOT VERSION FROZEN SOURCES)
-    if(NOT ARG_${needed})
-      message(FATAL_ERROR "add_aidl_ndk_library: ${needed} is missing")
+  set(needed NAME PACKAGE ROOT SOURCES)
+  if(ARG_VERSION OR ARG_FROZEN)
+    list(APPEND needed VERSION FROZEN)
+  endif()
+  foreach(name IN LISTS needed)
+    if(NOT ARG_${name})
+      message(FATAL_ERROR "add_aidl_ndk_library: ${name} is missing")
     endif()
   endforeach()
   string(REPLACE "." "/" package_path ${ARG_PACKAGE})
@@ -52,25 +56,34 @@ function(add_aidl_ndk_library)
   endforeach()
 
   # Found anew at each build, so that a dump file that comes or goes is noticed.
-  file(GLOB_RECURSE dumps CONFIGURE_DEPENDS ${ARG_FROZEN}/${ARG_VERSION}/*.aidl
-       ${ARG_FROZEN}/current/*.aidl ${hash_file})
+  set(dumps)
+  if(ARG_VERSION)
+    file(GLOB_RECURSE dumps CONFIGURE_DEPENDS ${ARG_FROZEN}/${ARG_VERSION}/*.aidl
+         ${ARG_FROZEN}/current/*.aidl ${hash_file})
+  endif()
 
   list(JOIN inputs "\n" input_lines)
   file(CONFIGURE OUTPUT ${output}/inputs.txt CONTENT "${input_lines}\n" @ONLY)
-  set(task ${CMAKE_COMMAND} -DAIDL=$<TARGET_FILE:aidl> -DNAME=${ARG_NAME} -DROOT=${ARG_ROOT}
-           -DVERSION=${ARG_VERSION} -DFROZEN=${ARG_FROZEN}
+  set(task ${CMAKE_COMMAND} -DAIDL=$<TARGET_FILE:wireless_charger::aidl> -DNAME=${ARG_NAME}
+           -DROOT=${ARG_ROOT} -DVERSION=${ARG_VERSION} -DFROZEN=${ARG_FROZEN}
            -DPACKAGE_PATH=${package_path} -DOUTPUT=${output} -DBUILD=${CMAKE_BINARY_DIR})
 
   add_custom_command(
     OUTPUT ${generated}
     COMMAND ${task} -DTASK=generate -P ${AIDL_NDK_TASKS}
-    DEPENDS aidl ${inputs} ${dumps} ${AIDL_NDK_TASKS}
+    DEPENDS wireless_charger::aidl ${inputs} ${dumps} ${AIDL_NDK_TASKS}
     COMMENT "Generating the stubs of ${ARG_NAME}"
     VERBATIM)
+  add_library(${ARG_NAME} STATIC ${generated})
+  set_aidl_ndk_options(${ARG_NAME} ${output}/include)
+  if(NOT ARG_VERSION)
+    return()
+  endif()
+
   add_custom_command(
     OUTPUT ${output}/api-checked
     COMMAND ${task} -DTASK=check -P ${AIDL_NDK_TASKS}
-    DEPENDS aidl ${inputs} ${dumps} ${AIDL_NDK_TASKS}
+    DEPENDS wireless_charger::aidl ${inputs} ${dumps} ${AIDL_NDK_TASKS}
     COMMENT "Checking the frozen API of ${ARG_NAME}"
     VERBATIM)
   add_custom_target(${ARG_NAME}-check-api DEPENDS ${output}/api-checked)
@@ -78,12 +91,9 @@ function(add_aidl_ndk_library)
     add_custom_target(${ARG_NAME}-${change}-api
       COMMAND ${task} -DTASK=${change} -P ${AIDL_NDK_TASKS}
       VERBATIM)
-    add_dependencies(${ARG_NAME}-${change}-api aidl)
+    add_dependencies(${ARG_NAME}-${change}-api wireless_charger::aidl)
   endforeach()
-
-  add_library(${ARG_NAME} STATIC ${generated})
   add_dependencies(${ARG_NAME} ${ARG_NAME}-check-api)
-  set_aidl_ndk_options(${ARG_NAME} ${output}/include)
 endfunction()
 
 # set_aidl_ndk_options(target include_folder)
@@ -97,5 +107,5 @@ function(set_aidl_ndk_options target include_folder)
   target_compile_definitions(${target} PRIVATE BINDER_STABILITY_SUPPORT)
   # With RTTI and exceptions: users are built either way, and with RTTI they need the type information
   # of the classes that they derive from.
-  target_link_libraries(${target} PRIVATE project_options PUBLIC binder_ndk)
+  target_link_libraries(${target} PUBLIC wireless_charger::binder_ndk)
 endfunction()

@@ -58,8 +58,12 @@ function(check_equal folder command)
 endfunction()
 
 if(TASK STREQUAL "generate")
-  read_hash(hash)
-  run_aidl(--lang=ndk --structured --stability=vintf --version ${VERSION} --hash ${hash} -I ${ROOT}
+  set(version)
+  if(VERSION)
+    read_hash(hash)
+    set(version --version ${VERSION} --hash ${hash})
+  endif()
+  run_aidl(--lang=ndk --structured --stability=vintf ${version} -I ${ROOT}
            -o ${OUTPUT}/src -h ${OUTPUT}/include ${files})
 elseif(TASK STREQUAL "check")
   dump(${present})

@@ -9,8 +9,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # For the sanitizer, lint and demo presets, which compile several files at once: a clean build takes a
 # third of the time.
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 # RUNPATH, not RPATH: it is searched after LD_LIBRARY_PATH, so another libchargelink.so can take the
 # virtual dock's place without a rebuild.
 add_link_options(LINKER:--enable-new-dtags LINKER:--as-needed)
