@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * libchargelink: the charging protocol of the phone's wireless charger. The library is closed;
  * these are the declarations of the operations that the service calls.
@@ -20,7 +21,7 @@ extern "C" {
 #endif
 
 /* Prepares the library; call once, first. Non-zero means that the charger cannot be used. */
-int initWlcProto();
+int initWlcProto(void);
 
 /*
  * Reads one 32-bit status value of the charger. *value is valid only on result 0.
@@ -65,7 +66,7 @@ uint32_t getPacketTlv(const uint8_t* packet, size_t packetLength, int32_t tag,
 uint32_t setQiId(uint16_t qiId);
 
 /* Starts WPC authentication readiness. */
-uint32_t setAuthStart();
+uint32_t setAuthStart(void);
 
 /* Publishes the firmware-update progress record; the library copies it. flag is always 1. */
 uint32_t uploadFwUpdateData(const struct FwUpdateData* data, int32_t flag);

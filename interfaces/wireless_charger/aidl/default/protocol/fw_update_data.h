@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * The firmware-update progress record that the charging library publishes.
  */

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * libreverselink: reverse-transmit requests (the phone charges another device laid on its back).
  * The library is closed; these are the declarations of the operations that the service calls. Both
@@ -17,7 +18,7 @@ extern "C" {
 #endif
 
 /* Prepares the library; call once, first. Non-zero means that reverse transmit cannot be used. */
-int initRtxProto();
+int initRtxProto(void);
 
 /* Performs one reverse-transmit request (type 1 to 10) and leaves its text in answer; 0 is success.
  */
