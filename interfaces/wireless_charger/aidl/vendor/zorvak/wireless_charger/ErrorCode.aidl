@@ -24,7 +24,7 @@ enum ErrorCode {
     TIMED_OUT = 6,
     /** Failed for a reason that has no code of its own. Every failure of setRtxMode is this. */
     FAILED = 7,
-    /** The exchange with the dock or the charger broke off. */
+    /** Communication with the dock or the charger failed. */
     IO_ERROR = 8,
     /** The dock does not speak this request or this version of the protocol. */
     UNSUPPORTED = 9,

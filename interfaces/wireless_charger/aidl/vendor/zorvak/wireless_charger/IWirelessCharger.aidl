@@ -84,11 +84,12 @@ interface IWirelessCharger {
      *
      * @param slot 0 to 3; only the two lowest bits count.
      * @param offset position in the chain, in bytes; 0 to 2047.
-     * @param length how many bytes; 0 as many as the chain has, at most 1058.
-     * @return at most length bytes: fewer when offset is 0 and the chain is shorter.
-     *         INVALID_ARGUMENT when more than 2044 bytes are asked for; INVALID_RESPONSE when the
-     *         dock answers with another message, without data, or with an impossible length;
-     *         INVALID_ARGUMENT, UNSUPPORTED, BUSY or FAILED for the dock's own error answers.
+     * @param length how many bytes, at most 2044, else INVALID_ARGUMENT and nothing is sent; 0 as
+     *         many as the chain has, at most 1058.
+     * @return at most length bytes: fewer when offset is 0 and the chain is shorter, none when the
+     *         dock gives its length as 0. INVALID_RESPONSE when the dock answers with another
+     *         message or without data; INVALID_ARGUMENT, UNSUPPORTED, BUSY or FAILED for the dock's
+     *         own error answers.
      */
     byte[] getWpcAuthCertificate(byte slot, char offset, char length);
 
