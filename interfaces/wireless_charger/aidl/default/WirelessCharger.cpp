@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "WirelessCharger.h"
 
+#include <android/binder_ibinder.h>
+
+#include <cstddef>
 #include <functional>
 
 #include "protocol/chargelink.h"
+#include "result_status.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -31,27 +35,27 @@ WirelessCharger::WirelessCharger()
     mWirelessEvent->startThread();
 }
 
-uint32_t WirelessCharger::sendBidiWithoutLock(int32_t type, Request& request) {
+ErrorCode WirelessCharger::sendBidiWithoutLock(int32_t type, Request& request) {
     const size_t length = request.requestLength();
-    return sendBidiRequest(type, length == 0 ? nullptr : request.data(), length, request.data(),
-                           request.beginAnswer());
+    return errorOfResult(sendBidiRequest(type, length == 0 ? nullptr : request.data(), length,
+                                         request.data(), request.beginAnswer()));
 }
 
-uint32_t WirelessCharger::sendBidiUnderLock(int32_t type, Request& request) {
+ErrorCode WirelessCharger::sendBidiUnderLock(int32_t type, Request& request) {
     std::lock_guard lock(mRequestLock);
     return sendBidiWithoutLock(type, request);
 }
 
-uint32_t WirelessCharger::sendPropUnderLock(int32_t type, Request& request) {
+ErrorCode WirelessCharger::sendPropUnderLock(int32_t type, Request& request) {
     std::lock_guard lock(mRequestLock);
-    return sendPropRequest(type, request.data(), request.requestLength(), request.data(),
-                           request.beginAnswer(), kPropTimeLimit);
+    return errorOfResult(sendPropRequest(type, request.data(), request.requestLength(),
+                                         request.data(), request.beginAnswer(), kPropTimeLimit));
 }
 
-uint32_t WirelessCharger::sendWpcAuthUnderLock(uint32_t timeLimit, AuthPacket& packet) {
+ErrorCode WirelessCharger::sendWpcAuthUnderLock(uint32_t timeLimit, AuthPacket& packet) {
     std::lock_guard lock(mRequestLock);
-    return sendWpcAuthRequest(packet.get8(0), packet.data(), packet.requestLength(), packet.data(),
-                              packet.beginAnswer(), timeLimit);
+    return errorOfResult(sendWpcAuthRequest(packet.get8(0), packet.data(), packet.requestLength(),
+                                            packet.data(), packet.beginAnswer(), timeLimit));
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

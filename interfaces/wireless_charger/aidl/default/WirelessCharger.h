@@ -3,8 +3,10 @@
 #pragma once
 
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessCharger.h>
+#include <aidl/vendor/zorvak/wireless_charger/ErrorCode.h>
 #include <android-base/thread_annotations.h>
 #include <android/binder_auto_utils.h>
+#include <android/binder_status.h>
 #include <utils/StrongPointer.h>
 
 #include <atomic>
@@ -155,24 +157,35 @@ class WirelessCharger : public BnWirelessCharger {
 
   private:
     /**
-     * One exchange with the dock or the charger: sends the request, blocks until the answer stands
-     * in its place and returns the protocol result. UnderLock: alone, under the request lock.
-     * WithoutLock: beside any other exchange.
+     * One exchange with the dock or the charger: sends the request and blocks until the answer
+     * stands in its place. UnderLock: alone, under the request lock. WithoutLock: beside any other.
      */
-    uint32_t sendBidiUnderLock(int32_t type, Request& request) EXCLUDES(mRequestLock);
-    uint32_t sendPropUnderLock(int32_t type, Request& request) EXCLUDES(mRequestLock);
-    uint32_t sendWpcAuthUnderLock(uint32_t timeLimit, AuthPacket& packet) EXCLUDES(mRequestLock);
-    static uint32_t sendBidiWithoutLock(int32_t type, Request& request);
+    ErrorCode sendBidiUnderLock(int32_t type, Request& request) EXCLUDES(mRequestLock);
+    ErrorCode sendPropUnderLock(int32_t type, Request& request) EXCLUDES(mRequestLock);
+    ErrorCode sendWpcAuthUnderLock(uint32_t timeLimit, AuthPacket& packet) EXCLUDES(mRequestLock);
+    static ErrorCode sendBidiWithoutLock(int32_t type, Request& request);
 
-    /** The override that is in force for a value, if any. */
-    std::optional<int32_t> findOverride(DiagType type) EXCLUDES(mDiagOverridesLock);
+    /** The three kinds of callback, for what callback_list.h does with them. */
+    Subscribers<IWirelessChargerRtxStatusCallback> rtxSubscribers() {
+        return {mRtxCallbackLock, &mRtxCallbacks, mRtxDeathRecipient, "RTx"};
+    }
+    Subscribers<IWirelessChargerInfoCallback> infoSubscribers() {
+        return {mInfoCallbackLock, &mInfoCallbacks, mInfoDeathRecipient, "Align info"};
+    }
+    Subscribers<IWirelessChargerFanLevelChangedCallback> fanSubscribers() {
+        return {mFanLevelCallbackLock, &mFanLevelCallbacks, mFanLevelDeathRecipient, "Fan level"};
+    }
+
+    /** Reads the alignment, its status limited to 3 also when that fails. */
+    static ErrorCode readAlignment(AlignInfo& info);
+
     /** The override that is in force, else what the charger says; nothing when it fails. */
     std::optional<int32_t> readValue(DiagType type) EXCLUDES(mDiagOverridesLock);
 
     /** The cached identity as a client gets it: its texts in valid UTF-8. */
     void copyDockInfo(DockInfo* out) const REQUIRES(mDockInfoLock);
 
-    /** Both return 0 or a service-specific error; response is left alone on an error. */
+    /** Both return 0 or an ErrorCode; response is left alone on an error. */
     uint8_t updateStartInternal(int8_t target, int32_t size, int8_t chunkSize, bool freshStart,
                                 int32_t compressSize, const FirmwareVersion& newVersion,
                                 FwUpdateStartResponse* response);
@@ -207,23 +220,19 @@ class WirelessCharger : public BnWirelessCharger {
     std::atomic<uint32_t> mCertRequestLength = kDefaultCertRequestLength;
 
     // In force when there and not 0. The lock is held for a look-up or a store only.
+    std::mutex mDiagOverridesLock;
     std::unordered_map<DiagType, uint32_t> mDiagOverrides GUARDED_BY(mDiagOverridesLock);
 
     // The cached identity of the dock, its texts as the dock sends them. The lock is held for a
     // copy or a write only.
+    std::mutex mDockInfoLock;
     DockInfo mDockInfo GUARDED_BY(mDockInfoLock);
 
     // Serialises requests to libchargelink; held for one exchange.
     std::mutex mRequestLock;
 
-    // Held while the library takes the record, never during a request.
+    // Held while the library takes the record or tells which dock is there, never during a request.
     std::mutex mFwUpdateLock;
-
-    std::mutex mDiagOverridesLock;
-    // Set once the map holds anything, so that queries on a device nobody tinkers with take no
-    // lock.
-    std::atomic<bool> mHasDiagOverrides = false;
-    std::mutex mDockInfoLock;
 
     // One a kind, const after construction; the cookie of every link is this object.
     const ndk::ScopedAIBinder_DeathRecipient mRtxDeathRecipient;

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// Carries the messages of Qi authentication, and two further exchanges that prove who the dock is.
-// Checking them is the client's business.
+// Carries the messages of Qi authentication, and two further exchanges that authenticate the dock.
+// Verifying them is the client's business.
 #include <android/log.h>
+#include <sys/types.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <iterator>
 
 #include "WirelessCharger.h"
 #include "protocol/chargelink.h"
+#include "result_status.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -92,9 +97,12 @@ ErrorCode errorOfAnswer(const AuthPacket& packet) {
     }
 }
 
-void logAnswer(const AuthPacket& packet) {
+/** kNoError for an answer of the expected type; any other is logged. */
+ErrorCode checkAnswer(const AuthPacket& packet, uint8_t expected) {
+    if (packet.get8(0) == expected) return kNoError;
     __android_log_print(ANDROID_LOG_ERROR, nullptr, "Received error %02hhx %02hhx %02hhx\n",
                         packet.get8(0), packet.get8(kErrorCodeAt), packet.get8(kErrorDataAt));
+    return errorOfAnswer(packet);
 }
 
 std::vector<uint8_t> bytesAt(const uint8_t* from, size_t count) {
@@ -109,13 +117,9 @@ ScopedAStatus WirelessCharger::getWpcAuthDigests(int8_t slotMask, WpcAuthDigests
     AuthPacket packet;
     packet.put8(kGetDigests);
     packet.put8(slotMask & kSlotMaskBits);
-    if (uint32_t result = sendWpcAuthUnderLock(kDigestsTimeLimit, packet); result != 0) {
-        return statusOfResult(result);
-    }
-    if (packet.get8(0) != kDigests) {
-        logAnswer(packet);
-        return statusOfError(errorOfAnswer(packet));
-    }
+    ErrorCode error = sendWpcAuthUnderLock(kDigestsTimeLimit, packet);
+    if (error == kNoError) error = checkAnswer(packet, kDigests);
+    if (error != kNoError) return statusOf(error);
     out->slotPopulatedMask = static_cast<int8_t>(packet.get8(kMasksAt) >> 4);
     out->digestMask = static_cast<int8_t>(packet.get8(kMasksAt) & kSlotMaskBits);
 
@@ -139,23 +143,19 @@ ScopedAStatus WirelessCharger::getWpcAuthChallengeResponse(int8_t slot,
     out->maxProtocolVersion = 0;
     out->slotPopulatedMask = 0;
     out->certChainHashLsb = 0;
-    if (nonce.size() != kAuthNonceSize) return statusOfError(ErrorCode::INVALID_ARGUMENT);
+    if (nonce.size() != kAuthNonceSize) return statusOf(ErrorCode::INVALID_ARGUMENT);
 
     AuthPacket packet;
     packet.put8(kChallenge);
     packet.put8(slot & kSlotBits);
     packet.putBytes(nonce);
-    if (uint32_t result = sendWpcAuthUnderLock(kChallengeTimeLimit, packet); result != 0) {
-        return statusOfResult(result);
-    }
-    if (packet.get8(0) != kChallengeAuth) {
-        logAnswer(packet);
-        return statusOfError(errorOfAnswer(packet));
-    }
+    ErrorCode error = sendWpcAuthUnderLock(kChallengeTimeLimit, packet);
+    if (error == kNoError) error = checkAnswer(packet, kChallengeAuth);
+    if (error != kNoError) return statusOf(error);
     if (packet.answerLength() < kChallengeAuthSize) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "Received invalid length packet %zd\n",
                             static_cast<ssize_t>(packet.answerLength()));
-        return statusOfError(ErrorCode::INVALID_RESPONSE);
+        return statusOf(ErrorCode::INVALID_RESPONSE);
     }
     out->maxProtocolVersion = static_cast<int8_t>(packet.get8(kVersionAndSlotsAt) >> 4);
     out->slotPopulatedMask = static_cast<int8_t>(packet.get8(kVersionAndSlotsAt) & kSlotMaskBits);
@@ -167,7 +167,7 @@ ScopedAStatus WirelessCharger::getWpcAuthChallengeResponse(int8_t slot,
 
 ScopedAStatus WirelessCharger::getWpcAuthCertificate(int8_t slot, char16_t offset, char16_t length,
                                                      std::vector<uint8_t>* out) {
-    if (length > kMaxCertificate) return statusOfError(ErrorCode::INVALID_ARGUMENT);
+    if (length > kMaxCertificate) return statusOf(ErrorCode::INVALID_ARGUMENT);
 
     AuthPacket packet;
     std::array<uint8_t, kMaxCertificate> aggregate{};
@@ -181,17 +181,15 @@ ScopedAStatus WirelessCharger::getWpcAuthCertificate(int8_t slot, char16_t offse
         putCertificateRequest(packet, slot, offset, piece);
         __android_log_print(ANDROID_LOG_INFO, nullptr, "get cert B1:%02hhx B2:%02hhx B3:%02hhx\n",
                             packet.get8(1), packet.get8(2), packet.get8(3));
-        if (uint32_t result = sendWpcAuthUnderLock(certificateTimeLimit(piece), packet);
-            result != 0) {
-            return statusOfResult(result);
-        }
+        const ErrorCode error = sendWpcAuthUnderLock(certificateTimeLimit(piece), packet);
+        if (error != kNoError) return statusOf(error);
         if (packet.get8(0) != kCertificate) {
             __android_log_print(ANDROID_LOG_ERROR, nullptr, "Received error %02hhx\n",
                                 packet.get8(0));
-            return statusOfError(errorOfAnswer(packet));
+            return statusOf(errorOfAnswer(packet));
         }
         if (packet.answerLength() <= kCertDataAt) {
-            return statusOfError(ErrorCode::INVALID_RESPONSE);
+            return statusOf(ErrorCode::INVALID_RESPONSE);
         }
         if (offset == 0) {
             const size_t chainLength = packet.get8(kCertDataAt) << 8 | packet.get8(kCertDataAt + 1);
@@ -212,24 +210,23 @@ ScopedAStatus WirelessCharger::getWpcAuthCertificate(int8_t slot, char16_t offse
 }
 
 ScopedAStatus WirelessCharger::isAuthReady(bool* out) {
-    const uint32_t result = setAuthStart();
-    *out = result == 0;
-    return statusOfResult(result);
+    const ErrorCode error = errorOfResult(setAuthStart());
+    *out = error == kNoError;
+    return statusOf(error);
 }
 
 ScopedAStatus WirelessCharger::challenge(int8_t value, const std::vector<uint8_t>& nonce,
                                          std::vector<uint8_t>* out) {
-    if (nonce.size() != kDockNonceSize) return statusOfError(ErrorCode::INVALID_ARGUMENT);
+    if (nonce.size() != kDockNonceSize) return statusOf(ErrorCode::INVALID_ARGUMENT);
 
     Request request;
     request.put8(static_cast<uint8_t>(value));
     request.put8(kDockNonceSize);
     request.putBytes(nonce);
-    if (uint32_t result = sendBidiUnderLock(kBidiChallenge, request); result != 0) {
-        return statusOfResult(result);
-    }
+    const ErrorCode error = sendBidiUnderLock(kBidiChallenge, request);
+    if (error != kNoError) return statusOf(error);
     if (request.get8(kDockAnswerSizeAt) != kDockNonceSize) {
-        return statusOfError(ErrorCode::INVALID_RESPONSE);
+        return statusOf(ErrorCode::INVALID_RESPONSE);
     }
     *out = bytesAt(request.at(kDockAnswerAt), kDockNonceSize);
     return ScopedAStatus::ok();
@@ -237,13 +234,12 @@ ScopedAStatus WirelessCharger::challenge(int8_t value, const std::vector<uint8_t
 
 ScopedAStatus WirelessCharger::keyExchange(const std::vector<uint8_t>& key,
                                            KeyExchangeResponse* out) {
-    if (key.size() != kKeySize) return statusOfError(ErrorCode::INVALID_ARGUMENT);
+    if (key.size() != kKeySize) return statusOf(ErrorCode::INVALID_ARGUMENT);
 
     Request request;
     request.putBytes(key);
-    if (uint32_t result = sendBidiUnderLock(kBidiKeyExchange, request); result != 0) {
-        return statusOfResult(result);
-    }
+    const ErrorCode error = sendBidiUnderLock(kBidiKeyExchange, request);
+    if (error != kNoError) return statusOf(error);
     out->header = request.getSigned8(kKeyHeaderAt);
     out->key = bytesAt(request.at(kKeyAt), kKeySize);
     return ScopedAStatus::ok();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Clients subscribe, unsubscribe and die.
+
 #include "WirelessCharger.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
@@ -8,88 +9,48 @@ using ndk::ScopedAStatus;
 
 ScopedAStatus WirelessCharger::registerCallback(
     const std::shared_ptr<IWirelessChargerInfoCallback>& callback) {
-    if (callback == nullptr) {
-        return refuseNullCallback("registerCallback error!! Invalid nullptr callback");
-    }
-    std::lock_guard lock(mInfoCallbackLock);
-    return addCallback(mInfoCallbacks, callback, mInfoDeathRecipient, this,
-                       "Failed to link death of Align info callback");
+    return registerIn(infoSubscribers(), callback, "registerCallback", this);
 }
 
 ScopedAStatus WirelessCharger::registerRtxCallback(
     const std::shared_ptr<IWirelessChargerRtxStatusCallback>& callback) {
-    if (callback == nullptr) {
-        return refuseNullCallback("registerRtxCallback error!! Invalid nullptr callback");
-    }
-    std::lock_guard lock(mRtxCallbackLock);
-    return addCallback(mRtxCallbacks, callback, mRtxDeathRecipient, this,
-                       "Failed to link death of RTx callback");
+    return registerIn(rtxSubscribers(), callback, "registerRtxCallback", this);
 }
 
 ScopedAStatus WirelessCharger::registerFanLevelChangedCallback(
     const std::shared_ptr<IWirelessChargerFanLevelChangedCallback>& callback) {
-    if (callback == nullptr) {
-        return refuseNullCallback(
-            "registerFanLevelChangedCallback error!! Invalid nullptr callback");
-    }
-    std::lock_guard lock(mFanLevelCallbackLock);
-    return addCallback(mFanLevelCallbacks, callback, mFanLevelDeathRecipient, this,
-                       "Failed to link death of Fan level callback");
+    return registerIn(fanSubscribers(), callback, "registerFanLevelChangedCallback", this);
 }
 
 ScopedAStatus WirelessCharger::unregisterCallback(
     const std::shared_ptr<IWirelessChargerInfoCallback>& callback) {
-    if (callback == nullptr) {
-        return refuseNullCallback("unregisterCallback error!! Invalid nullptr callback");
-    }
-    std::lock_guard lock(mInfoCallbackLock);
-    removeCallback(mInfoCallbacks, *callback);
-    return ScopedAStatus::ok();
+    return unregisterIn(infoSubscribers(), callback, "unregisterCallback");
 }
 
 ScopedAStatus WirelessCharger::unregisterRtxCallback(
     const std::shared_ptr<IWirelessChargerRtxStatusCallback>& callback) {
-    if (callback == nullptr) {
-        return refuseNullCallback("unregisterRtxCallback error!! Invalid nullptr callback");
-    }
-    std::lock_guard lock(mRtxCallbackLock);
-    removeCallback(mRtxCallbacks, *callback);
-    return ScopedAStatus::ok();
+    return unregisterIn(rtxSubscribers(), callback, "unregisterRtxCallback");
 }
 
 ScopedAStatus WirelessCharger::unregisterFanLevelChangedCallback(
     const std::shared_ptr<IWirelessChargerFanLevelChangedCallback>& callback) {
-    if (callback == nullptr) {
-        return refuseNullCallback(
-            "IWirelessChargerFanLevelChangedCallback error!! Invalid nullptr callback");
-    }
-    std::lock_guard lock(mFanLevelCallbackLock);
-    removeCallback(mFanLevelCallbacks, *callback);
-    return ScopedAStatus::ok();
+    // Its message has always named the interface.
+    return unregisterIn(fanSubscribers(), callback, "IWirelessChargerFanLevelChangedCallback");
 }
 
 void WirelessCharger::onInfoCallbackDeath(void* cookie) {
-    LOG(INFO) << "onInfoCallbackDeath";
-    auto* self = static_cast<WirelessCharger*>(cookie);
-    if (self == nullptr) return;
-    std::lock_guard lock(self->mInfoCallbackLock);
-    removeDeadCallbacks(self->mInfoCallbacks);
+    handleDeath("onInfoCallbackDeath", static_cast<WirelessCharger*>(cookie),
+                &WirelessCharger::infoSubscribers);
 }
 
 void WirelessCharger::onRtxCallbackDeath(void* cookie) {
-    LOG(INFO) << "onRtxCallbackDeath";
-    auto* self = static_cast<WirelessCharger*>(cookie);
-    if (self == nullptr) return;
-    std::lock_guard lock(self->mRtxCallbackLock);
-    removeDeadCallbacks(self->mRtxCallbacks);
+    handleDeath("onRtxCallbackDeath", static_cast<WirelessCharger*>(cookie),
+                &WirelessCharger::rtxSubscribers);
 }
 
 void WirelessCharger::onFanCallbackDeath(void* cookie) {
-    LOG(INFO) << "onFanCallbackDeath";
-    auto* self = static_cast<WirelessCharger*>(cookie);
-    if (self == nullptr) return;
-    std::lock_guard lock(self->mFanLevelCallbackLock);
-    removeDeadCallbacks(self->mFanLevelCallbacks);
+    handleDeath("onFanCallbackDeath", static_cast<WirelessCharger*>(cookie),
+                &WirelessCharger::fanSubscribers);
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

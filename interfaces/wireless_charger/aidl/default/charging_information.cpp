@@ -4,12 +4,13 @@
 #include <android/log.h>
 
 #include <algorithm>
-#include <atomic>
+#include <cstddef>
 #include <iterator>
 
 #include "WirelessCharger.h"
 #include "dock_kind.h"
 #include "protocol/chargelink.h"
+#include "result_status.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -73,16 +74,14 @@ void logPresence(uint32_t ptmc, uint32_t product, uint32_t id) {
 
 }  // namespace
 
-std::optional<int32_t> WirelessCharger::findOverride(DiagType type) {
-    if (!mHasDiagOverrides.load(std::memory_order_acquire)) return std::nullopt;
-    std::lock_guard lock(mDiagOverridesLock);
-    auto found = mDiagOverrides.find(type);
-    if (found == mDiagOverrides.end() || found->second == 0) return std::nullopt;
-    return static_cast<int32_t>(found->second);
-}
-
 std::optional<int32_t> WirelessCharger::readValue(DiagType type) {
-    if (auto value = findOverride(type)) return value;
+    {
+        std::lock_guard lock(mDiagOverridesLock);
+        const auto found = mDiagOverrides.find(type);
+        if (found != mDiagOverrides.end() && found->second != 0) {
+            return static_cast<int32_t>(found->second);
+        }
+    }
     return readSelector(static_cast<int32_t>(type));
 }
 
@@ -136,19 +135,22 @@ ScopedAStatus WirelessCharger::isDockPresent(DockPresent* out) {
     return ScopedAStatus::ok();
 }
 
-ScopedAStatus WirelessCharger::getAlignInfo(AlignInfo* out) {
+ErrorCode WirelessCharger::readAlignment(AlignInfo& info) {
     uint8_t status = 0;
-    const uint32_t result = getWLCAlignment(&status, reinterpret_cast<uint8_t*>(&out->subStatus),
-                                            &out->value1, &out->value2);
-    out->status = static_cast<int8_t>(std::min(status, kMaxAlignment));
-    return statusOfResult(result);
+    const uint32_t result = getWLCAlignment(&status, reinterpret_cast<uint8_t*>(&info.subStatus),
+                                            &info.value1, &info.value2);
+    info.status = static_cast<int8_t>(std::min(status, kMaxAlignment));
+    return errorOfResult(result);
+}
+
+ScopedAStatus WirelessCharger::getAlignInfo(AlignInfo* out) {
+    return statusOf(readAlignment(*out));
 }
 
 ScopedAStatus WirelessCharger::getSkinTemperature(SkinTemp* out) {
     Request request;
-    if (uint32_t result = sendPropUnderLock(kPropSkinTemperature, request); result != 0) {
-        return statusOfResult(result);
-    }
+    const ErrorCode error = sendPropUnderLock(kPropSkinTemperature, request);
+    if (error != kNoError) return statusOf(error);
     out->boostTemp = request.getSigned8(kBoostTempAt);
     out->puckTemp = request.getSigned8(kPuckTempAt);
     __android_log_print(ANDROID_LOG_INFO, nullptr, "boostTemp: %d, puckTemp:%d", out->boostTemp,
@@ -160,11 +162,11 @@ ScopedAStatus WirelessCharger::getFeatures(int64_t query, WirelessChargerFeature
     int64_t value = 0;
     const uint32_t result = getFeature(query, &value);
     *out = static_cast<WirelessChargerFeature>(result == 0 ? value : 0);
-    return statusOfResult(result);
+    return statusOf(errorOfResult(result));
 }
 
 ScopedAStatus WirelessCharger::setFeatures(int64_t query, WirelessChargerFeature features) {
-    return statusOfResult(setFeature(query, static_cast<int64_t>(features)));
+    return statusOf(errorOfResult(setFeature(query, static_cast<int64_t>(features))));
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

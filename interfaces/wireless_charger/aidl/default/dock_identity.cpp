@@ -3,11 +3,14 @@
 #include <android/log.h>
 #include <stdlib.h>
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "WirelessCharger.h"
 #include "dock_kind.h"
 #include "protocol/chargelink.h"
+#include "result_status.h"
 #include "utf8_text.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
@@ -36,18 +39,16 @@ struct Element {
     }
 };
 
-/** The elements found before the first fault, and the error the fault means (0 for none). */
+/** The elements found before the first fault, and the error that this means. */
 struct Elements {
     Element element[TAG_COUNT];
     int32_t count = 0;
-    int32_t error = 0;
+    ErrorCode error = kNoError;
 };
 
-int32_t checkLength(int32_t tag, size_t length) {
-    const bool fits = tag == TAG_FLAGS      ? length == kFlagsSize
-                      : tag == TAG_FIRMWARE ? length >= kNameAt
-                                            : true;
-    return fits ? 0 : static_cast<int32_t>(ErrorCode::INVALID_RESPONSE);
+bool hasRightLength(int32_t tag, const Element& element) {
+    if (tag == TAG_FLAGS) return element.length == kFlagsSize;
+    return tag != TAG_FIRMWARE || element.length >= kNameAt;
 }
 
 Elements readElements(const Request& answer) {
@@ -56,8 +57,10 @@ Elements readElements(const Request& answer) {
         Element& element = found.element[found.count];
         found.error = errorOfResult(getPacketTlv(answer.at(0), answer.answerLength(), found.count,
                                                  &element.value, &element.length));
-        if (found.error == 0) found.error = checkLength(found.count, element.length);
-        if (found.error != 0) break;
+        if (found.error == kNoError && !hasRightLength(found.count, element)) {
+            found.error = ErrorCode::INVALID_RESPONSE;
+        }
+        if (found.error != kNoError) break;
     }
     return found;
 }
@@ -84,14 +87,13 @@ void store(const Elements& found, DockInfo& info) {
 
 ScopedAStatus WirelessCharger::getInformation(DockInfo* out) {
     Request request;
-    if (uint32_t result = sendBidiUnderLock(kBidiDockInformation, request); result != 0) {
-        return statusOfResult(result);
-    }
+    const ErrorCode error = sendBidiUnderLock(kBidiDockInformation, request);
+    if (error != kNoError) return statusOf(error);
     const Elements found = readElements(request);
     // All at once, so that no reader sees the texts of one dock with the version of another.
     std::lock_guard lock(mDockInfoLock);
     store(found, mDockInfo);
-    if (found.error != 0) return statusOfError(found.error);
+    if (found.error != kNoError) return statusOf(found.error);
     copyDockInfo(out);
     return ScopedAStatus::ok();
 }

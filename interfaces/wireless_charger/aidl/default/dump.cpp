@@ -9,8 +9,6 @@ namespace aidl::vendor::zorvak::wireless_charger {
 
 namespace {
 
-constexpr int8_t kRtxModeActive = 1;
-
 void dumpDevice(int fd, const RtxStatusInfo& rtx) {
     dprintf(fd, "    prmc = 0x%x\n", static_cast<uint32_t>(rtx.prmc));
     dprintf(fd, "    device level = %d\n", rtx.deviceLevel);

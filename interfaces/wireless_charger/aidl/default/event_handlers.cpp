@@ -4,41 +4,29 @@
 #include <android-base/properties.h>
 
 #include "WirelessCharger.h"
-#include "protocol/chargelink.h"
+#include "result_status.h"
 #include "reverse_charging.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
 namespace {
 
-constexpr uint8_t kAlignmentOff = 3;
-// The charger has no alignment now: worth telling, unlike a failure.
-constexpr uint32_t kResultUnavailable = 6;
+constexpr int8_t kAlignmentOff = 3;
 
 }  // namespace
 
 void WirelessCharger::rtxCallback(RtxStatusInfo& info) {
     getRtxInfoInternal(info);
-    CallbackList<IWirelessChargerRtxStatusCallback> callbacks;
-    {
-        std::lock_guard lock(mRtxCallbackLock);
-        callbacks = mRtxCallbacks;
-    }
-    const auto failed = callEach(callbacks, "StatusChanged",
-                                 [&](auto& callback) { return callback.statusChanged(info); });
-    std::lock_guard lock(mRtxCallbackLock);
-    removeEntries(mRtxCallbacks, failed);
+    notifyAll(rtxSubscribers(), "StatusChanged",
+              [&](auto& callback) { return callback.statusChanged(info); });
 }
 
 void WirelessCharger::alignCallback(AlignInfo& info) {
-    CallbackList<IWirelessChargerInfoCallback> callbacks;
     {
         std::lock_guard lock(mInfoCallbackLock);
-        uint8_t status = 0;
-        const uint32_t result = getWLCAlignment(
-            &status, reinterpret_cast<uint8_t*>(&info.subStatus), &info.value1, &info.value2);
-        info.status = static_cast<int8_t>(std::min(status, kAlignmentOff));
-        if (result != 0 && result != kResultUnavailable) {
+        const ErrorCode error = readAlignment(info);
+        // No alignment now is worth telling, unlike a failure.
+        if (error != kNoError && error != ErrorCode::UNAVAILABLE) {
             LOG(ERROR) << "Failed to get alignment info";
             return;
         }
@@ -46,12 +34,9 @@ void WirelessCharger::alignCallback(AlignInfo& info) {
             info.status = kAlignmentOff;
             mWlcOffPending = 0;
         }
-        callbacks = mInfoCallbacks;
     }
-    const auto failed = callEach(callbacks, "AlignChanged",
-                                 [&](auto& callback) { return callback.alignChanged(info); });
-    std::lock_guard lock(mInfoCallbackLock);
-    removeEntries(mInfoCallbacks, failed);
+    notifyAll(infoSubscribers(), "AlignChanged",
+              [&](auto& callback) { return callback.alignChanged(info); });
 }
 
 void WirelessCharger::fanCallback(int& level) {
@@ -63,15 +48,8 @@ void WirelessCharger::fanCallback(int& level) {
         return;
     }
     level = value;
-    CallbackList<IWirelessChargerFanLevelChangedCallback> callbacks;
-    {
-        std::lock_guard lock(mFanLevelCallbackLock);
-        callbacks = mFanLevelCallbacks;
-    }
-    const auto failed = callEach(callbacks, "FanLevelChanged",
-                                 [&](auto& callback) { return callback.fanLevelChanged(level); });
-    std::lock_guard lock(mFanLevelCallbackLock);
-    removeEntries(mFanLevelCallbacks, failed);
+    notifyAll(fanSubscribers(), "FanLevelChanged",
+              [&](auto& callback) { return callback.fanLevelChanged(level); });
 }
 
 void WirelessCharger::wlcCallback(int& chargingOff) {

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The dock's fans.
+
+#include <cstddef>
+
 #include "WirelessCharger.h"
+#include "protocol/chargelink.h"
+#include "result_status.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -27,14 +32,13 @@ constexpr size_t kFanValue3At = 8;
 }  // namespace
 
 ScopedAStatus WirelessCharger::getFanInfo(int8_t fan, FanInfo* out) {
-    if (fan >= kFanCount) return statusOfError(ErrorCode::INVALID_ARGUMENT);
+    if (fan >= kFanCount) return statusOf(ErrorCode::INVALID_ARGUMENT);
 
     Request request;
     request.put8(kFanCommand);
     request.put8(static_cast<uint8_t>(fan) | kFanQuery);
-    if (uint32_t result = sendBidiUnderLock(kBidiFan, request); result != 0)
-        return statusOfResult(result);
-
+    const ErrorCode error = sendBidiUnderLock(kBidiFan, request);
+    if (error != kNoError) return statusOf(error);
     out->valid = request.get8(kFanStatusAt) == 0;
     out->level = request.get16(kFanLevelAt);
     out->fanValue1 = request.get16(kFanValue1At);
@@ -44,7 +48,7 @@ ScopedAStatus WirelessCharger::getFanInfo(int8_t fan, FanInfo* out) {
 }
 
 ScopedAStatus WirelessCharger::setFan(int8_t fan, FanMode mode, char16_t level, FanInfo* out) {
-    if (fan >= kFanCount) return statusOfError(ErrorCode::INVALID_ARGUMENT);
+    if (fan >= kFanCount) return statusOf(ErrorCode::INVALID_ARGUMENT);
 
     Request request;
     request.put8(kFanCommand);
@@ -60,9 +64,8 @@ ScopedAStatus WirelessCharger::setFan(int8_t fan, FanMode mode, char16_t level, 
             request.put8(0);
             break;
     }
-    if (uint32_t result = sendBidiUnderLock(kBidiFan, request); result != 0)
-        return statusOfResult(result);
-
+    const ErrorCode error = sendBidiUnderLock(kBidiFan, request);
+    if (error != kNoError) return statusOf(error);
     out->valid = request.get8(kFanStatusAt) == 0;
     out->level = request.get16(kFanLevelAt);
     return ScopedAStatus::ok();
@@ -70,9 +73,9 @@ ScopedAStatus WirelessCharger::setFan(int8_t fan, FanMode mode, char16_t level, 
 
 ScopedAStatus WirelessCharger::getFanLevel(int32_t* out) {
     uint32_t value = 0;
-    uint32_t result = getWlcInfo(kSelectorFanLevel, &value);
-    *out = result == 0 ? static_cast<int32_t>(value) : -1;
-    return statusOfResult(result);
+    const ErrorCode error = errorOfResult(getWlcInfo(kSelectorFanLevel, &value));
+    *out = error == kNoError ? static_cast<int32_t>(value) : -1;
+    return statusOf(error);
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

@@ -3,8 +3,11 @@
 // than the progress record that it uploads at each change of phase.
 #include <android/log.h>
 
+#include <cstddef>
+
 #include "WirelessCharger.h"
 #include "protocol/chargelink.h"
+#include "result_status.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -68,10 +71,6 @@ constexpr int32_t kResultAccepted = 1;
 constexpr int32_t kResultStarted = 2;
 constexpr int32_t kResultResumed = 3;
 
-constexpr uint8_t kNoError = 0;
-constexpr auto kInvalidArgument = static_cast<uint8_t>(ErrorCode::INVALID_ARGUMENT);
-constexpr auto kInvalidResponse = static_cast<uint8_t>(ErrorCode::INVALID_RESPONSE);
-
 uint8_t targetCodeOf(int8_t target) {
     return target == 1 ? 3 : 2;
 }
@@ -80,8 +79,20 @@ uint8_t lowByte(int32_t value) {
     return static_cast<uint8_t>(value);
 }
 
-void putTarget(Request& request, int8_t target) {
+/** A request that begins with its target. */
+Request requestTo(int8_t target) {
+    Request request;
     request.put8(static_cast<uint8_t>(target));
+    return request;
+}
+
+// The error of the two internal functions is a byte.
+uint8_t codeOf(ErrorCode error) {
+    return static_cast<uint8_t>(error);
+}
+
+ScopedAStatus statusOfCode(uint8_t code) {
+    return statusOf(static_cast<ErrorCode>(code));
 }
 
 }  // namespace
@@ -92,11 +103,9 @@ void WirelessCharger::uploadFwUpdate() {
 }
 
 ScopedAStatus WirelessCharger::getFwUpdateInformation(int8_t target, FwUpdateInfo* out) {
-    Request request;
-    putTarget(request, target);
-    if (uint32_t result = sendPropUnderLock(FW_INFORMATION, request); result != 0) {
-        return statusOfResult(result);
-    }
+    Request request = requestTo(target);
+    const ErrorCode error = sendPropUnderLock(FW_INFORMATION, request);
+    if (error != kNoError) return statusOf(error);
     out->target = request.getSigned8(kTargetAt);
     out->maxSize = static_cast<int32_t>(request.get32(kInfoMaxSizeAt));
     out->maxChunkSize = request.getSigned8(kInfoMaxChunkSizeAt);
@@ -130,8 +139,7 @@ uint8_t WirelessCharger::updateStartInternal(int8_t target, int32_t size, int8_t
                                              const FirmwareVersion& newVersion,
                                              FwUpdateStartResponse* response) {
     const bool compressed = compressSize != 0;
-    Request request;
-    putTarget(request, target);
+    Request request = requestTo(target);
     request.put32(static_cast<uint32_t>(size));
     request.put8(static_cast<uint8_t>(chunkSize));
     request.put8((freshStart ? kStartFresh : 0) | (compressed ? kStartCompressed : 0));
@@ -157,11 +165,10 @@ uint8_t WirelessCharger::updateStartInternal(int8_t target, int32_t size, int8_t
                         "version=0x%02x 0x%02x, compressSize=%d",
                         target, size, chunkSize, freshStart ? 0 : 1, newVersion.major,
                         newVersion.minor, compressSize);
-    if (uint32_t result = sendPropUnderLock(FW_START, request); result != 0) {
-        return static_cast<uint8_t>(errorOfResult(result));
-    }
+    const ErrorCode error = sendPropUnderLock(FW_START, request);
+    if (error != kNoError) return codeOf(error);
     const uint8_t resume = request.get8(kStartResumeAt);
-    if (resume > 1) return kInvalidResponse;
+    if (resume > 1) return codeOf(ErrorCode::INVALID_RESPONSE);
     response->resume = static_cast<int8_t>(resume);
     response->chunkSize = request.getSigned8(kStartChunkSizeAt);
     response->progress = 100 - request.get8(kStartMissingPercentAt);
@@ -170,13 +177,13 @@ uint8_t WirelessCharger::updateStartInternal(int8_t target, int32_t size, int8_t
                         "fwUpdateStart r: target=%d, chunkSize=%d, progress=%d, resume=%d, "
                         "result=%d",
                         response->target, response->chunkSize, response->progress, resume, resume);
-    return kNoError;
+    return codeOf(kNoError);
 }
 
 ScopedAStatus WirelessCharger::fwUpdateStart(int8_t target, int32_t size, int8_t chunkSize,
                                              bool freshStart, const FirmwareVersion& newVersion,
                                              FwUpdateStartResponse* out) {
-    return statusOfError(
+    return statusOfCode(
         updateStartInternal(target, size, chunkSize, freshStart, 0, newVersion, out));
 }
 
@@ -184,30 +191,28 @@ ScopedAStatus WirelessCharger::compressFwUpdateStart(int8_t target, int32_t size
                                                      bool freshStart, int32_t compressSize,
                                                      const FirmwareVersion& newVersion,
                                                      FwUpdateStartResponse* out) {
-    return statusOfError(
+    return statusOfCode(
         updateStartInternal(target, size, chunkSize, freshStart, compressSize, newVersion, out));
 }
 
 uint8_t WirelessCharger::sendChunkInternal(int8_t target, int32_t chunkNumber, int8_t chunkTag,
                                            const std::vector<uint8_t>& data,
                                            ChunkResponse* response) {
-    if (data.size() > kMaxChunkData) return kInvalidArgument;
-    Request request;
-    putTarget(request, target);
+    if (data.size() > kMaxChunkData) return codeOf(ErrorCode::INVALID_ARGUMENT);
+    Request request = requestTo(target);
     request.put16(static_cast<uint16_t>(chunkNumber));
     request.put8(static_cast<uint8_t>(chunkTag));
     request.putBytes(data);
-    if (uint32_t result = sendPropUnderLock(FW_CHUNK, request); result != 0) {
-        return static_cast<uint8_t>(errorOfResult(result));
-    }
+    const ErrorCode error = sendPropUnderLock(FW_CHUNK, request);
+    if (error != kNoError) return codeOf(error);
     const uint8_t flags = request.get8(kChunkFlagsAt);
     if (flags & kChunkUnexpected) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "sendFwChunk: unexpected chunk");
-        return kInvalidResponse;
+        return codeOf(ErrorCode::INVALID_RESPONSE);
     }
     if ((flags & kChunkTargetBit) != static_cast<uint8_t>(target)) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "sendFwChunk: target not match");
-        return kInvalidResponse;
+        return codeOf(ErrorCode::INVALID_RESPONSE);
     }
     response->boostTemp = request.getSigned8(kChunkBoostTempAt);
     response->puckTemp = request.getSigned8(kChunkPuckTempAt);
@@ -220,31 +225,29 @@ uint8_t WirelessCharger::sendChunkInternal(int8_t target, int32_t chunkNumber, i
                         response->next);
     __android_log_print(ANDROID_LOG_INFO, nullptr, "boostTemp: %d, puckTemp:%d",
                         response->boostTemp, response->puckTemp);
-    return kNoError;
+    return codeOf(kNoError);
 }
 
 ScopedAStatus WirelessCharger::sendFwChunk(int8_t target, int32_t chunkNumber, int8_t chunkTag,
                                            const std::vector<uint8_t>& data, int32_t* next) {
     *next = 0;
     ChunkResponse response;
-    const uint8_t error = sendChunkInternal(target, chunkNumber, chunkTag, data, &response);
-    if (error == kNoError) *next = response.next;
-    return statusOfError(error);
+    const uint8_t code = sendChunkInternal(target, chunkNumber, chunkTag, data, &response);
+    if (code == codeOf(kNoError)) *next = response.next;
+    return statusOfCode(code);
 }
 
 ScopedAStatus WirelessCharger::sendCompressFwChunk(int8_t target, int32_t chunkNumber,
                                                    int8_t chunkTag,
                                                    const std::vector<uint8_t>& data,
                                                    ChunkResponse* out) {
-    return statusOfError(sendChunkInternal(target, chunkNumber, chunkTag, data, out));
+    return statusOfCode(sendChunkInternal(target, chunkNumber, chunkTag, data, out));
 }
 
 ScopedAStatus WirelessCharger::getFirstFwMissingChunk(int8_t target, FwMissingChunk* out) {
-    Request request;
-    putTarget(request, target);
-    if (uint32_t result = sendPropUnderLock(FW_FIRST_MISSING_CHUNK, request); result != 0) {
-        return statusOfResult(result);
-    }
+    Request request = requestTo(target);
+    const ErrorCode error = sendPropUnderLock(FW_FIRST_MISSING_CHUNK, request);
+    if (error != kNoError) return statusOf(error);
     out->target = request.getSigned8(kTargetAt);
     out->chunkNumber = request.get16(kMissingNumberAt);
     out->numChunks = request.get16(kMissingCountAt);
@@ -265,44 +268,38 @@ ScopedAStatus WirelessCharger::getFirstFwMissingChunk(int8_t target, FwMissingCh
 
 ScopedAStatus WirelessCharger::fwExecuteUpdate(int8_t target, ExecuteStatus* out) {
     __android_log_print(ANDROID_LOG_INFO, nullptr, "fwExecuteUpdate: target=%d", target);
-    Request request;
-    putTarget(request, target);
-    int32_t error = errorOfResult(sendPropUnderLock(FW_EXECUTE, request));
+    Request request = requestTo(target);
+    ErrorCode error = sendPropUnderLock(FW_EXECUTE, request);
+    const int answeredTarget = request.get8(kTargetAt);
+    const uint8_t status = request.get8(kExecuteStatusAt);
+    if (error == kNoError && answeredTarget != target) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                            "update target not match! rx send=0x%02x, tx response=0x%02x",
+                            static_cast<unsigned int>(target),
+                            static_cast<unsigned int>(answeredTarget));
+        error = ErrorCode::INVALID_RESPONSE;
+    } else if (error == kNoError) {
+        __android_log_print(ANDROID_LOG_INFO, nullptr, "fwExecuteUpdate: target=%d, status=%d",
+                            target, status);
+        if (status > kMaxExecuteStatus) error = ErrorCode::INVALID_RESPONSE;
+    }
     int32_t recordResult = kResultNone;
     if (error == kNoError) {
-        const int answeredTarget = request.get8(kTargetAt);
-        const uint8_t status = request.get8(kExecuteStatusAt);
-        if (answeredTarget != target) {
-            __android_log_print(ANDROID_LOG_ERROR, nullptr,
-                                "update target not match! rx send=0x%02x, tx response=0x%02x",
-                                static_cast<unsigned int>(target),
-                                static_cast<unsigned int>(answeredTarget));
-            error = kInvalidResponse;
-        } else {
-            __android_log_print(ANDROID_LOG_INFO, nullptr, "fwExecuteUpdate: target=%d, status=%d",
-                                target, status);
-            if (status > kMaxExecuteStatus) {
-                error = kInvalidResponse;
-            } else {
-                *out = static_cast<ExecuteStatus>(status);
-                recordResult = status == 0 ? kResultAccepted : -static_cast<int32_t>(status);
-            }
-        }
+        *out = static_cast<ExecuteStatus>(status);
+        recordResult = status == 0 ? kResultAccepted : -static_cast<int32_t>(status);
     }
     std::lock_guard lock(mFwUpdateLock);
     mFwUpdateData.targetCode = targetCodeOf(target);
     mFwUpdateData.result = recordResult;
     mFwUpdateData.state = kFwStateExecuted;
     uploadFwUpdate();
-    return statusOfError(error);
+    return statusOf(error);
 }
 
 ScopedAStatus WirelessCharger::getFwUpdateExecutionStatus(int8_t target, FwUpdateStatus* out) {
-    Request request;
-    putTarget(request, target);
-    if (uint32_t result = sendPropUnderLock(FW_EXECUTION_STATUS, request); result != 0) {
-        return statusOfResult(result);
-    }
+    Request request = requestTo(target);
+    const ErrorCode error = sendPropUnderLock(FW_EXECUTION_STATUS, request);
+    if (error != kNoError) return statusOf(error);
     out->status =
         request.get8(kStatusAt) <= kMaxStatus ? request.getSigned8(kStatusAt) : kStatusOther;
     out->progress = request.getSigned8(kProgressAt);
@@ -315,7 +312,8 @@ ScopedAStatus WirelessCharger::getFwUpdateExecutionStatus(int8_t target, FwUpdat
 
 ScopedAStatus WirelessCharger::sendReboot() {
     std::lock_guard lock(mRequestLock);
-    return statusOfResult(sendPropRequest(FW_REBOOT, nullptr, 0, nullptr, nullptr, kPropTimeLimit));
+    return statusOf(
+        errorOfResult(sendPropRequest(FW_REBOOT, nullptr, 0, nullptr, nullptr, kPropTimeLimit)));
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

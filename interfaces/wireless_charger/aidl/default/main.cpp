@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Brings the service up and gives the main thread to binder; it serves until it is killed.
+#include <aidl/vendor/zorvak/wireless_charger/IWirelessCharger.h>
 #include <android-base/logging.h>
+#include <android/binder_interface_utils.h>
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
+#include <android/binder_status.h>
 #include <signal.h>
 
 #include <memory>

@@ -26,10 +26,9 @@ static_assert(std::size(RESULT_TO_STATUS) == 13);
 
 }  // namespace
 
-int32_t errorOfResult(uint32_t result) {
-    if (result == 0) return 0;
-    if (result > std::size(RESULT_TO_STATUS)) return static_cast<int32_t>(ErrorCode::FAILED);
-    return static_cast<int32_t>(RESULT_TO_STATUS[result - 1]);
+ErrorCode errorOfResult(uint32_t result) {
+    if (result == 0) return kNoError;
+    return result <= std::size(RESULT_TO_STATUS) ? RESULT_TO_STATUS[result - 1] : ErrorCode::FAILED;
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* What becomes of a protocol result or an error of our own on its way to the client. */
+/* The one error type of the service, and what becomes of it on its way to the client. */
 #pragma once
 
 #include <aidl/vendor/zorvak/wireless_charger/ErrorCode.h>
@@ -9,22 +9,17 @@
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
-/** The service-specific error that stands for a protocol result; 0 for result 0. */
-int32_t errorOfResult(uint32_t result);
+/** Success: ErrorCode itself names failures only. */
+inline constexpr ErrorCode kNoError{};
 
-/** A service-specific error; success for error 0. */
-inline ndk::ScopedAStatus statusOfError(int32_t error) {
-    return error == 0 ? ndk::ScopedAStatus::ok()
-                      : ndk::ScopedAStatus::fromServiceSpecificError(error);
-}
+/** The error that stands for a protocol result; kNoError for result 0. */
+ErrorCode errorOfResult(uint32_t result);
 
-inline ndk::ScopedAStatus statusOfError(ErrorCode error) {
-    return statusOfError(static_cast<int32_t>(error));
-}
-
-/** Success for result 0, else the service-specific error that stands for it. */
-inline ndk::ScopedAStatus statusOfResult(uint32_t result) {
-    return statusOfError(errorOfResult(result));
+/** What a client gets: success for kNoError, else a service-specific error. */
+inline ndk::ScopedAStatus statusOf(ErrorCode error) {
+    return error == kNoError
+               ? ndk::ScopedAStatus::ok()
+               : ndk::ScopedAStatus::fromServiceSpecificError(static_cast<int32_t>(error));
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

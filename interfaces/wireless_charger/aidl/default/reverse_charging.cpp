@@ -10,6 +10,7 @@
 
 #include "WirelessCharger.h"
 #include "protocol/reverselink.h"
+#include "result_status.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -30,8 +31,7 @@ enum RtxRequest : int32_t {
     RTX_ERROR_TYPE = 10,
 };
 
-constexpr int8_t kModeActive = 1;
-constexpr int8_t kModeAvailable = 2;
+constexpr int8_t kRtxModeAvailable = 2;
 constexpr uint8_t kLastErrorType = 5;
 constexpr int8_t kErrorTypeOther = 15;
 
@@ -64,8 +64,8 @@ int8_t reduceErrorType(int32_t number) {
 
 void getRtxInfoInternal(RtxStatusInfo& info) {
     const RtxExchange mode(RTX_MODE);
-    info.mode = mode.startsWith("active")      ? kModeActive
-                : mode.startsWith("available") ? kModeAvailable
+    info.mode = mode.startsWith("active")      ? kRtxModeActive
+                : mode.startsWith("available") ? kRtxModeAvailable
                                                : 0;
     info.connected = RtxExchange(RTX_CONNECTED).startsWith("connected");
     info.readingA = RtxExchange(RTX_READING_A).number() / 1000;
@@ -102,7 +102,7 @@ ScopedAStatus WirelessCharger::isRtxSupported(bool* out) {
 ScopedAStatus WirelessCharger::setRtxMode(bool enable) {
     LOG(ERROR) << (enable ? "enable rtx mode" : "disable rtx mode");
     const RtxExchange exchange(enable ? RTX_ENABLE : RTX_DISABLE);
-    return exchange.ok() ? ScopedAStatus::ok() : statusOfError(ErrorCode::FAILED);
+    return statusOf(exchange.ok() ? kNoError : ErrorCode::FAILED);
 }
 
 }  // namespace aidl::vendor::zorvak::wireless_charger

@@ -3,7 +3,12 @@
 
 #include <aidl/vendor/zorvak/wireless_charger/RtxStatusInfo.h>
 
+#include <cstdint>
+
 namespace aidl::vendor::zorvak::wireless_charger {
+
+/** RtxStatusInfo.mode while the phone charges another device. */
+inline constexpr int8_t kRtxModeActive = 1;
 
 /**
  * Fills the record from seven requests to libreverselink, one after the other; a request that fails

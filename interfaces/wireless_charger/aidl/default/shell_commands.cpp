@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Diagnostic commands. Their answers go to the log.
 #include <android/log.h>
-#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "WirelessCharger.h"
 #include "protocol/chargelink.h"
-#include "request.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -144,7 +142,6 @@ bool WirelessCharger::setOverride(DiagType type, const char** args, uint32_t num
         std::lock_guard lock(mDiagOverridesLock);
         mDiagOverrides[type] = value;
     }
-    mHasDiagOverrides.store(true, std::memory_order_release);
     __android_log_print(ANDROID_LOG_INFO, nullptr, "set %s override to: %d", args[0],
                         static_cast<int32_t>(value));
     return true;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "utf8_text.h"
 
-#include <stddef.h>
-#include <stdint.h>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <utility>
 
 namespace aidl::vendor::zorvak::wireless_charger {
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace aidl::vendor::zorvak::wireless_charger {
 

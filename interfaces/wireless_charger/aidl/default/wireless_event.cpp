@@ -5,6 +5,8 @@
 #include <cutils/uevent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/types.h>
+#include <utils/Errors.h>
 
 #include <utility>
 
@@ -16,18 +18,28 @@ constexpr int kSocketBufferSize = 64 * 1024;
 constexpr int kMessageSize = 2048;  // one of this size or more is dropped
 constexpr int kQuietMillis = 5 * 60 * 1000;
 
+constexpr std::string_view kFwUpdate = "SOURCE=FWUPDATE";
+constexpr std::string_view kBattery = "DRIVER=zorvak,battery";
+// A line of these makes something happen. One that holds two counts as the first of them.
+constexpr std::string_view kDrivers[] = {"DRIVER=zorvak_wlc", "DRIVER=p9221", kBattery};
+
 bool contains(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;
+}
+
+/** The first of the drivers that the text names; empty for none. */
+std::string_view driverIn(std::string_view text) {
+    for (const std::string_view driver : kDrivers) {
+        if (contains(text, driver)) return driver;
+    }
+    return {};
 }
 
 }  // namespace
 
 void readUevent(std::string_view message, const std::function<void(UeventStep)>& step) {
-    // Most messages are foreign: without one of these nothing can come of them.
-    if (!contains(message, "DRIVER=zorvak") && !contains(message, "DRIVER=p9221") &&
-        !contains(message, "SOURCE=FWUPDATE")) {
-        return;
-    }
+    // Most messages are foreign: nothing can come of them.
+    if (driverIn(message).empty() && !contains(message, kFwUpdate)) return;
     enum { NONE, RTX, WLC, FAN } source = NONE;
     bool chargingOff = false;
 
@@ -57,18 +69,18 @@ void readUevent(std::string_view message, const std::function<void(UeventStep)>&
             } else if (contains(line, "SOURCE=RTX")) {
                 source = RTX;
             }
-            if (contains(line, "SOURCE=FWUPDATE")) {
+            if (contains(line, kFwUpdate)) {
                 step(UeventStep::FW_UPDATE_SKIPPED);
                 skipped = true;
             }
         }
-        if (skipped || !contains(line, "DRIVER=")) continue;
-        if (contains(line, "DRIVER=zorvak_wlc") || contains(line, "DRIVER=p9221")) {
-            dispatch();
-        } else if (contains(line, "DRIVER=zorvak,battery")) {
+        const std::string_view driver = skipped ? std::string_view() : driverIn(line);
+        if (driver == kBattery) {
             chargingOff = false;
             step(UeventStep::FAN);
             source = FAN;
+        } else if (!driver.empty()) {
+            dispatch();
         }
     }
 }

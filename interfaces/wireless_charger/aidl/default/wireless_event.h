@@ -6,9 +6,9 @@
 #include <aidl/vendor/zorvak/wireless_charger/RtxStatusInfo.h>
 #include <android-base/unique_fd.h>
 #include <utils/Looper.h>
+#include <utils/StrongPointer.h>
 #include <utils/Thread.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string_view>
