@@ -23,8 +23,9 @@
 // A class that holds a lock for its scope.
 #define SCOPED_CAPABILITY THREAD_ANNOTATION_ATTRIBUTE__(scoped_lockable)
 
-// A member that may be touched only with the lock held.
+// A member that may be touched only with the lock held; or what a pointer member points to.
 #define GUARDED_BY(x) THREAD_ANNOTATION_ATTRIBUTE__(guarded_by(x))
+#define PT_GUARDED_BY(x) THREAD_ANNOTATION_ATTRIBUTE__(pt_guarded_by(x))
 
 // The caller holds the locks (REQUIRES) or must not hold them (EXCLUDES).
 #define REQUIRES(...) THREAD_ANNOTATION_ATTRIBUTE__(requires_capability(__VA_ARGS__))
