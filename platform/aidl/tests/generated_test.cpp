@@ -2,9 +2,9 @@
 // What the generated code of the sample interface does: every type through a parcel and through a
 // call, and parcels that lie.
 #include <aidl/test/sample/BnLooker.h>
-#include <aidl/test/sample/BnSilent.h>
 #include <aidl/test/sample/BpLooker.h>
 #include <aidl/test/sample/Everything.h>
+#include <aidl/test/sample/ISilent.h>
 #include <aidl/test/sample/OtherMode.h>
 #include <android/binder_parcel_utils.h>
 #include <fcntl.h>
@@ -67,7 +67,7 @@ Everything filled() {
     e.key = {9, 8, 7, 6, 5, 4};
     e.pair = {-1, 1};
     e.twins[1].number = 77;
-    e.names = {"x", "y"};
+    e.names = {"", "x"};
     e.maybeText = "t";
     e.maybeInner = Small{1, ""};
     e.maybeChoice = Choice::make<Choice::Tag::words>({std::string("w"), std::string("")});
@@ -78,23 +78,19 @@ Everything filled() {
     return e;
 }
 
-TEST(GeneratedRecordTest, NewRecordHoldsItsDefaults) {
-    const Everything e;
-    EXPECT_TRUE(e.flag);
-    EXPECT_EQ(e.number, 42);
-    EXPECT_EQ(e.large, int64_t{1} << 40);
-    EXPECT_EQ(e.text,
-              "it's a text ?"
-              "?/");
-    EXPECT_EQ(e.mode, Mode::AUTO);
-    EXPECT_EQ(static_cast<int64_t>(e.otherMode), 7);
-    EXPECT_EQ(e.inner.text, "five");
-    EXPECT_EQ(e.choice.get<Choice::Tag::number>(), 42);
-    EXPECT_THAT(e.bytes, ElementsAre(1, 255));
-    EXPECT_THAT(e.key, ElementsAre(1, 2, 3, 4, 5, 255));
-    EXPECT_THAT(e.modes, ElementsAre(Mode::AUTO, Mode::FAST));
-    EXPECT_THAT(e.pair, ElementsAre(0, 0));
-    EXPECT_FALSE(e.maybeText || e.maybeInner || e.maybePair || e.looker);
+TEST(GeneratedRecordTest, NewRecordHoldsItsDefaultsAndTextNamesEachField) {
+    EXPECT_EQ(Everything().toString(),
+              "Everything{flag: true, small: -128, letter: a, number: 42, large: 1099511627776, "
+              "ratio: 1.500000, precise: -0.250000, text: it's a text ??/, mode: AUTO, "
+              "otherMode: DEFAULT, plainMode: AUTO, inner: Small{number: 5, text: five}, "
+              "nothing: Empty{}, choice: Choice{number: 42}, bytes: [1, 255], "
+              "flags: [true, false], letters: [a, b], numbers: [6, -5], larges: [], ratios: [], "
+              "precises: [], texts: [a, b], modes: [AUTO, FAST], inners: [], list: [], "
+              "records: [], key: [1, 2, 3, 4, 5, 255], pair: [0, 0], twins: [Small{number: 5, "
+              "text: five}, Small{number: 5, text: five}], names: [x, y], maybeText: (null), "
+              "maybeInner: (null), maybeChoice: (null), maybeBytes: (null), maybeTexts: (null), "
+              "maybeInners: (null), maybePair: (null), binder: (null), looker: (null), file: -1, "
+              "lookers: (null)}");
     EXPECT_EQ(std::string(Everything::NAME), "everything");
     EXPECT_EQ(static_cast<int>(Everything::LIMIT), 6);
 }
@@ -108,12 +104,6 @@ TEST(GeneratedRecordTest, EveryFieldSurvivesAParcel) {
         EXPECT_FALSE(received != sent || received < sent || received > sent);
     }
     EXPECT_NE(filled(), Everything());
-}
-
-TEST(GeneratedRecordTest, TextNamesEachField) {
-    EXPECT_EQ(Choice::make<Choice::Tag::small>().toString(),
-              "Choice{small: Small{number: 5, text: five}}");
-    EXPECT_THAT(filled().toString(), HasSubstr("mode: TOP, otherMode: AUTO, plainMode: AUTO"));
 }
 
 TEST(GeneratedRecordTest, CutAnywhereIsRefused) {
@@ -200,14 +190,6 @@ TEST(GeneratedEnumTest, RangeHoldsAllNamesAndTextIsTheFirstName) {
     EXPECT_EQ(toString(static_cast<Mode>(5)), "5");
     EXPECT_EQ(static_cast<int64_t>(OtherMode::AUTO), INT64_MIN);
 }
-
-class Silent : public BnSilent {
-  public:
-    ndk::ScopedAStatus hush(const Small& /*what*/,
-                            const std::shared_ptr<ISilent>& /*next*/) override {
-        return ndk::ScopedAStatus::ok();
-    }
-};
 
 // Answers with what came in.
 class Looker : public BnLooker {
@@ -312,13 +294,8 @@ TEST_F(GeneratedCallTest, OnewayCallArrivesAndNullWhereNoneMayBeIsRefused) {
 }
 
 TEST_F(GeneratedCallTest, ObjectOfAnotherInterfaceIsNull) {
-    const auto silent = ndk::SharedRefBase::make<Silent>();
-    const ndk::ScopedAParcel parcel = newParcel();
-    ASSERT_EQ(AParcel_writeStrongBinder(parcel.get(), silent->asBinder().get()), STATUS_OK);
-    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
-    std::shared_ptr<ILooker> read = mLooker;
-    EXPECT_EQ(ndk::AParcel_readNullableData(parcel.get(), &read), STATUS_OK);
-    EXPECT_EQ(read, nullptr);
+    EXPECT_EQ(ISilent::fromBinder(mLooker->asBinder()), nullptr);
+    EXPECT_EQ(ILooker::fromBinder(mLooker->asBinder()), mLooker);
 }
 
 TEST_F(GeneratedCallTest, VersionAndHashAreAnswered) {

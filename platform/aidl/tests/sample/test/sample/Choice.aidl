@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 package test.sample;
 
-import test.sample.Small;
-
 /** One of these. */
 @VintfStability
 union Choice {

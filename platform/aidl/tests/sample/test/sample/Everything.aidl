@@ -1,13 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 package test.sample;
 
-import test.sample.Choice;
-import test.sample.Empty;
-import test.sample.ILooker;
-import test.sample.Mode;
-import test.sample.OtherMode;
-import test.sample.Small;
-
 /**
  * A record with a field of each type.
  *
@@ -54,7 +47,7 @@ parcelable Everything {
     byte[LIMIT] key = {1, 2, 3, 4, 5, 0xffu8};
     int[2] pair;
     Small[2] twins;
-    String[2] names;
+    String[2] names = {"x", "y"};
     @nullable String maybeText;
     @nullable Small maybeInner;
     @nullable Choice maybeChoice;

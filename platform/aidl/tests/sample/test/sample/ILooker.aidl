@@ -2,8 +2,6 @@
 package test.sample;
 
 import test.sample.Choice;
-import test.sample.Everything;
-import test.sample.Mode;
 
 /** Looks at things. */
 @VintfStability

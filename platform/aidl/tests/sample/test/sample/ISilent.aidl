@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 package test.sample;
 
-import test.sample.ISilent;
-import test.sample.Small;
-
 @VintfStability
 oneway interface ISilent {
     /**

@@ -33,7 +33,7 @@ parcelable Everything {
   byte[6] key = {1, 2, 3, 4, 5, -1};
   int[2] pair;
   test.sample.Small[2] twins;
-  String[2] names;
+  String[2] names = {"x", "y"};
   @nullable String maybeText;
   @nullable test.sample.Small maybeInner;
   @nullable test.sample.Choice maybeChoice;
