@@ -75,7 +75,12 @@ function(add_aidl_ndk_library)
     COMMENT "Generating the stubs of ${ARG_NAME}"
     VERBATIM)
   add_library(${ARG_NAME} STATIC ${generated})
-  set_aidl_ndk_options(${ARG_NAME} ${output}/include)
+  # Generated text is not to be changed by hand: no warnings, for it or for who includes it.
+  target_include_directories(${ARG_NAME} SYSTEM PUBLIC ${output}/include)
+  target_compile_options(${ARG_NAME} PRIVATE -w)
+  # With RTTI and exceptions: users are built either way, and with RTTI they need the type information
+  # of the classes that they derive from.
+  target_link_libraries(${ARG_NAME} PUBLIC wireless_charger::binder_ndk)
   if(NOT ARG_VERSION)
     return()
   endif()
@@ -94,18 +99,4 @@ function(add_aidl_ndk_library)
     add_dependencies(${ARG_NAME}-${change}-api wireless_charger::aidl)
   endforeach()
   add_dependencies(${ARG_NAME} ${ARG_NAME}-check-api)
-endfunction()
-
-# set_aidl_ndk_options(target include_folder)
-#
-# How generated sources are built, ours or the platform's: without warnings, neither for them nor for
-# who includes their headers, for their text is not to be changed by hand.
-function(set_aidl_ndk_options target include_folder)
-  target_include_directories(${target} SYSTEM PUBLIC ${include_folder})
-  target_compile_options(${target} PRIVATE -w)
-  # Has the platform's sources mark objects of @VintfStability interfaces.
-  target_compile_definitions(${target} PRIVATE BINDER_STABILITY_SUPPORT)
-  # With RTTI and exceptions: users are built either way, and with RTTI they need the type information
-  # of the classes that they derive from.
-  target_link_libraries(${target} PUBLIC wireless_charger::binder_ndk)
 endfunction()

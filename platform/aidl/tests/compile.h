@@ -30,28 +30,29 @@ inline Outcome runInMemory(const Files& input, const std::vector<std::string>& a
     if (const auto options = parseOptions(arguments, &diagnostics)) {
         run(*options, &io, &diagnostics);
     }
-    Outcome outcome;
-    outcome.errors = diagnostics.errors();
-    for (const auto& [path, text] : io.files) {
-        if (input.count(path) == 0) outcome.files[path] = text;
+    for (const auto& [path, text] : input) {
+        io.files.erase(path);
     }
-    return outcome;
+    return {diagnostics.errors(), io.files};
+}
+
+// The same, with all files of `input` for the last arguments.
+inline Outcome runOnAll(const Files& input, std::vector<std::string> arguments) {
+    for (const auto& [path, text] : input) {
+        arguments.push_back(path);
+    }
+    return runInMemory(input, arguments);
 }
 
 // Generates from all `input` files into "src/" and "include/".
 inline Outcome generate(const Files& input) {
-    std::vector<std::string> arguments = {"--lang=ndk",  "--structured", "--stability=vintf",
-                                          "--version=2", "--hash=0f",    "-I.",
-                                          "-osrc",       "-hinclude"};
-    for (const auto& [path, text] : input) arguments.push_back(path);
-    return runInMemory(input, arguments);
+    return runOnAll(input, {"--lang=ndk", "--structured", "--stability=vintf", "--version=2",
+                            "--hash=0f", "-I.", "-osrc", "-hinclude"});
 }
 
 // The dump of all `input` files, by path below "api/".
 inline Outcome dump(const Files& input) {
-    std::vector<std::string> arguments = {"--dumpapi", "--stability=vintf", "-I.", "--out=api"};
-    for (const auto& [path, text] : input) arguments.push_back(path);
-    return runInMemory(input, arguments);
+    return runOnAll(input, {"--dumpapi", "--structured", "--stability=vintf", "-I.", "--out=api"});
 }
 
 // The files of a folder of the disk, by path below it.

@@ -11,5 +11,4 @@ union Choice {
     @nullable Small maybe;
     byte[4] key;
     String[] words;
-    boolean flag;
 }

@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package test.sample;
 
-/**
- * A record with a field of each type.
- *
- * Comments may hold "quotes", \backslashes and /* opening marks.
- */
+/** A record with a field of each type; here are "quotes", a \backslash and an opening /* mark. */
 @VintfStability
 @JavaDerive(toString=true, equals=true)
 parcelable Everything {
@@ -25,7 +21,7 @@ parcelable Everything {
     long large = 1L << 40;
     float ratio = 1.5f;
     double precise = -0.25;
-    String text = "it's a text ??/";
+    String text = "it's a text";
     Mode mode = Mode.DEFAULT;
     OtherMode otherMode = OtherMode.DEFAULT;
     Mode plainMode;
@@ -34,11 +30,7 @@ parcelable Everything {
     Choice choice;
     byte[] bytes = {1, -1};
     boolean[] flags = {true, false};
-    char[] letters = {'a', 'b'};
     int[] numbers = {LIMIT, -5};
-    long[] larges;
-    float[] ratios;
-    double[] precises;
     String[] texts = {"a", "b"};
     Mode[] modes = {Mode.AUTO, Mode.FAST};
     Small[] inners;

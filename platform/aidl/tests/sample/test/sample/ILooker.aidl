@@ -12,6 +12,5 @@ interface ILooker {
     Everything turn(in Everything what, Mode mode, @nullable String note);
     oneway void look(in Choice choice, ILooker back);
     void fill(out int[] numbers, inout List<String> words, out byte[4] key, int count);
-    @nullable String[] names(@nullable IBinder binder, in ParcelFileDescriptor file);
-    @nullable ILooker other(boolean yes, byte small, char letter, long large, float ratio, double precise);
+    @nullable String[] names(@nullable IBinder binder, in ParcelFileDescriptor file, char letter, double precise);
 }

@@ -11,7 +11,7 @@ parcelable Everything {
   long large = 1099511627776;
   float ratio = 1.5f;
   double precise = -0.25;
-  String text = "it's a text ??/";
+  String text = "it's a text";
   test.sample.Mode mode = test.sample.Mode.DEFAULT;
   test.sample.OtherMode otherMode = test.sample.OtherMode.DEFAULT;
   test.sample.Mode plainMode;
@@ -20,11 +20,7 @@ parcelable Everything {
   test.sample.Choice choice;
   byte[] bytes = {1, -1};
   boolean[] flags = {true, false};
-  char[] letters = {'a', 'b'};
   int[] numbers = {6, -5};
-  long[] larges;
-  float[] ratios;
-  double[] precises;
   String[] texts = {"a", "b"};
   test.sample.Mode[] modes = {test.sample.Mode.AUTO, test.sample.Mode.FAST};
   test.sample.Small[] inners;

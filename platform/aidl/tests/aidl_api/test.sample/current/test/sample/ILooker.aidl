@@ -7,8 +7,7 @@ interface ILooker {
   test.sample.Everything turn(in test.sample.Everything what, test.sample.Mode mode, @nullable String note);
   oneway void look(in test.sample.Choice choice, test.sample.ILooker back);
   void fill(out int[] numbers, inout List<String> words, out byte[4] key, int count);
-  @nullable String[] names(@nullable IBinder binder, in ParcelFileDescriptor file);
-  @nullable test.sample.ILooker other(boolean yes, byte small, char letter, long large, float ratio, double precise);
+  @nullable String[] names(@nullable IBinder binder, in ParcelFileDescriptor file, char letter, double precise);
   const int MAX_SIZE = 16;
   const String GREETING = "hello";
 }
