@@ -21,7 +21,7 @@ set_target_properties(${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/..")
 set_target_properties(${shared_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 install(TARGETS ${programs} DESTINATION bin COMPONENT runtime)
-install(TARGETS ${shared_libraries} virtual_dock_crypto virtual_dock_inflate
+install(TARGETS ${shared_libraries} virtual_dock_extras
   LIBRARY DESTINATION ${private_folder} COMPONENT runtime)
 install(TARGETS ${tools} DESTINATION ${private_folder}/bin COMPONENT runtime)
 install(DIRECTORY simulator/certificates/ DESTINATION share/wireless-charger/certificates

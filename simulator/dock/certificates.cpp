@@ -2,8 +2,6 @@
 #include "certificates.h"
 
 #include "certificate_data.h"
-#include "crypto_module.h"
-#include "module_loader.h"
 
 namespace virtual_dock {
 namespace {
@@ -85,7 +83,7 @@ void WpcAuthenticator::answerCertificate(Bytes request, AnswerBuffer* answer) co
     answer->add(Bytes(chain).subspan(offset, count));
 }
 
-Result WpcAuthenticator::sign(size_t slot, Bytes signedBytes, std::array<uint8_t, 64>* signature) {
+Result WpcAuthenticator::sign(size_t slot, Bytes signedBytes, Signature* signature) {
     if (signing == Signing::kGarbage) {
         signature->fill(0x5A);
         return kOk;
@@ -95,14 +93,7 @@ Result WpcAuthenticator::sign(size_t slot, Bytes signedBytes, std::array<uint8_t
         return kOk;
     }
     if (signing == Signing::kWrongSlot) slot = slot == 0 ? 1 : 0;
-    static const auto signWithKey = reinterpret_cast<decltype(&virtualDockSign)>(
-        moduleFunction("libvirtual_dock_crypto.so", "virtualDockSign"));
-    if (signWithKey == nullptr) return kUnsupported;
-    const Bytes key = slots[slot].key;
-    if (signWithKey(key.data(), key.size(), signedBytes.data(), signedBytes.size(),
-                    signature->data()) != 1) {
-        return kInternalError;
-    }
+    if (!extras().sign(slots[slot].key, signedBytes, signature)) return kInternalError;
     mLastSignature = *signature;
     mHasSigned = true;
     return kOk;
@@ -124,7 +115,7 @@ Result WpcAuthenticator::answerChallenge(Bytes request, AnswerBuffer* answer) {
     toSign.add(hash);
     toSign.add(request);
     toSign.add(answer->bytes().first(kSignedAnswerBytes));
-    std::array<uint8_t, 64> signature;
+    Signature signature;
     const Result result = sign(slot, toSign.bytes(), &signature);
     if (result == kOk) answer->add(signature);
     return result;

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "extras.h"
 #include "packet.h"
 #include "protocol.h"
-#include "sha256.h"
 
 namespace virtual_dock {
 
@@ -46,7 +46,7 @@ class WpcAuthenticator {
 
     // Digests are of the shipped chains, whatever byte is changed on its way.
     uint8_t populatedMask() const;
-    Digest digest(size_t slot) const { return sha256(slots[slot].chain); }
+    Digest digest(size_t slot) const { return extras().sha256({slots[slot].chain}); }
 
     Result answer(int32_t type, Bytes request, AnswerBuffer* answer);
 
@@ -54,9 +54,9 @@ class WpcAuthenticator {
     void answerDigests(Bytes request, AnswerBuffer* answer) const;
     void answerCertificate(Bytes request, AnswerBuffer* answer) const;
     Result answerChallenge(Bytes request, AnswerBuffer* answer);
-    Result sign(size_t slot, Bytes signedBytes, std::array<uint8_t, 64>* signature);
+    Result sign(size_t slot, Bytes signedBytes, Signature* signature);
 
-    std::array<uint8_t, 64> mLastSignature{};
+    Signature mLastSignature{};
     bool mHasSigned = false;
 };
 

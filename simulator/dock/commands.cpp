@@ -14,11 +14,9 @@ using Words = std::vector<std::string>;
 using Changes = std::vector<std::pair<std::string, std::string>>;  // key, value
 
 std::string changedReply(const UeventOutcome& outcome) {
-    JsonWriter json;
-    json.beginObject().flag("ok", true).key("uevent").beginObject();
-    json.flag("sent", outcome.sent).text(outcome.sent ? "by" : "reason", outcome.detail);
-    json.endObject().endObject();
-    return json.str();
+    const char* const detail = outcome.sent ? "by" : "reason";
+    return toLine(
+        {{"ok", true}, {"uevent", {{"sent", outcome.sent}, {detail, textJson(outcome.detail)}}}});
 }
 
 std::string announce(Event event) {
@@ -29,62 +27,91 @@ bool hasPower(const DockModel& model) {
     return model.charger.docked && model.charger.charging;
 }
 
-// The problem with a change, or nothing when it has been made.
-std::optional<std::string> applyChange(DockModel* model, int64_t nowNs, const std::string& key,
-                                       const std::string& value, Event* event) {
+// The setting of a key; null with the problem when there is none.
+Setting* findSetting(std::vector<Setting>* settings, const std::string& key, std::string* problem) {
     Words keys;
-    for (Setting& setting : settingsOf(model, nowNs)) {
-        if (setting.key != key) {
-            keys.push_back(std::move(setting.key));
-            continue;
-        }
-        *event = setting.event;
-        if (setting.set(value)) return std::nullopt;
-        return "\"" + value + "\" is no value of " + key + ": it takes " + setting.values;
+    for (Setting& setting : *settings) {
+        if (setting.key == key) return &setting;
+        keys.push_back(setting.key);
     }
-    return unknownName("key", key, keys);
+    *problem = unknownName("key", key, keys);
+    return nullptr;
 }
 
-// Makes all changes or none, and announces them.
+// What two changes made at once are announced as.
+Event combined(Event first, Event second) {
+    if (first == Event::kNone || first == second) return second;
+    return second == Event::kNone ? first : Event::kAll;
+}
+
+// Makes all changes or none, and announces them with one uevent.
 std::string change(VirtualDock* dock, const Changes& changes) {
     Event event = Event::kNone;
-    const std::optional<std::string> problem =
-        dock->withModel([&](DockModel& model, int64_t nowNs) -> std::optional<std::string> {
-            DockModel changed = model;
-            for (const auto& [key, value] : changes) {
-                if (auto wrong = applyChange(&changed, nowNs, key, value, &event)) return wrong;
+    std::string problem;
+    const bool done = dock->withModel([&](DockModel& model, int64_t nowNs) {
+        DockModel changed = model;
+        std::vector<Setting> settings = settingsOf(&changed, nowNs);
+        for (const auto& [key, value] : changes) {
+            Setting* const setting = findSetting(&settings, key, &problem);
+            if (setting == nullptr) return false;
+            if (!setting->set(value)) {
+                problem =
+                    "\"" + value + "\" is not a value of " + key + ": it takes " + setting->values;
+                return false;
             }
-            if (hasPower(model) && !hasPower(changed)) event = Event::kWlcOff;
-            model = std::move(changed);
-            return std::nullopt;
-        });
-    return problem ? usageError(*problem) : announce(event);
+            event = combined(event, setting->event);
+        }
+        if (hasPower(model) && !hasPower(changed)) event = Event::kWlcOff;
+        model = std::move(changed);
+        return true;
+    });
+    return done ? announce(event) : usageError(problem);
 }
 
 std::string runStatus(VirtualDock* dock, const Words&) {
-    JsonWriter json;
-    json.beginObject().flag("ok", true);
-    describeDock(dock, &json);
-    json.endObject();
-    return json.str();
+    Json reply = {{"ok", true}};
+    reply.update(dockJson(dock));
+    return toLine(reply);
 }
 
 std::string runKeys(VirtualDock* dock, const Words&) {
-    JsonWriter json;
-    json.beginObject().flag("ok", true).key("keys").beginArray();
+    Json keys = Json::array();
     dock->withModel([&](DockModel& model, int64_t nowNs) {
         for (const Setting& setting : settingsOf(&model, nowNs)) {
-            json.beginObject().text("key", setting.key).text("values", setting.values);
-            setting.write(&json.key("value"));
-            json.endObject();
+            keys.push_back(
+                {{"key", setting.key}, {"values", setting.values}, {"value", setting.get()}});
         }
     });
-    json.endArray().endObject();
-    return json.str();
+    return toLine({{"ok", true}, {"keys", std::move(keys)}});
 }
 
+std::string runGet(VirtualDock* dock, const Words& words) {
+    Json values = Json::object();
+    std::string problem;
+    dock->withModel([&](DockModel& model, int64_t nowNs) {
+        std::vector<Setting> settings = settingsOf(&model, nowNs);
+        for (size_t i = 1; i < words.size() && problem.empty(); ++i) {
+            const Setting* const setting = findSetting(&settings, words[i], &problem);
+            if (setting != nullptr) values[words[i]] = setting->get();
+        }
+    });
+    if (!problem.empty()) return usageError(problem);
+    return toLine({{"ok", true}, {"values", std::move(values)}});
+}
+
+// KEY VALUE or any number of KEY=VALUE.
 std::string runSet(VirtualDock* dock, const Words& words) {
-    return change(dock, {{words[1], words[2]}});
+    if (words.size() == 3 && words[1].find('=') == std::string::npos) {
+        return change(dock, {{words[1], words[2]}});
+    }
+    Changes changes;
+    for (size_t i = 1; i < words.size(); ++i) {
+        const size_t equals = words[i].find('=');
+        if (equals == std::string::npos)
+            return usageError("set takes KEY=VALUE, not \"" + words[i] + "\"");
+        changes.emplace_back(words[i].substr(0, equals), words[i].substr(equals + 1));
+    }
+    return change(dock, changes);
 }
 
 std::string runPlace(VirtualDock* dock, const Words& words) {
@@ -132,17 +159,22 @@ std::string runRtx(VirtualDock* dock, const Words& words) {
     }
     if (verb == "error" && words.size() == 3) return change(dock, {{"rtx.error", words[2]}});
     if (verb == "mode" && words.size() == 3) return change(dock, {{"rtx.mode", words[2]}});
-    return usageError("rtx takes connect, disconnect, error N or mode off|available|active");
+    return usageError("\"" + verb +
+                      "\" is not an rtx command; these are: connect, disconnect, error N, mode "
+                      "off|available|active");
 }
 
 std::string runUevent(VirtualDock*, const Words& words) {
-    return changedReply(sendUeventLines({words.begin() + 1, words.end()}));
+    const UeventOutcome outcome = sendUeventLines({words.begin() + 1, words.end()});
+    return outcome.sent ? changedReply(outcome) : refusal("no uevent was sent: " + outcome.detail);
 }
 
 std::string runReset(VirtualDock* dock, const Words&) {
     dock->reset();
     return announce(Event::kAll);
 }
+
+constexpr size_t kMaxWords = 128;
 
 struct Command {
     const char* name;
@@ -155,7 +187,8 @@ struct Command {
 constexpr Command kCommands[] = {
     {"status", "status", 0, 0, runStatus},
     {"keys", "keys", 0, 0, runKeys},
-    {"set", "set KEY VALUE", 2, 2, runSet},
+    {"get", "get KEY...", 1, kMaxWords, runGet},
+    {"set", "set KEY=VALUE...", 1, kMaxWords, runSet},
     {"place", "place [ptmc=N] [product=N] [id=N]", 0, 3, runPlace},
     {"remove", "remove", 0, 0, runRemove},
     {"charging", "charging on|off", 1, 1, runCharging},
@@ -173,9 +206,7 @@ constexpr Command kCommands[] = {
 }  // namespace
 
 std::string errorReply(std::string_view kind, std::string_view message) {
-    JsonWriter json;
-    json.beginObject().flag("ok", false).text("kind", kind).text("message", message).endObject();
-    return json.str();
+    return toLine({{"ok", false}, {"kind", kind}, {"message", textJson(message)}});
 }
 
 std::string usageError(std::string_view message) {

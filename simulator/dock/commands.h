@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "json_writer.h"
+#include "json.h"
 #include "virtual_dock.h"
 
 namespace virtual_dock {
@@ -26,7 +26,8 @@ std::string doneReply();
 // The commands that set faults: fail, delay, answer. `words` has the command's name first.
 std::string setFault(VirtualDock* dock, const std::vector<std::string>& words);
 
-// Writes all that `status` shows, as members of the object that is open.
-void describeDock(VirtualDock* dock, JsonWriter* json);
+// All that `status` shows; one entry of the log.
+Json dockJson(VirtualDock* dock);
+Json entryJson(const LogEntry& entry);
 
 }  // namespace virtual_dock

@@ -15,17 +15,6 @@ namespace {
 
 constexpr size_t kReadSize = 4096;
 
-std::string logLine(const LogEntry& entry) {
-    JsonWriter json;
-    json.beginObject().member("number", static_cast<int64_t>(entry.number));
-    json.member("timeNs", entry.timeNs).text("operation", operationName(entry.operation));
-    json.member("type", entry.type).member("result", entry.result);
-    json.key("request").hex(entry.storedRequest()).key("answer").hex(entry.storedAnswer());
-    json.member("requestLength", entry.requestLength).member("answerLength", entry.answerLength);
-    json.endObject();
-    return json.str();
-}
-
 }  // namespace
 
 ControlClient::ControlClient(int fd, VirtualDock* dock) : mFd(fd), mDock(dock) {}
@@ -123,13 +112,11 @@ void ControlClient::sendLog() {
             return true;
         });
         if (lost > 0) {
-            JsonWriter json;
-            json.beginObject().member("lost", static_cast<int64_t>(lost)).endObject();
-            reply(json.str());
+            reply(toLine({{"lost", lost}}));
         }
         if (!found) return;
         ++mNextEntry;
-        reply(logLine(entry));
+        reply(toLine(entryJson(entry)));
     }
 }
 

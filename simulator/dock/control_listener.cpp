@@ -59,7 +59,7 @@ bool ControlListener::open(const std::string& path, std::string* error) {
     struct stat status;
     if (lstat(path.c_str(), &status) == 0) {
         if (!S_ISSOCK(status.st_mode)) {
-            *error = path + " is in the way and no socket";
+            *error = path + " exists and is not a socket";
             return false;
         }
         if (isServed(address)) {

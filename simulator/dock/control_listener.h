@@ -14,8 +14,8 @@ class ControlListener {
     ControlListener(const ControlListener&) = delete;
     ControlListener& operator=(const ControlListener&) = delete;
 
-    // Replaces what a dead process left at `path`; leaves a live one, and what is no socket, alone.
-    // False with a message for people when it does not listen.
+    // Replaces what a dead process left at `path`; leaves a live one, and what is not a socket,
+    // alone. False with a message for people when it does not listen.
     [[nodiscard]] bool open(const std::string& path, std::string* error);
 
     int descriptor() const { return mSocket; }  // -1 when it does not listen

@@ -5,125 +5,136 @@
 namespace virtual_dock {
 namespace {
 
-void describeFans(const Fans& fans, int64_t nowNs, JsonWriter* json) {
-    json->key("fans").beginArray();
+Json fansJson(const Fans& fans, int64_t nowNs) {
+    Json list = Json::array();
     for (size_t i = 0; i < fans.count; ++i) {
         const FanReading reading = fans.fan(i).read(nowNs);
-        json->beginObject().text("mode", fans.fan(i).isManual() ? "manual" : "auto");
-        json->member("level", reading.level).member("speed", reading.speed);
-        json->member("drive", reading.drive).member("current", reading.current).endObject();
+        list.push_back({{"mode", fans.fan(i).isManual() ? "manual" : "auto"},
+                        {"level", reading.level},
+                        {"speed", reading.speed},
+                        {"drive", reading.drive},
+                        {"current", reading.current}});
     }
-    json->endArray();
+    return list;
 }
 
-void describeFeatures(const Features& features, JsonWriter* json) {
-    json->key("features").beginArray();
+Json featuresJson(const Features& features) {
+    Json list = Json::array();
     for (const auto& [query, value] : features.all()) {
-        json->beginObject().member("query", query).member("value", value).endObject();
+        list.push_back({{"query", query}, {"value", value}});
     }
-    json->endArray();
+    return list;
 }
 
-void describeCertificates(const WpcAuthenticator& authenticator, JsonWriter* json) {
-    json->key("certificates").beginArray();
+Json certificatesJson(const WpcAuthenticator& authenticator) {
+    Json list = Json::array();
     for (size_t i = 0; i < WpcAuthenticator::kSlots; ++i) {
         const bool present = (authenticator.populatedMask() & 1 << i) != 0;
-        json->beginObject().flag("present", present);
-        if (present) {
-            json->member("length", static_cast<int64_t>(authenticator.slots[i].chain.size()));
-            json->key("digest").hex(authenticator.digest(i));
-        }
-        json->endObject();
+        list.push_back(Json::object({{"present", present}}));
+        if (!present) continue;
+        list.back()["length"] = authenticator.slots[i].chain.size();
+        list.back()["digest"] = hexJson(authenticator.digest(i));
     }
-    json->endArray();
+    return list;
 }
 
-void describeFirmware(const FirmwareSlot& slot, int64_t nowNs, JsonWriter* json) {
+Json firmwareJson(const FirmwareSlot& slot, int64_t nowNs) {
     const ImageTransfer& transfer = slot.transfer();
     const FirmwareSlot::Progress progress = slot.progress(nowNs);
-    json->flag("transferOpen", transfer.isOpen());
+    Json json = {{"transferOpen", transfer.isOpen()}};
     if (transfer.isOpen()) {
-        json->member("imageSize", transfer.request().imageSize);
-        json->member("compressedSize", transfer.request().compressedSize);
-        json->member("chunkSize", transfer.request().chunkSize);
-        json->member("newMajor", transfer.request().major);
-        json->member("newMinor", transfer.request().minor);
-        json->member("chunks", transfer.chunkCount()).member("missing", transfer.missingCount());
-        json->member("firstMissing", transfer.firstMissing());
+        json.update({{"imageSize", transfer.request().imageSize},
+                     {"compressedSize", transfer.request().compressedSize},
+                     {"chunkSize", transfer.request().chunkSize},
+                     {"newMajor", transfer.request().major},
+                     {"newMinor", transfer.request().minor},
+                     {"chunks", transfer.chunkCount()},
+                     {"missing", transfer.missingCount()},
+                     {"firstMissing", transfer.firstMissing()}});
     }
-    json->member("state", static_cast<int64_t>(progress.state))
-        .member("progress", progress.percent);
+    json["state"] = static_cast<int>(progress.state);
+    json["progress"] = progress.percent;
     if (slot.imageDigest()) {
-        json->member("executedSize", slot.imageSize());
-        json->key("executedDigest").hex(*slot.imageDigest());
+        json["executedSize"] = slot.imageSize();
+        json["executedDigest"] = hexJson(*slot.imageDigest());
     }
+    return json;
 }
 
-void describeUploads(const ProgressUploads& uploads, JsonWriter* json) {
-    json->member("uploadCount", static_cast<int64_t>(uploads.total())).key("uploads").beginArray();
+Json uploadsJson(const ProgressUploads& uploads) {
+    Json list = Json::array();
     for (uint64_t number = uploads.oldest(); number < uploads.total(); ++number) {
         const FwUpdateData& data = uploads.record(number);
-        json->beginObject().member("state", data.state).member("targetCode", data.targetCode);
-        json->member("currentMajor", data.currentMajor).member("currentMinor", data.currentMinor);
-        json->member("newMajor", data.newMajor).member("newMinor", data.newMinor);
-        json->member("result", data.result).member("startCount", data.startCount);
-        json->member("chunkNumber", data.chunkNumber).member("dockId", data.dockId);
-        json->key("bytes").hex({reinterpret_cast<const uint8_t*>(&data), sizeof(data)});
-        json->endObject();
+        list.push_back(
+            {{"state", data.state},
+             {"targetCode", data.targetCode},
+             {"currentMajor", data.currentMajor},
+             {"currentMinor", data.currentMinor},
+             {"newMajor", data.newMajor},
+             {"newMinor", data.newMinor},
+             {"result", data.result},
+             {"startCount", data.startCount},
+             {"chunkNumber", data.chunkNumber},
+             {"dockId", data.dockId},
+             {"bytes", hexJson({reinterpret_cast<const uint8_t*>(&data), sizeof(data)})}});
     }
-    json->endArray();
+    return list;
 }
 
-void describeFault(const Fault& fault, JsonWriter* json) {
-    json->beginObject().text("operation", operationName(fault.operation));
-    if (fault.type) json->member("type", *fault.type);
-    switch (fault.kind) {
-        case Fault::Kind::kFail:
-            json->member("result", fault.result);
-            break;
-        case Fault::Kind::kDelay:
-            json->member("delayMs", fault.delayMs);
-            break;
-        case Fault::Kind::kAnswer:
-            json->key("answer").hex(fault.answer);
-            break;
+Json faultsJson(const Faults& faults) {
+    Json list = Json::array();
+    for (const Fault& fault : faults.all()) {
+        Json json = {{"operation", operationName(fault.operation)}};
+        if (fault.type) json["type"] = *fault.type;
+        if (fault.kind == Fault::Kind::kFail) json["result"] = fault.result;
+        if (fault.kind == Fault::Kind::kDelay) json["delayMs"] = fault.delayMs;
+        if (fault.kind == Fault::Kind::kAnswer) json["answer"] = hexJson(fault.answer);
+        if (fault.remaining) json["remaining"] = *fault.remaining;
+        list.push_back(std::move(json));
     }
-    if (fault.remaining) json->member("remaining", *fault.remaining);
-    json->endObject();
+    return list;
 }
 
 }  // namespace
 
-void describeDock(VirtualDock* dock, JsonWriter* json) {
-    dock->withModel([&](DockModel& model, int64_t nowNs) {
-        json->key("settings").beginObject();
+Json dockJson(VirtualDock* dock) {
+    Json json = dock->withModel([](DockModel& model, int64_t nowNs) {
+        Json settings = Json::object();
         for (const Setting& setting : settingsOf(&model, nowNs)) {
-            setting.write(&json->key(setting.key));
+            settings[setting.key] = setting.get();
         }
-        json->endObject();
-        describeFans(model.fans, nowNs, json);
-        describeFeatures(model.features, json);
-        describeCertificates(model.authenticator, json);
-        json->key("firmware").beginArray();
+        Json firmware = Json::array();
         for (const FirmwareSlot& target : model.firmware.targets) {
-            json->beginObject();
-            describeFirmware(target, nowNs, json);
-            json->endObject();
+            firmware.push_back(firmwareJson(target, nowNs));
         }
-        json->endArray().key("legacyFirmware").beginObject();
-        describeFirmware(model.firmware.legacy, nowNs, json);
-        json->text("runningName", model.firmware.legacyName).endObject();
-        describeUploads(model.uploads, json);
-        json->member("qiId", model.qiId).member("authStarts", model.authStarts);
+        Json legacy = firmwareJson(model.firmware.legacy, nowNs);
+        legacy["runningName"] = textJson(model.firmware.legacyName);
+        return Json({{"settings", std::move(settings)},
+                     {"fans", fansJson(model.fans, nowNs)},
+                     {"features", featuresJson(model.features)},
+                     {"certificates", certificatesJson(model.authenticator)},
+                     {"firmware", std::move(firmware)},
+                     {"legacyFirmware", std::move(legacy)},
+                     {"uploadCount", model.uploads.total()},
+                     {"uploads", uploadsJson(model.uploads)},
+                     {"qiId", model.qiId},
+                     {"authStarts", model.authStarts}});
     });
-    json->key("faults").beginArray();
-    dock->withFaults([&](const Faults& faults) {
-        for (const Fault& fault : faults.all()) describeFault(fault, json);
-    });
-    json->endArray();
-    dock->withLog([&](const RequestLog& log) {
-        json->member("requests", static_cast<int64_t>(log.newest()));
-    });
+    json["faults"] = dock->withFaults(faultsJson);
+    json["requests"] = dock->withLog([](const RequestLog& log) { return log.newest(); });
+    return json;
+}
+
+Json entryJson(const LogEntry& entry) {
+    return {{"number", entry.number},
+            {"timeNs", entry.timeNs},
+            {"operation", operationName(entry.operation)},
+            {"type", entry.type},
+            {"result", entry.result},
+            {"request", hexJson(entry.storedRequest())},
+            {"answer", hexJson(entry.storedAnswer())},
+            {"requestLength", entry.requestLength},
+            {"answerLength", entry.answerLength}};
 }
 
 }  // namespace virtual_dock

@@ -21,7 +21,13 @@ std::optional<std::string> parseTarget(const std::string& word, Fault* fault) {
     if (colon == std::string::npos) return std::nullopt;
     const auto type = parseNumber(word.substr(colon + 1), std::numeric_limits<int32_t>::min(),
                                   std::numeric_limits<int32_t>::max());
-    if (!type) return "\"" + word.substr(colon + 1) + "\" is no request type";
+    if (!type || typeName(fault->operation, static_cast<int32_t>(*type)) == nullptr) {
+        std::string types;
+        for (const int32_t each : typesOf(fault->operation)) {
+            types += (types.empty() ? ": it has " : ", ") + std::to_string(each);
+        }
+        return name + " has no request type \"" + word.substr(colon + 1) + "\"" + types;
+    }
     fault->type = static_cast<int32_t>(*type);
     return std::nullopt;
 }
@@ -40,7 +46,7 @@ std::optional<std::string> parseValue(const std::string& word, Fault* fault, boo
     const int64_t max = isDelay ? kMaxDelayMs : std::numeric_limits<uint32_t>::max();
     const auto value = parseNumber(word, min, max);
     if (!value) {
-        return "\"" + word + "\" is no " +
+        return "\"" + word + "\" is not a " +
                (isDelay ? "number of milliseconds from 0 to 600000" : "32-bit result");
     }
     *clears = *value == 0;
@@ -60,7 +66,7 @@ std::string setFault(VirtualDock* dock, const std::vector<std::string>& words) {
     if (auto problem = parseValue(words[2], &fault, &clears)) return usageError(*problem);
     if (words.size() > 3) {
         const auto count = parseNumber(words[3], 1, std::numeric_limits<uint32_t>::max());
-        if (!count) return usageError("\"" + words[3] + "\" is no count of 1 or more");
+        if (!count) return usageError("\"" + words[3] + "\" is not a count of 1 or more");
         fault.remaining = static_cast<uint32_t>(*count);
     }
     const bool done = dock->withFaults([&](Faults& faults) {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "firmware_slot.h"
 
-#include "inflate_module.h"
-#include "module_loader.h"
+#include "extras.h"
 
 namespace virtual_dock {
 namespace {
@@ -16,11 +15,8 @@ bool expand(const ImageTransfer& transfer, std::vector<uint8_t>* image) {
         image->assign(sent.begin(), sent.end());
         return true;
     }
-    static const auto inflateAll = reinterpret_cast<decltype(&virtualDockInflate)>(
-        moduleFunction("libvirtual_dock_inflate.so", "virtualDockInflate"));
     image->resize(transfer.request().imageSize);
-    return inflateAll != nullptr &&
-           inflateAll(sent.data(), sent.size(), image->data(), image->size()) == 1;
+    return extras().inflate(sent, image->data(), image->size());
 }
 
 }  // namespace
@@ -54,7 +50,7 @@ FirmwareSlot::Verdict FirmwareSlot::execute(int64_t nowNs) {
     if (!mTransfer.isComplete()) return Verdict::kIncomplete;
     std::vector<uint8_t> image;
     if (rejectsImages || !expand(mTransfer, &image)) return Verdict::kInvalid;
-    mImageDigest = sha256(image);
+    mImageDigest = extras().sha256({image});
     mImageSize = static_cast<uint32_t>(image.size());
     mNewVersion = {mTransfer.request().major, mTransfer.request().minor};
     mExecution = Execution{nowNs, executeMs, failAt};

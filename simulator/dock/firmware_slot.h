@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "extras.h"
 #include "image_transfer.h"
 #include "protocol.h"
-#include "sha256.h"
 
 namespace virtual_dock {
 
@@ -37,7 +37,7 @@ class FirmwareSlot {
     uint32_t executeMs = 1500;           // how long applying takes
     int32_t failAt = -1;                 // applying fails at this percent; -1: it does not
     bool rejectsImages = false;          // every image is invalid
-    uint32_t forgetEvery = 0;            // every so manyth chunk is acknowledged and lost; 0: none
+    uint32_t forgetEvery = 0;            // every Nth chunk is acknowledged and lost; 0: none
     FirmwareVersionNumber version;       // what runs
 
     // Opens a transfer or, not fresh and for the same image, continues the one that is open.

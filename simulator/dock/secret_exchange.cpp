@@ -3,14 +3,10 @@
 
 #include <string_view>
 
-#include "crypto_module.h"
-#include "module_loader.h"
-
 namespace virtual_dock {
 namespace {
 
 constexpr std::string_view kSessionLabel = "virtual dock session";
-constexpr size_t kKeySize = 32;
 constexpr size_t kNonceSize = 8;
 
 // The challenge: byte 0 a value, byte 1 the nonce's length, then the nonce.
@@ -19,24 +15,16 @@ constexpr size_t kNonceAt = 2;
 }  // namespace
 
 SecretExchange::SecretExchange() {
-    static_assert(sizeof(kPairingKey) - 1 == sizeof(Digest));
+    static_assert(sizeof(kPairingKey) - 1 == sizeof(Key));
     std::memcpy(mKey.data(), kPairingKey, mKey.size());
 }
 
 Result SecretExchange::answerKeyExchange(Bytes request, AnswerBuffer* answer) {
-    if (request.size() != kKeySize) return kInvalidArgument;
-    static const auto agree = reinterpret_cast<decltype(&virtualDockAgree)>(
-        moduleFunction("libvirtual_dock_crypto.so", "virtualDockAgree"));
-    if (agree == nullptr) return kUnsupported;
-    std::array<uint8_t, kKeySize> ownKey;
-    std::array<uint8_t, kKeySize> secret;
-    if (agree(request.data(), ownKey.data(), secret.data()) != 1) return kRefused;
-    Sha256 hash;
-    hash.add(bytesOf(kSessionLabel));
-    hash.add(secret);
-    hash.add(request);
-    hash.add(ownKey);
-    mKey = hash.finish();
+    if (request.size() != mKey.size()) return kInvalidArgument;
+    Key ownKey;
+    Key secret;
+    if (!extras().agree(request, &ownKey, &secret)) return kRefused;
+    mKey = extras().sha256({bytesOf(kSessionLabel), secret, request, ownKey});
     answer->add8(kHeader);
     answer->add(ownKey);
     return kOk;
@@ -50,7 +38,7 @@ Result SecretExchange::answerChallenge(Bytes request, AnswerBuffer* answer) cons
     message[0] = request[0];
     std::copy_n(request.begin() + kNonceAt, kNonceSize, message.begin() + 1);
     answer->add8(kNonceSize);
-    answer->add(Bytes(hmacSha256(mKey, message)).first(kNonceSize));
+    answer->add(Bytes(extras().hmacSha256(mKey, message)).first(kNonceSize));
     return kOk;
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "extras.h"
 #include "packet.h"
 #include "protocol.h"
-#include "sha256.h"
 
 namespace virtual_dock {
 
@@ -27,7 +27,7 @@ class SecretExchange {
     Result answerChallenge(Bytes request, AnswerBuffer* answer) const;
 
   private:
-    Digest mKey;
+    Key mKey;
 };
 
 }  // namespace virtual_dock

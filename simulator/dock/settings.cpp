@@ -17,7 +17,7 @@ class SettingList {
                 int64_t min = std::numeric_limits<Int>::min(),
                 int64_t max = std::numeric_limits<Int>::max()) {
         add({std::move(key), event, std::to_string(min) + ".." + std::to_string(max),
-             [target](JsonWriter* json) { json->number(static_cast<int64_t>(*target)); },
+             [target] { return Json(*target); },
              [target, min, max](const std::string& word) {
                  const auto value = parseNumber(word, min, max);
                  if (value) *target = static_cast<Int>(*value);
@@ -38,8 +38,7 @@ class SettingList {
     }
 
     void boolean(std::string key, Event event, bool* target) {
-        add({std::move(key), event, "true, false",
-             [target](JsonWriter* json) { json->boolean(*target); },
+        add({std::move(key), event, "true, false", [target] { return Json(*target); },
              [target](const std::string& word) {
                  if (word != "true" && word != "false") return false;
                  *target = word == "true";
@@ -52,9 +51,7 @@ class SettingList {
         std::string values;
         for (const std::string& name : names) values += (values.empty() ? "" : ", ") + name;
         add({std::move(key), event, values,
-             [target, names](JsonWriter* json) {
-                 json->string(names[static_cast<size_t>(*target)]);
-             },
+             [target, names] { return Json(names[static_cast<size_t>(*target)]); },
              [target, names](const std::string& word) {
                  for (size_t i = 0; i < names.size(); ++i) {
                      if (word != names[i]) continue;
@@ -67,7 +64,7 @@ class SettingList {
 
     void informationText(std::string key, DockInformation* information, std::string* target) {
         add({std::move(key), Event::kWlc, "bytes; all texts together at most 240",
-             [target](JsonWriter* json) { json->string(*target); },
+             [target] { return textJson(*target); },
              [information, target](const std::string& word) {
                  std::string before = std::exchange(*target, word);
                  if (information->fits()) return true;
@@ -103,8 +100,7 @@ void addCharger(Charger* charger, SettingList* list) {
 }
 
 void addFans(Fans* fans, int64_t nowNs, SettingList* list) {
-    list->add({"fan.level", Event::kFan, "0..4294967295",
-               [fans](JsonWriter* json) { json->number(fans->fanLevel()); },
+    list->add({"fan.level", Event::kFan, "0..4294967295", [fans] { return Json(fans->fanLevel()); },
                [fans, nowNs](const std::string& word) {
                    const auto level = parseNumber(word, 0, std::numeric_limits<uint32_t>::max());
                    if (level) fans->setFanLevel(static_cast<uint32_t>(*level), nowNs);
@@ -113,23 +109,18 @@ void addFans(Fans* fans, int64_t nowNs, SettingList* list) {
     list->number("fan.count", Event::kFan, &fans->count, 0, Fans::kMaxFans);
     for (size_t i = 0; i < Fans::kMaxFans; ++i) {
         Fan* const fan = &fans->fan(i);
-        list->add({"fan." + std::to_string(i), Event::kFan, "auto, 0..65535",
-                   [fan, nowNs](JsonWriter* json) {
-                       if (fan->isManual()) {
-                           json->number(fan->read(nowNs).level);
-                       } else {
-                           json->string("auto");
-                       }
-                   },
-                   [fans, fan, nowNs](const std::string& word) {
-                       if (word == "auto") {
-                           fan->setAuto(fans->autoLevel(), nowNs);
-                           return true;
-                       }
-                       const auto level = parseNumber(word, 0, 0xFFFF);
-                       if (level) fan->setManual(static_cast<uint16_t>(*level), nowNs);
-                       return level.has_value();
-                   }});
+        list->add(
+            {"fan." + std::to_string(i), Event::kFan, "auto, 0..65535",
+             [fan, nowNs] { return fan->isManual() ? Json(fan->read(nowNs).level) : Json("auto"); },
+             [fans, fan, nowNs](const std::string& word) {
+                 if (word == "auto") {
+                     fan->setAuto(fans->autoLevel(), nowNs);
+                     return true;
+                 }
+                 const auto level = parseNumber(word, 0, 0xFFFF);
+                 if (level) fan->setManual(static_cast<uint16_t>(*level), nowNs);
+                 return level.has_value();
+             }});
     }
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "dock_model.h"
-#include "json_writer.h"
+#include "json.h"
 
 namespace virtual_dock {
 
@@ -16,7 +16,7 @@ struct Setting {
     std::string key;
     Event event;         // what a change is announced as
     std::string values;  // what it takes, for people: "0..255", "text, at most 200 bytes"
-    std::function<void(JsonWriter*)> write;
+    std::function<Json()> get;
     std::function<bool(const std::string&)> set;  // false: not one of the values; nothing changed
 };
 

@@ -71,7 +71,8 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!socket.valid()) return notSent("cannot make a socket", errno);
     if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        return notSent("nobody listens at $" + std::string(kSocketVariable) + " (" + path + ")",
+        return notSent("nobody listens at " + path + "; restart the service with $" +
+                           kSocketVariable + " naming a path in a folder that exists",
                        errno);
     }
     for (;;) {
@@ -90,7 +91,7 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
 UeventOutcome writeUevent(const std::string& path, const std::string& text) {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
     if (!file.valid() && (errno == EACCES || errno == EPERM || errno == EROFS)) {
-        return {false, std::string("the kernel sends one for root only; start the service with $") +
+        return {false, std::string("sending uevents requires root; start the service with $") +
                            kSocketVariable + " naming a socket path instead"};
     }
     if (!file.valid()) return notSent("cannot open " + path, errno);
@@ -103,7 +104,7 @@ UeventOutcome writeUevent(const std::string& path, const std::string& text) {
 UeventOutcome sendAsInterface(const std::string& name, const std::string& text) {
     const Descriptor tun(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
     if (!tun.valid()) {
-        return notSent("the kernel sends " + name + " only with root and /dev/net/tun", errno);
+        return notSent("sending " + name + " requires root and /dev/net/tun", errno);
     }
     ifreq request{};
     std::memcpy(request.ifr_name, name.data(), std::min<size_t>(name.size(), IFNAMSIZ - 1));
@@ -134,7 +135,9 @@ UeventOutcome sendThroughKernel(const std::vector<std::string>& lines) {
         } else if (kernelTakes(line)) {
             text += " " + line;
         } else {
-            return {false, "the kernel takes letters and digits only, not '" + line + "'"};
+            return {false, "the kernel takes letters and digits only, not '" + line +
+                               "'; for others start the service with $" + kSocketVariable +
+                               " naming a socket path"};
         }
     }
     return off ? sendAsInterface(kOffLine, text) : writeUevent(kMemUevent, text);

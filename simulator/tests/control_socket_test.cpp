@@ -2,12 +2,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <testing/seed.h>
+#include <virtual_dock/client.h>
 
+#include <filesystem>
 #include <fstream>
 #include <random>
 
-#include "control_fixture.h"
 #include "dock/words.h"
+#include "served_dock.h"
 
 namespace virtual_dock::testing {
 namespace {
@@ -17,126 +20,125 @@ using ::testing::StartsWith;
 
 constexpr const char* kDone = "{\"ok\":true}";
 
-TEST(ControlSocketTest, ChangesAreAnnouncedByTheirUevents) {
+TEST(ControlSocketTest, ChangesAreAnnouncedByOneUeventEach) {
     ServedDock served;
-    RawClient client(served.path());
-    const struct {
-        const char* command;
-        const char* uevent;
-    } kCases[] = {
-        {"align 2 1 -5 7", "SOURCE=WLC DRIVER=p9221"},
-        {"set power.max 5000", "SOURCE=WLC DRIVER=p9221"},
-        {"charging off", "SOURCE=WLC_OFF DRIVER=p9221"},
-        {"charging on", "SOURCE=WLC DRIVER=p9221"},
-        {"remove", "SOURCE=WLC_OFF DRIVER=p9221"},
-        {"set dock.charging false", "SOURCE=WLC DRIVER=p9221"},  // was without power already
-        {"place ptmc=0x10 product=3 id=0xA5123456", "SOURCE=WLC DRIVER=p9221"},
-        {"set dock.placed false", "SOURCE=WLC_OFF DRIVER=p9221"},
-        {"fan-level 4", "SOURCE=FAN DRIVER=p9221"},
-        {"rtx connect", "SOURCE=RTX DRIVER=p9221"},
-        {"rtx error 3", "SOURCE=RTX DRIVER=p9221"},
-        {"uevent DRIVER=zorvak%2Cbattery", "DRIVER=zorvak,battery"},
-        {"reset", "DRIVER=p9221"},
-    };
-    for (const auto& each : kCases) {
-        EXPECT_EQ(client.ask(each.command),
-                  "{\"ok\":true,\"uevent\":{\"sent\":true,\"by\":\"socket\"}}")
-            << each.command;
-        EXPECT_EQ(served.nextUevent(), each.uevent) << each.command;
+    Connection client(served.path());
+    for (const auto& [command, uevent] : std::vector<Step>{
+             {"align 2 1 -5 7", "SOURCE=WLC DRIVER=p9221"},
+             {"set power.max 5000", "SOURCE=WLC DRIVER=p9221"},
+             {"charging off", "SOURCE=WLC_OFF DRIVER=p9221"},
+             {"charging on", "SOURCE=WLC DRIVER=p9221"},
+             {"remove", "SOURCE=WLC_OFF DRIVER=p9221"},
+             {"set dock.charging false", "SOURCE=WLC DRIVER=p9221"},  // was without power already
+             {"place ptmc=0x10 product=3 id=0xA5123456", "SOURCE=WLC DRIVER=p9221"},
+             {"set dock.placed=false fan.level=2", "SOURCE=WLC_OFF DRIVER=p9221"},
+             {"set fan.level=4 fan.count=3 temperature.boost=40", "SOURCE=FAN DRIVER=p9221"},
+             {"set fan.level=5 rtx.connected=true", "DRIVER=p9221"},
+             {"rtx error 3", "SOURCE=RTX DRIVER=p9221"},
+             {"uevent DRIVER=zorvak%2Cbattery", "DRIVER=zorvak,battery"},
+             {"reset", "DRIVER=p9221"}}) {
+        EXPECT_EQ(client.ask(command), "{\"ok\":true,\"uevent\":{\"sent\":true,\"by\":\"socket\"}}")
+            << command;
+        EXPECT_EQ(served.nextUevent(), uevent) << command;
     }
     EXPECT_EQ(client.ask("temperature -10 40"), kDone);
-    EXPECT_FALSE(served.hasUevent());
+    EXPECT_EQ(served.nextUevent(0), "");
 }
 
-TEST(ControlSocketTest, ChangeWithoutAListenerSaysThatNoUeventWent) {
-    ServedDock served;
-    setenv("ANDROID_HOST_UEVENT_SOCKET", (served.folder / "nobody").c_str(), 1);
-    RawClient client(served.path());
-    EXPECT_THAT(client.ask("fan-level 4"), HasSubstr("\"sent\":false,\"reason\":\"nobody listens"));
+TEST(CommandsTest, WithoutAListenerAChangeSaysSoAndAUeventIsRefused) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"fan-level 4", "\"sent\":false,\"reason\":\"nobody listens"},
+                        {"uevent A=b",
+                         "\"kind\":\"refused\",\"message\":\"no uevent was sent: "
+                         "nobody listens at /nonexistent/uevents; restart the"}});
 }
 
-TEST(ControlSocketTest, WrongLinesAreRefusedAndChangeNothing) {
-    ServedDock served;
-    RawClient client(served.path());
-    const struct {
-        const char* line;
-        const char* message;
-    } kCases[] = {
-        {"", "empty line"},
-        {"statsu", "did you mean \\\"status\\\""},
-        {"set fan.levl 3", "did you mean \\\"fan.level\\\""},
-        {"set fan.level", "usage: set KEY VALUE"},
-        {"set fan.level 4294967296", "0..4294967295"},
-        {"set fan.level 0x", "no value"},
-        {"align 1 2 3 99999999999999999999", "no value"},
-        {"fail sendBidiReqest 3", "did you mean \\\"sendBidiRequest\\\""},
-        {"fail sendBidiRequest:x 3", "no request type"},
-        {"fail sendBidiRequest 4294967296", "32-bit"},
-        {"fail sendBidiRequest 3 0", "count"},
-        {"delay sendBidiRequest 600001", "milliseconds"},
-        {"answer sendBidiRequest 0F0", "hex"},
-        {"place ptcm=3", "ptmc=N"},
-        {"uevent %zz", "two hex digits"},
-    };
-    for (const auto& each : kCases) {
-        const std::string reply = client.ask(each.line);
-        EXPECT_THAT(reply, StartsWith("{\"ok\":false,\"kind\":\"usage\"")) << each.line;
-        EXPECT_THAT(reply, HasSubstr(each.message)) << each.line;
+TEST(CommandsTest, WrongLinesAreRefusedAndChangeNothing) {
+    VirtualDock dock;
+    const std::string before = perform(&dock, "status");
+    for (const auto& [line, message] : std::vector<Step>{
+             {"", "empty line"},
+             {"statsu", "did you mean \\\"status\\\""},
+             {"get fan.levl", "did you mean \\\"fan.level\\\""},
+             {"set fan.levl 3", "did you mean \\\"fan.level\\\""},
+             {"set fan.level", "KEY=VALUE, not \\\"fan.level\\\""},
+             {"set fan.level=4 5", "KEY=VALUE, not \\\"5\\\""},
+             {"set fan.level=4 power.max=x", "\\\"x\\\" is not a value of power.max"},
+             {"set fan.level 4294967296", "0..4294967295"},
+             {"set fan.level 0x", "not a value"},
+             {"align 1 2 3 99999999999999999999", "not a value"},
+             {"align", "usage: align STATE"},
+             {"rtx bogus", "\\\"bogus\\\" is not an rtx command; these are: connect"},
+             {"rtx mode bogus", "it takes off, available, active"},
+             {"fail sendBidiReqest 3", "did you mean \\\"sendBidiRequest\\\""},
+             {"fail sendBidiRequest:x 3", "no request type \\\"x\\\""},
+             {"fail sendBidiRequest:13 3", "no request type \\\"13\\\": it has 0, 12, 16, 18, 24"},
+             {"delay getFeature:0 3", "getFeature has no request type \\\"0\\\"\"}"},
+             {"answer sendRtxRequest:11 00", "it has 1, 2"},
+             {"fail sendBidiRequest 4294967296", "32-bit"},
+             {"fail sendBidiRequest 3 0", "count"},
+             {"delay sendBidiRequest 600001", "milliseconds"},
+             {"answer sendBidiRequest 0F0", "hex"},
+             {"place ptcm=3", "ptmc=N"},
+             {"uevent %zz", "two hex digits"}}) {
+        const std::string reply = runCommand(&dock, line);
+        EXPECT_THAT(reply, StartsWith("{\"ok\":false,\"kind\":\"usage\"")) << line;
+        EXPECT_THAT(reply, HasSubstr(message)) << line;
     }
-    served.dock.withModel([](DockModel& model, int64_t) {
-        EXPECT_EQ(model.fans.fanLevel(), 3u);
-        EXPECT_EQ(model.charger.alignment.subState, 0) << "all of a command or nothing";
-    });
-    EXPECT_TRUE(served.dock.withFaults([](Faults& faults) { return faults.empty(); }));
-    EXPECT_FALSE(served.hasUevent());
+    EXPECT_EQ(perform(&dock, "status"), before);
 }
 
-TEST(ControlSocketTest, FaultTableIsBounded) {
-    ServedDock served;
-    RawClient client(served.path());
-    for (size_t i = 0; i < Faults::kMaxFaults; ++i) {
-        ASSERT_EQ(client.ask("fail getWlcInfo:" + std::to_string(i) + " 3"), kDone);
+TEST(CommandsTest, FaultTableIsBounded) {
+    VirtualDock dock;
+    Faults full;
+    for (int32_t i = 0; i < static_cast<int32_t>(Faults::kMaxFaults); ++i) {
+        ASSERT_TRUE(full.set({Operation::kGetWlcInfo, i, Fault::Kind::kFail, 1, 0, {}, {}}));
     }
-    EXPECT_THAT(client.ask("fail getWlcInfo:1000 3"), HasSubstr("\"kind\":\"refused\""));
-    EXPECT_EQ(client.ask("fail getWlcInfo:5 4"), kDone) << "replacing needs no room";
-    EXPECT_EQ(client.ask("fail getWlcInfo:5 0"), kDone);
-    EXPECT_EQ(client.ask("fail getWlcInfo:1000 3"), kDone);
+    dock.withFaults([&](Faults& faults) { faults = full; });
+    expectSteps(&dock, {{"fail setQiId 3", "\"kind\":\"refused\""},
+                        {"fail getWlcInfo:5 4", ""},  // replacing needs no room
+                        {"fail getWlcInfo:5 0", ""},
+                        {"fail setQiId 3", ""}});
+}
+
+// JSON has characters where the dock has bytes.
+TEST(CommandsTest, TextsOfAnyBytesComeBackAsOneCharacterAByte) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"set info.text0 %00%22%5C%7F%80%FFa", ""},
+                        {"get info.text0 fan.level",
+                         R"({"ok":true,"values":{"info.text0":"\u0000\"\\\u007f\u0080\u00ffa",)"
+                         R"("fan.level":3}})"},
+                        {"%FF", R"(unknown command \"\u00ff\")"}});
 }
 
 TEST(ControlSocketTest, LinesArriveInAnyPieces) {
     ServedDock served;
-    RawClient client(served.path());
-    for (const char c : std::string("fail getWlcInfo 3\n")) client.send(std::string(1, c));
-    EXPECT_EQ(client.readLine(), kDone);
-    client.send("fail getWlcInfo 0\ntemperature 1 2\nfail getW");
-    EXPECT_EQ(client.readLine(), kDone);
-    EXPECT_EQ(client.readLine(), kDone);
-    client.send("lcInfo 0\ntemperature 1 2");
-    EXPECT_EQ(client.readLine(), kDone);
-    client.endInput();
-    EXPECT_EQ(client.readLine(), "") << "half a line is no line";
-    served.dock.withModel(
-        [](DockModel& model, int64_t) { EXPECT_EQ(model.charger.boostTemperature, 1); });
+    Connection client(served.path());
+    for (const char c : std::string("fail getWlcInfo 3\n")) client.write({&c, 1});
+    EXPECT_EQ(client.receive(), kDone);
+    client.write("fail getWlcInfo 0\ntemperature 1 2\nfail getW");
+    EXPECT_EQ(client.receive(), kDone);
+    EXPECT_EQ(client.receive(), kDone);
+    client.write("lcInfo 0\ntemperature 1 3");
+    EXPECT_EQ(client.receive(), kDone);
+    shutdown(client.descriptor(), SHUT_WR);
+    EXPECT_THROW(client.receive(), NoDock) << "half a line is no line";
+    expectSteps(&served.dock, {{"get temperature.puck", ":2}"}});
 }
 
 TEST(ControlSocketTest, GarbageAndEndlessLinesHurtOnlyTheirSender) {
     ServedDock served;
-    RawClient other(served.path());
-    std::mt19937 random(7);
+    Connection other(served.path());
+    std::mt19937 random(test_support::randomSeed());
     for (int round = 0; round < 50; ++round) {
-        RawClient garbage(served.path());
         std::string bytes(1 + random() % 5000, '\0');
         for (char& c : bytes) c = static_cast<char>(random());
-        garbage.send(bytes);
+        Connection(served.path()).write(bytes);
     }
-    {
-        RawClient endless(served.path());
-        const std::string piece(4096, 'x');
-        while (endless.send(piece)) {
-        }
-    }
+    Connection endless(served.path());
+    EXPECT_THROW(for (;;) endless.write(std::string(4096, 'x')), NoDock);
     // Replies that nobody reads: the dock stops reading, it does not pile them up.
-    RawClient deaf(served.path());
+    Connection deaf(served.path());
     std::string flood;
     for (int i = 0; i < 20'000; ++i) flood += "status\n";
     send(deaf.descriptor(), flood.data(), flood.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -145,43 +147,36 @@ TEST(ControlSocketTest, GarbageAndEndlessLinesHurtOnlyTheirSender) {
 
 TEST(ControlSocketTest, IdleClientsMakeRoomForLaterOnesAndFollowersLast) {
     ServedDock served;
-    RawClient follower(served.path());
+    Connection follower(served.path());
     EXPECT_EQ(follower.ask("follow"), kDone);
-    RawClient busy(served.path());
-    std::vector<std::unique_ptr<RawClient>> idle;
+    Connection busy(served.path());
+    std::vector<std::unique_ptr<Connection>> idle;
     for (size_t i = 0; i < 2 * ControlServer::kMaxClients; ++i) {
-        idle.push_back(std::make_unique<RawClient>(served.path()));
-        idle.back()->send("temp");  // half a command
+        idle.push_back(std::make_unique<Connection>(served.path()));
+        idle.back()->write("temp");  // half a command
         EXPECT_EQ(busy.ask("temperature 1 1"), kDone);
-        EXPECT_EQ(RawClient(served.path()).ask("temperature 9 9"), kDone);
+        EXPECT_EQ(Connection(served.path()).ask("temperature 9 9"), kDone);
     }
-    EXPECT_EQ(idle.front()->readLine(), "");
-    EXPECT_FALSE(idle.front()->send("erature 1 1\n"));
-    idle.back()->send("erature 1 1\n");
-    EXPECT_EQ(idle.back()->readLine(), kDone);
+    EXPECT_THROW(idle.front()->receive(), NoDock);
+    EXPECT_EQ(idle.back()->ask("erature 1 1"), kDone);
     uint32_t value;
     served.dock.readStatus(7, &value);
-    EXPECT_THAT(follower.readLine(), HasSubstr("\"type\":7"));
+    EXPECT_THAT(follower.receive(), HasSubstr("\"type\":7"));
 }
 
 TEST(ControlSocketTest, LogListsWhatWasAskedAndFollowContinues) {
     ServedDock served;
     uint32_t value;
     served.dock.readStatus(7, &value);
-    RawClient client(served.path());
-    EXPECT_THAT(client.ask("log"),
-                HasSubstr("\"operation\":\"getWlcInfo\",\"type\":7,\"result\":0,\"request\":\"\","
-                          "\"answer\":\"56341261\""));
-    EXPECT_EQ(client.readLine(), kDone);
+    Connection client(served.path());
+    EXPECT_THAT(client.ask("log"), HasSubstr("\"answer\":\"56341261\""));
+    EXPECT_EQ(client.receive(), kDone);
     EXPECT_EQ(client.ask("follow"), kDone);
-    served.dock.readStatus(5, &value);
-    EXPECT_THAT(client.readLine(), HasSubstr("\"type\":5"));
     for (int i = 0; i < 1000; ++i) served.dock.readStatus(3, &value);
     served.dock.readStatus(8, &value);
     std::string line;
-    while (!(line = client.readLine()).empty() && line.find("\"type\":8") == std::string::npos) {
-    }
-    EXPECT_THAT(line, HasSubstr("\"number\":1003"));
+    while (line.find("\"type\":8") == std::string::npos) line = client.receive();
+    EXPECT_THAT(line, HasSubstr("\"number\":1002"));
 }
 
 TEST(ControlListenerTest, LeftoversAreReplacedAndTheLivingRespected) {
@@ -199,7 +194,7 @@ TEST(ControlListenerTest, LeftoversAreReplacedAndTheLivingRespected) {
     ControlListener second;
     EXPECT_FALSE(second.open(path, &error));
     EXPECT_THAT(error, HasSubstr("another virtual dock"));
-    const RawClient reaches(path);
+    const Connection reaches(path);
 }
 
 TEST(ControlListenerTest, WhatOthersHaveInTheWayIsLeftAlone) {
@@ -214,7 +209,7 @@ TEST(ControlListenerTest, WhatOthersHaveInTheWayIsLeftAlone) {
 
     std::ofstream(folder / "file") << "precious";
     EXPECT_FALSE(listener.open(folder / "file", &error));
-    EXPECT_THAT(error, HasSubstr("no socket"));
+    EXPECT_THAT(error, HasSubstr("is not a socket"));
     EXPECT_TRUE(std::filesystem::exists(folder / "file"));
     EXPECT_FALSE(listener.open(folder / std::string(200, 'x'), &error));
 }
@@ -222,9 +217,8 @@ TEST(ControlListenerTest, WhatOthersHaveInTheWayIsLeftAlone) {
 TEST(WordsTest, EncodedWordsComeBack) {
     std::string every;
     for (int i = 0; i < 256; ++i) every += static_cast<char>(i);
-    const auto words = splitWords("  a " + encodeWord(every) + " b");
-    ASSERT_TRUE(words);
-    EXPECT_THAT(*words, ::testing::ElementsAre("a", every, "b"));
+    EXPECT_THAT(*splitWords("  a " + encodeWord(every) + " b"),
+                ::testing::ElementsAre("a", every, "b"));
 }
 
 TEST(WordsTest, NumbersAtTheirLimits) {

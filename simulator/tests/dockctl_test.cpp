@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "control_fixture.h"
+#include "served_dock.h"
 
 namespace virtual_dock::testing {
 namespace {

@@ -1,285 +1,177 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "dock/firmware.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <zlib.h>
 
-#include <algorithm>
-#include <numeric>
-#include <random>
-#include <vector>
+#include "dock_fixture.h"
 
-#include "dock/dock_model.h"
-
-namespace virtual_dock {
+namespace virtual_dock::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ByteVector = std::vector<uint8_t>;
+// The bytes 0 to 24 in chunks of 10.
+const std::string kChunk0 = "0000 00 00010203040506070809";
+const std::string kChunk1 = "0100 00 0a0b0c0d0e0f10111213";
+const std::string kChunk2 = "0200 00 1415161718";
+constexpr const char* kDigest =
+    "\"executedSize\":25,\"executedDigest\":"
+    "\"b729ce724d9a48d3884dbfcbee1d3793d922b29fa9d639e7290af4978263772b\"";
 
-constexpr int64_t kSecond = 1'000'000'000;
+constexpr const char* kBusy = "result 12";
+constexpr const char* kRefused = "result 9";
+constexpr const char* kInvalid = "result 3";
 
-ByteVector randomImage(size_t size) {
-    std::mt19937 random(static_cast<uint32_t>(size));
-    ByteVector image(size);
-    for (uint8_t& byte : image) byte = static_cast<uint8_t>(random() % 16);  // compressible
-    return image;
+TEST(FirmwareTest, ImageArrivesOutOfOrderAndTwiceAndRunsAfterARestart) {
+    for (const std::string target : {"00", "01", ""}) {  // "": the older updater
+        const bool legacy = target.empty();
+        const auto ask = [&](const char* type, const std::string& fields = {}) {
+            return (legacy ? "bidi " : "prop ") + std::string(type) + " " + target + fields;
+        };
+        const std::string keys = legacy ? "legacy" : "firmware." + target.substr(1);
+        const std::string temperatures = legacy ? "" : "1ffe";
+        VirtualDock dock;
+        expectSteps(&dock, {{"set " + keys + ".execute-ms 0", ""},
+                            {"temperature 31 -2", ""},
+                            {ask("25", "19000000 0a 80 02 07"), target + "000a64"},
+                            {ask("28"), target + "01"},
+                            {ask("26", kChunk2), target + "0000" + temperatures},
+                            {ask("26", kChunk0), target + "0100" + temperatures},
+                            {ask("26", kChunk0), target + "0100" + temperatures},
+                            {ask("27"), target + "01000100"},
+                            {ask("26", kChunk1), target + "0300" + temperatures},
+                            {ask("29"), target + "0000"},
+                            {ask("28"), target + "00"},
+                            {ask("29"), target + "0064"},
+                            {"status", kDigest},
+                            {"get " + keys + ".major", ":1}"},
+                            {ask("30"), ""},
+                            {"get " + keys + ".major", ":2}"},
+                            {"get " + keys + ".minor", ":7}"},
+                            {ask("27"), kRefused}});
+    }
 }
 
-void add32(uint32_t value, ByteVector* bytes) {
-    for (int i = 0; i < 4; ++i) bytes->push_back(static_cast<uint8_t>(value >> (8 * i)));
+TEST(FirmwareTest, CompressedImageIsExpandedToItsExactSize) {
+    const std::string image = "789c7374240e0000d05c0a29";  // 40 times "A"
+    VirtualDock dock;
+    const auto install = [&](const std::string& size, const std::string& bytes) {
+        expectSteps(&dock, {{"prop 25 00" + size + "0000 fc c0 02 07 0c000000", "0000fc64"},
+                            {"prop 26 00 0000 00" + bytes, "0001001f1c"}});
+        return perform(&dock, "prop 28 00");
+    };
+    EXPECT_EQ(install("2700", image), "0002") << "another size than announced";
+    EXPECT_EQ(install("2800", "789c7374240e0000d05c0a28"), "0002") << "damaged";
+    EXPECT_EQ(install("2800", image), "0000");
+    expectSteps(&dock, {{"status", "\"executedDigest\":\"f0a2fb80ac0699075fb6c7b0ee2bcc20"}});
 }
 
-// The requests of a client, for a target or (target -1) the older updater.
-class FirmwareTest : public ::testing::Test {
-  protected:
-    ByteVector ask(int32_t type, const ByteVector& request, Result expected = kOk) {
-        AnswerBuffer answer;
-        FirmwareEffect happened = FirmwareEffect::kNone;
-        const Result result =
-            isLegacy() ? dock.answerLegacy(type, request, &answer, &happened, now)
-                       : dock.answerTargeted(type, request, 31, -2, &answer, &happened, now);
-        EXPECT_EQ(result, expected) << "type " << type;
-        effect = happened;
-        return {answer.bytes().begin(), answer.bytes().end()};
-    }
-    bool isLegacy() const { return target < 0; }
-    ByteVector withTarget(const ByteVector& rest) const {
-        ByteVector request = rest;
-        if (!isLegacy()) request.insert(request.begin(), static_cast<uint8_t>(target));
-        return request;
-    }
+TEST(FirmwareTest, ResumeContinuesTheSameImageOnly) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"prop 25 00 19000000 0a 80 02 07", "00000a64"},
+                        {"prop 26 00" + kChunk0, "0001001f1c"},
+                        {"prop 25 00 19000000 0a 00 02 07", "00010a43"},
+                        {"prop 27 00", "0001000200"},
+                        {"prop 25 00 19000000 0a 00 02 08", "00000a64"},  // another version
+                        {"prop 27 00", "0000000300"},
+                        {"prop 27 01", kRefused}});
+}
 
-    // The answer without its target.
-    ByteVector start(uint32_t size, uint8_t chunkSize, bool fresh, Result expected = kOk,
-                     uint32_t compressedSize = 0) {
-        ByteVector request;
-        add32(size, &request);
-        const int flags = (fresh ? 0x80 : 0) | (compressedSize != 0 ? 0x40 : 0);
-        request.insert(request.end(), {chunkSize, static_cast<uint8_t>(flags), 2, 7});
-        if (compressedSize != 0) add32(compressedSize, &request);
-        return fields(ask(25, withTarget(request), expected));
+TEST(FirmwareTest, LimitsOfATransfer) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"set firmware.0.max-size 655360", ""},
+                        {"prop 25 00 00000000 0a 80 02 07", kInvalid},  // no bytes
+                        {"prop 25 00 64000000 00 80 02 07", kInvalid},  // chunks of none
+                        {"prop 25 00 01000a00 fc 80 02 07", kInvalid},  // more than it takes
+                        {"prop 25 00 ffffffff fc 80 02 07", kInvalid},
+                        {"prop 25 00 64000000 fc c0 02 07 ffffffff", kInvalid},
+                        {"prop 25 00 64000000 fd 80 02 07", kInvalid},
+                        {"prop 25 00 64000000 fc 80 02 07", "0000fc64"},
+                        {"bidi 25 64000000 fe 80 02 07", kInvalid},
+                        {"bidi 25 64000000 fd 80 02 07", "00fd64"},
+                        {"prop 25 00 f7ff0900 0a 80 02 07", kInvalid},  // 65,536 chunks
+                        {"prop 25 00 f6ff0900 0a 80 02 07", "00000a64"},
+                        {"prop 27 00", "000000ffff"},
+                        {"prop 26 00 feff 00 00010203040506070809", "0000001f1c"},
+                        {"prop 26 00 ffff 00 00010203040506070809", "8000001f1c"}});
+    for (int type = 24; type <= 29; ++type) {
+        EXPECT_EQ(perform(&dock, "prop " + std::to_string(type) + " 02"), kInvalid);
     }
-    ByteVector chunk(uint32_t number, const ByteVector& data, Result expected = kOk) {
-        ByteVector request = {static_cast<uint8_t>(number), static_cast<uint8_t>(number >> 8), 0};
-        request.insert(request.end(), data.begin(), data.end());
-        return ask(26, withTarget(request), expected);
-    }
-    ByteVector missing(Result expected = kOk) { return fields(ask(27, withTarget({}), expected)); }
-    int execute() { return fields(ask(28, withTarget({}))).at(0); }
-    ByteVector status() { return fields(ask(29, withTarget({}))); }
-    ByteVector fields(ByteVector answer) const {
-        if (!isLegacy() && !answer.empty()) answer.erase(answer.begin());
-        return answer;
-    }
-    FirmwareSlot& slot() {
-        return isLegacy() ? dock.legacy : dock.targets[static_cast<size_t>(target)];
-    }
+}
 
-    // Sends the chunks in this order.
-    void send(const ByteVector& bytes, size_t chunkSize, const std::vector<uint32_t>& order) {
-        for (const uint32_t number : order) {
-            const auto begin = bytes.begin() + static_cast<ptrdiff_t>(number * chunkSize);
-            const auto rest = static_cast<size_t>(bytes.end() - begin);
-            const auto size = static_cast<ptrdiff_t>(std::min(chunkSize, rest));
-            chunk(number, {begin, begin + size});
+TEST(FirmwareTest, ChunksWithoutAPlaceAreUnexpected) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"prop 26 00 0000 00 010203", kRefused},
+                        {"prop 25 00 19000000 0a 80 02 07", "00000a64"},
+                        {"prop 26 00 0000 00 000102030405060708", "8000001f1c"},
+                        {"prop 26 00 0000 00 000102030405060708090a", "8000001f1c"},
+                        {"prop 26 00 0000 00", "8000001f1c"},
+                        {"prop 26 00 0200 00 00010203040506070809", "8000001f1c"},
+                        {"prop 26 00 0200 00 141516171819", "8000001f1c"},
+                        {"prop 26 00 0300 00 1415161718", "8000001f1c"},
+                        {"prop 26 00" + kChunk2, "0000001f1c"},
+                        {"bidi 25 19000000 0a 80 02 07", "000a64"},
+                        {"bidi 26 0000 00 000102030405060708", kInvalid},
+                        {"bidi 26 " + kChunk0, "0100"}});
+}
+
+TEST(FirmwareTest, FaultyDocksForgetFailAndRefuse) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"set firmware.0.forget-every 2", ""},
+                        {"prop 25 00 19000000 0a 80 02 07", "00000a64"},
+                        {"prop 26 00" + kChunk0, "0001001f1c"},
+                        {"prop 26 00" + kChunk1, "0001001f1c"},
+                        {"set firmware.0.forget-every 0", ""},
+                        {"prop 26 00" + kChunk1, "0002001f1c"},
+                        {"prop 26 00" + kChunk2, "0003001f1c"},
+                        {"set firmware.0.reject true", ""},
+                        {"prop 28 00", "0002"},
+                        {"set firmware.0.reject false", ""},
+                        {"set firmware.0.execute-ms 4000000", ""},
+                        {"prop 28 00", "0000"},
+                        {"prop 28 00", "0003"},  // while it is being applied
+                        {"prop 25 00 19000000 0a 80 02 07", kBusy},
+                        {"prop 26 00" + kChunk0, kBusy},
+                        {"prop 30", ""},  // too early
+                        {"prop 29 00", "000200"},
+                        {"get firmware.0.major", ":1}"}});
+    FirmwareSlot slot =
+        dock.withModel([](DockModel& model, int64_t) { return model.firmware.targets[0]; });
+    slot.executeMs = 1000;
+    slot.failAt = 40;
+    EXPECT_EQ(slot.execute(kSecond), FirmwareSlot::Verdict::kAccepted);
+    EXPECT_EQ(slot.progress(kSecond * 5 / 4).state, FirmwareSlot::State::kApplying);
+    EXPECT_EQ(slot.progress(kSecond * 5 / 4).percent, 25);
+    EXPECT_EQ(slot.progress(2 * kSecond).state, FirmwareSlot::State::kFailed);
+    EXPECT_EQ(slot.progress(2 * kSecond).percent, 40);
+}
+
+TEST(FirmwareTest, TransferSurvivesALossOfPowerAndTheDockRestarts) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"set firmware.power-off-after 2", ""},
+                        {"set firmware.0.execute-ms 0", ""},
+                        {"prop 25 00 0f000000 0a 80 09 08", "00000a64"},
+                        {"prop 26 00" + kChunk0, "0001001f1c"},
+                        {"prop 26 00 0100 00 0a0b0c0d0e", "0002001f1c"},
+                        {"prop 28 00", "result 6"},
+                        {"place", ""},
+                        {"prop 28 00", "0000"},
+                        {"prop 30", ""},
+                        {"get info.major", ":9}"},
+                        {"get info.minor", ":8}"}});
+    EXPECT_THAT(dock.clearWake(), ::testing::ElementsAre(Event::kWlcOff, Event::kRestart));
+}
+
+TEST(FirmwareTest, RequestsCutAtEveryLengthAreHarmless) {
+    VirtualDock dock;
+    const std::string longest = "00640000000ac001023200000001";
+    for (int type = 23; type <= 31; ++type) {
+        for (size_t length = 0; length <= longest.size(); length += 2) {
+            const std::string step = std::to_string(type) + " " + longest.substr(0, length);
+            perform(&dock, "prop " + step);
+            perform(&dock, "bidi " + step);
         }
     }
-    std::vector<uint32_t> inOrder(size_t size, size_t chunkSize) const {
-        std::vector<uint32_t> order((size + chunkSize - 1) / chunkSize);
-        std::iota(order.begin(), order.end(), 0);
-        return order;
-    }
-
-    FirmwareUpdater dock;
-    int target = 0;
-    int64_t now = kSecond;
-    FirmwareEffect effect = FirmwareEffect::kNone;
-};
-
-TEST_F(FirmwareTest, ImageArrivesOutOfOrderAndTwice) {
-    for (const int each : {0, 1, -1}) {
-        target = each;
-        const size_t chunkSize = isLegacy() ? 253 : 252;
-        const ByteVector image = randomImage(100'000);
-        EXPECT_THAT(start(100'000, static_cast<uint8_t>(chunkSize), true),
-                    ElementsAre(0, chunkSize, 100));
-        std::vector<uint32_t> order = inOrder(image.size(), chunkSize);
-        std::shuffle(order.begin(), order.end(), std::mt19937(1));
-        send(image, chunkSize, order);
-        send(image, chunkSize, {5, 5, 0});
-        EXPECT_EQ(execute(), 0);
-        EXPECT_EQ(slot().imageDigest(), sha256(image));
-        EXPECT_THAT(status(), ElementsAre(1, 0));
-        now += kSecond * 3 / 4;
-        EXPECT_THAT(status(), ElementsAre(1, 50));
-        now += kSecond;
-        EXPECT_THAT(status(), ElementsAre(0, 100));
-        EXPECT_EQ(slot().version.major, 1) << "runs only after a reboot";
-        ask(30, {});
-        EXPECT_EQ(effect, FirmwareEffect::kReboot);
-        EXPECT_EQ(slot().version.major, 2);
-        EXPECT_EQ(slot().version.minor, 7);
-        missing(kRefused);
-    }
-}
-
-TEST_F(FirmwareTest, CompressedImageIsExpanded) {
-    const ByteVector image = randomImage(1024 * 1024);
-    uLongf size = compressBound(image.size());
-    ByteVector compressed(size);
-    ASSERT_EQ(compress(compressed.data(), &size, image.data(), image.size()), Z_OK);
-    compressed.resize(size);
-    start(static_cast<uint32_t>(image.size()), 252, true, kOk, static_cast<uint32_t>(size));
-    send(compressed, 252, inOrder(size, 252));
-    EXPECT_EQ(execute(), 0);
-    EXPECT_EQ(slot().imageDigest(), sha256(image));
-
-    // One that gives another size than was announced, and one that is damaged.
-    now += 10 * kSecond;
-    start(static_cast<uint32_t>(image.size()) - 1, 252, true, kOk, static_cast<uint32_t>(size));
-    send(compressed, 252, inOrder(size, 252));
-    EXPECT_EQ(execute(), 2);
-    start(static_cast<uint32_t>(image.size()), 252, true, kOk, static_cast<uint32_t>(size));
-    compressed[size / 2] ^= 0xFF;
-    send(compressed, 252, inOrder(size, 252));
-    EXPECT_EQ(execute(), 2);
-}
-
-TEST_F(FirmwareTest, ResumeContinuesTheSameImageOnly) {
-    const ByteVector image = randomImage(1000);
-    start(1000, 100, true);
-    send(image, 100, {0, 1, 2, 5});
-    EXPECT_THAT(missing(), ElementsAre(3, 0, 2, 0));
-    EXPECT_EQ(execute(), 1);
-    EXPECT_THAT(start(1000, 100, false), ElementsAre(1, 100, 60));
-    EXPECT_THAT(missing(), ElementsAre(3, 0, 2, 0));
-    EXPECT_THAT(chunk(3, ByteVector(100, 1)), ElementsAre(0, 4, 0, 31, 0xFE));
-    EXPECT_THAT(start(1000, 50, false), ElementsAre(0, 50, 100)) << "other chunks: begins anew";
-    EXPECT_THAT(missing(), ElementsAre(0, 0, 20, 0));
-    target = 1;
-    missing(kRefused);
-}
-
-TEST_F(FirmwareTest, LimitsOfATransfer) {
-    slot().maxSize = 65535 * 10 + 10;
-    start(0, 10, true, kInvalidArgument);
-    start(100, 0, true, kInvalidArgument);
-    start(slot().maxSize + 1, 252, true, kInvalidArgument);
-    start(0xFFFFFFFF, 252, true, kInvalidArgument);
-    start(100, 252, true, kInvalidArgument, 0xFFFFFFFF);
-    start(100, 253, true, kInvalidArgument);
-    start(100, 252, true);
-    start(65535 * 10 + 1, 10, true, kInvalidArgument);
-    start(65535 * 10, 10, true);
-    EXPECT_THAT(missing(), ElementsAre(0, 0, 0xFF, 0xFF));
-    chunk(65534, ByteVector(10));
-    EXPECT_THAT(chunk(65535, ByteVector(10)), ElementsAre(0x80, 0, 0, 31, 0xFE));
-    target = 2;
-    for (const int32_t type : {24, 25, 26, 27, 28, 29}) ask(type, withTarget({}), kInvalidArgument);
-    target = -1;
-    start(100, 253, true);
-    start(100, 254, true, kInvalidArgument);
-}
-
-TEST_F(FirmwareTest, ChunksWithoutAPlaceAreUnexpected) {
-    chunk(0, {1, 2, 3}, kRefused);
-    start(25, 10, true);
-    for (const auto& [number, size] : std::vector<std::pair<uint32_t, size_t>>{
-             {0, 9}, {0, 11}, {0, 0}, {2, 10}, {2, 6}, {3, 5}}) {
-        EXPECT_EQ(chunk(number, ByteVector(size)).at(0), 0x80) << number << " " << size;
-    }
-    EXPECT_EQ(chunk(2, ByteVector(5)).at(0), 0x00);
-    target = -1;
-    start(25, 10, true);
-    chunk(0, ByteVector(9), kInvalidArgument);
-    EXPECT_THAT(chunk(0, ByteVector(10)), ElementsAre(1, 0));
-}
-
-TEST_F(FirmwareTest, FaultyDocksForgetLosePowerAndFail) {
-    const ByteVector image = randomImage(100);
-    slot().forgetEvery = 3;
-    dock.powerOffAfter = 4;
-    start(100, 10, true);
-    send(image, 10, {0, 1, 2});
-    EXPECT_EQ(effect, FirmwareEffect::kNone);
-    EXPECT_THAT(missing(), ElementsAre(2, 0, 8, 0));
-    send(image, 10, {3});
-    EXPECT_EQ(effect, FirmwareEffect::kPowerLoss);
-    send(image, 10, {4});
-    EXPECT_EQ(effect, FirmwareEffect::kNone) << "once";
-    slot().forgetEvery = 0;
-    send(image, 10, inOrder(100, 10));
-
-    slot().failAt = 40;
-    EXPECT_EQ(execute(), 0);
-    EXPECT_EQ(execute(), 3) << "while it is being applied";
-    start(100, 10, true, kBusy);
-    chunk(0, ByteVector(10), kBusy);
-    now += kSecond;
-    EXPECT_THAT(status(), ElementsAre(2, 40));
-    slot().failAt = -1;
-    EXPECT_EQ(execute(), 0);
-    ask(30, {});
-    EXPECT_THAT(status(), ElementsAre(2, 0)) << "restarted too early";
-    now += 10 * kSecond;
-    ask(30, {});
-    EXPECT_EQ(slot().version.major, 1);
-    slot().rejectsImages = true;
-    EXPECT_EQ(execute(), 2);
-}
-
-TEST_F(FirmwareTest, RequestsCutAtEveryLengthAreHarmless) {
-    const ByteVector longest = {0, 100, 0, 0, 0, 10, 0xC0, 1, 2, 50, 0, 0, 0, 1};
-    for (int32_t type = 23; type <= 31; ++type) {
-        for (size_t length = 0; length <= longest.size(); ++length) {
-            const ByteVector exact(longest.begin(),
-                                   longest.begin() + static_cast<ptrdiff_t>(length));
-            AnswerBuffer answer;
-            dock.answerTargeted(type, exact, 0, 0, &answer, &effect, now);
-            dock.answerLegacy(type, exact, &answer, &effect, now);
-        }
-    }
-    start(100, 10, true);
-    EXPECT_THAT(missing(), ElementsAre(0, 0, 10, 0));
-}
-
-TEST(DockModelTest, FirmwareChangesWhatTheDockIs) {
-    DockModel model;
-    const auto ask = [&](int32_t type, const ByteVector& request, int64_t nowNs, Event* event) {
-        AnswerBuffer answer;
-        return model.answerRequest(Operation::kPropRequest, type, request, &answer, event, nowNs);
-    };
-    Event event;
-    EXPECT_EQ(ask(25, {0, 2, 0, 0, 0, 1, 0x80, 9, 8}, 0, &event), kOk);
-    EXPECT_EQ(ask(26, {0, 0, 0, 0, 0xAA}, 0, &event), kOk);
-    model.firmware.powerOffAfter = 1;
-    EXPECT_EQ(ask(26, {0, 1, 0, 0, 0xBB}, 0, &event), kOk);
-    EXPECT_EQ(event, Event::kWlcOff);
-    EXPECT_EQ(ask(28, {0}, 0, &event), kUnavailable);
-    model.charger.docked = true;  // laid on it again: the dock still has the chunks
-    EXPECT_EQ(ask(28, {0}, 0, &event), kOk);
-    EXPECT_EQ(ask(30, {}, 10 * kSecond, &event), kOk);
-    EXPECT_EQ(event, Event::kRestart);
-    EXPECT_EQ(model.information.major, 9);
-    EXPECT_EQ(model.information.minor, 8);
-}
-
-TEST(DockModelTest, EdsPacketsComeBackOrAreAcknowledged) {
-    DockModel model;
-    const auto ask = [&](const ByteVector& request) {
-        AnswerBuffer answer;
-        Event event;
-        model.answerRequest(Operation::kPropRequest, 14, request, &answer, &event, 0);
-        return ByteVector(answer.bytes().begin(), answer.bytes().end());
-    };
-    EXPECT_THAT(ask({0, 7, 8}), ElementsAre(0));
-    EXPECT_THAT(ask({1, 7, 8}), ElementsAre(1, 7, 8));
-    EXPECT_THAT(ask({1}), ElementsAre(1));
-    EXPECT_THAT(ask({2, 7}), ElementsAre());
-    EXPECT_THAT(ask({}), ElementsAre());
+    expectSteps(&dock,
+                {{"prop 25 00 64000000 0a 80 02 07", "00000a64"}, {"prop 27 00", "0000000a00"}});
 }
 
 }  // namespace
-}  // namespace virtual_dock
+}  // namespace virtual_dock::testing

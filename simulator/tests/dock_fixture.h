@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "dock/commands.h"
+#include "dock/virtual_dock.h"
+
+namespace virtual_dock::testing {
+
+using ByteVector = std::vector<uint8_t>;
+
+constexpr int64_t kSecond = 1'000'000'000;
+
+// One step of a test and what comes of it.
+//
+// "bidi TYPE [HEX...]", "prop ..." and "auth ..." are framed requests; expected is the answer in
+// hex digits, or "result N". "rtx TYPE" is a request of reverse transmit, with what it leaves in
+// the area up to the first byte that it did not write. Every other step is a line of the control
+// protocol; expected is a part of the reply, and "" means that it is done.
+using Step = std::pair<std::string, std::string>;
+
+std::string perform(VirtualDock* dock, const std::string& step);
+void expectSteps(VirtualDock* dock, const std::vector<Step>& steps);
+
+// A private folder that goes away with the test.
+class TempFolder {
+  public:
+    TempFolder();
+    ~TempFolder();
+    std::string operator/(const std::string& name) const { return mPath + "/" + name; }
+    const std::string& path() const { return mPath; }
+
+  private:
+    std::string mPath;
+};
+
+// A socket of AF_UNIX that is bound to a path.
+int boundSocket(const std::string& path, int type);
+
+}  // namespace virtual_dock::testing

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the dock answers to framed requests.
+#include <chargelink.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "dock_fixture.h"
+
+namespace virtual_dock::testing {
+namespace {
+
+TEST(PacketsTest, FanFramesAreAnsweredAndNonsenseChangesNothing) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"bidi 12 0ffa", "0f00b004b004c8003200"},
+                        {"bidi 12 0f0b 5001", "0f005001"},
+                        {"get fan.3", "\"fan.3\":336"},
+                        {"bidi 12 0f03", "0f00b004"},
+                        {"get fan.3", "\"fan.3\":\"auto\""},
+                        {"set fan.count 2", ""},
+                        {"bidi 12 0f0a 0101", "0f010000"},  // a fan that is not there
+                        {"bidi 12 0f09", "0f010000"},       // manual without a level
+                        {"bidi 12 0f09 01", "0f010000"},
+                        {"bidi 12 0f09 0101 00", "0f010000"},
+                        {"bidi 12 0ff9 0000", "0f010000000000000000"},  // a question with a level
+                        {"bidi 12 0f11", "0f010000000000000000"},       // an unknown command
+                        {"get fan.1", "\"fan.1\":\"auto\""},
+                        {"bidi 12", "result 13"},
+                        {"bidi 12 0f", "result 13"},
+                        {"bidi 12 10f8", "result 13"}});
+}
+
+TEST(FansTest, ReadingsMoveToTheLevelAndStayThere) {
+    Fans fans;
+    Fan& fan = fans.fan(0);
+    fan.setManual(5200, 10 * kSecond);
+    EXPECT_EQ(fan.read(11 * kSecond).speed, 3200);
+    EXPECT_EQ(fan.read(12 * kSecond).speed, 5200);
+    EXPECT_EQ(fan.read(1'000'000 * kSecond).speed, 5200);
+    EXPECT_EQ(fan.read(9 * kSecond).speed, 1200) << "a clock that goes back";
+    fan.setManual(0, 11 * kSecond);  // turned round half-way
+    EXPECT_EQ(fan.read(12 * kSecond).speed, 1200);
+    EXPECT_EQ(fan.read(20 * kSecond).current, 0);
+    fan.setManual(0xFFFF, 20 * kSecond);
+    EXPECT_EQ(fan.read(60 * kSecond).speed, 0xFFFF);
+    EXPECT_EQ(fan.read(60 * kSecond).drive, 1000);
+    fans.fan(1).setManual(777, 0);
+    fans.setFanLevel(0xFFFFFFFF, 0);
+    EXPECT_EQ(fans.fan(1).read(0).level, 777);
+    EXPECT_EQ(fans.fan(2).read(0).level, Fan::kFullSpeed);
+}
+
+TEST(PacketsTest, EdsPacketsComeBackOrAreAcknowledged) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"prop 14 000708", "00"},
+                        {"prop 14 010708", "010708"},
+                        {"prop 14 01", "01"},
+                        {"prop 14 0207", "result 3"},
+                        {"prop 14", "result 3"}});
+}
+
+TEST(PacketsTest, NonsenseInAuthenticationIsAnsweredWithErrors) {
+    VirtualDock dock;
+    const std::string nonce(32, '0');
+    expectSteps(&dock, {{"auth 26 1a02000a", "170100"},  // an empty slot
+                        {"auth 26 1a802201", "170100"},  // behind the end
+                        {"auth 26 1a0000", "170100"},    // short
+                        {"auth 26 2a000000", "170210"},  // a version that it does not speak
+                        {"auth 25 19", "170100"},
+                        {"auth 27 1b02" + nonce, "170100"},
+                        {"auth 27 1b00", "170100"},
+                        {"auth 25", "result 3"},
+                        {"auth 25 1a000000", "result 3"},
+                        {"auth 24 1800", "result 13"},
+                        {"set auth.error 3", ""},
+                        {"auth 25 1901", "170300"}});
+}
+
+TEST(DockInformationTest, EveryElementIsFoundAndNoOther) {
+    DockInformation information;
+    information.texts[1] = std::string("\xFF\0z", 3);
+    AnswerBuffer packet;
+    information.encode(&packet);
+    const auto found = [&](int32_t tag) {
+        Bytes value;
+        const Result result = findElement(packet.bytes(), tag, &value);
+        return result == kOk ? std::string(value.begin(), value.end())
+                             : "result " + std::to_string(result);
+    };
+    EXPECT_EQ(found(0), "Virtual dock");
+    EXPECT_EQ(found(1), information.texts[1]);
+    EXPECT_EQ(found(3), "\x21");
+    EXPECT_EQ(found(4), std::string("\x01\x00", 2) + "desk");
+    for (const int32_t tag : {5, -1, 256}) EXPECT_EQ(found(tag), "result 6") << tag;
+    // In memory of exactly that size, so that a read beyond it is an error under asan.
+    for (size_t length = 0; length <= packet.size(); ++length) {
+        const auto cut = std::make_unique<uint8_t[]>(length);
+        std::copy_n(packet.bytes().begin(), length, cut.get());
+        for (int32_t tag = 0; tag <= 5; ++tag) {
+            const uint8_t* value = cut.get();
+            uint8_t valueLength = 0;
+            getPacketTlv(cut.get(), length, tag, &value, &valueLength);
+            EXPECT_GE(value, cut.get());
+            EXPECT_LE(value + valueLength, cut.get() + length);
+        }
+    }
+}
+
+TEST(DockInformationTest, LyingLengthsAreMalformed) {
+    Bytes value;
+    for (const ByteVector& packet : std::vector<ByteVector>{
+             {7}, {7, 1}, {7, 255}, {7, 3, 0, 0}, {0, 0, 7, 1}, {0, 2, 1, 1, 9, 1, 0, 7}}) {
+        EXPECT_EQ(findElement(packet, 7, &value), kMalformedPacket)
+            << ::testing::PrintToString(packet);
+    }
+    const uint8_t liesLater[] = {0, 1, 'a', 7, 255};
+    EXPECT_EQ(findElement(liesLater, 0, &value), kOk) << "what stands before the lie";
+    const uint8_t empty[] = {7, 0};
+    EXPECT_EQ(findElement(empty, 7, &value), kOk);
+    EXPECT_TRUE(value.empty());
+}
+
+TEST(DockInformationTest, LongestPacketFitsAndOneByteMoreDoesNot) {
+    DockInformation information;
+    information.texts[1] = information.texts[2] = information.versionName = "";
+    information.texts[0] = std::string(DockInformation::kMaxPacket - 13, 'x');
+    AnswerBuffer packet;
+    information.encode(&packet);
+    EXPECT_EQ(packet.size(), DockInformation::kMaxPacket);
+    EXPECT_TRUE(information.fits());
+    information.texts[0] += 'x';
+    EXPECT_FALSE(information.fits());
+}
+
+TEST(ReverseTransmitTest, TextsAreLeftInEveryStyle) {
+    VirtualDock dock;
+    expectSteps(&dock, {{"rtx 2", std::string("available\0", 10)},
+                        {"rtx 5", std::string("disconnected\0", 13)},
+                        {"set rtx.reading-a -4999", ""},
+                        {"rtx 6", std::string("-4999\0", 6)},
+                        {"set rtx.prmc 0xDEADBEEF", ""},
+                        {"rtx 8", std::string("deadbeef\0", 9)},
+                        {"set rtx.texts newline", ""},
+                        {"rtx 6", std::string("-4999\n\0", 7)},
+                        {"set rtx.texts unterminated", ""},
+                        {"rtx 6", "-4999xxxxxxxxxxxxxxx"},
+                        {"set rtx.texts garbage", ""},
+                        {"rtx 1", std::string("\0", 1)}});  // its area may be one byte
+    EXPECT_EQ(perform(&dock, "rtx 6").find('\0'), std::string::npos);
+}
+
+TEST(ReverseTransmitTest, SwitchingIsAnnouncedOnlyWhenItChanges) {
+    VirtualDock dock;
+    for (const char* request : {"rtx 3", "rtx 3", "rtx 4", "rtx 4"}) {
+        EXPECT_EQ(perform(&dock, request), "");
+    }
+    EXPECT_THAT(dock.clearWake(), ::testing::ElementsAre(Event::kRtx, Event::kRtx));
+    perform(&dock, "set rtx.supported false");
+    for (int type = 0; type <= 11; ++type) {
+        EXPECT_THAT(perform(&dock, "rtx " + std::to_string(type)),
+                    ::testing::StartsWith("result "));
+    }
+}
+
+TEST(FeaturesTest, ValuesAreKeptPerQueryUpToALimit) {
+    VirtualDock dock;
+    int64_t value = 0;
+    EXPECT_EQ(dock.setFeature(-5, INT64_MIN), kOk);
+    EXPECT_EQ(dock.getFeature(-5, &value), kOk);
+    EXPECT_EQ(value, INT64_MIN);
+    for (size_t i = 1; i < Features::kMaxQueries; ++i) {
+        EXPECT_EQ(dock.setFeature(static_cast<int64_t>(i), 1), kOk);
+    }
+    EXPECT_EQ(dock.setFeature(1000, 1), kRefused);
+    EXPECT_EQ(dock.setFeature(-5, 2), kOk) << "a query that is held already";
+}
+
+}  // namespace
+}  // namespace virtual_dock::testing
