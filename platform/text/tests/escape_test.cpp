@@ -48,11 +48,6 @@ TEST(EscapeTest, PiecesCutAnywhereMakeTheSameAsTheWhole) {
         out += escaper.end();
         EXPECT_EQ(shown, out) << cut;
     }
-    StreamEscaper escaper;
-    std::string out;
-    for (const char c : all) out += escaper.next({&c, 1});
-    out += escaper.end();
-    EXPECT_EQ(shown, out);
 }
 
 TEST(EscapeTest, ShortRoomTakesWholeCharactersOnly) {

@@ -2,11 +2,8 @@
 #include <gtest/gtest.h>
 #include <utils/RefBase.h>
 
-#include <atomic>
 #include <functional>
-#include <thread>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -45,23 +42,6 @@ TEST(RefBaseTest, AssignmentIsCompleteBeforeFormerObjectGoes) {
     const sp<Watched> next = sp<Watched>::make([] {});
     holder = next;
     EXPECT_EQ(next.get(), seen);
-}
-
-TEST(RefBaseTest, ThreadsShareAndTheLastOneDeletes) {
-    for (int round = 0; round < 50; ++round) {
-        std::atomic<int> deleted{0};
-        sp<Watched> strong = sp<Watched>::make([&] { ++deleted; });
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i) {
-            threads.emplace_back([mine = strong] {
-                for (int j = 0; j < 200; ++j) const sp<Watched> copy = mine;
-            });
-        }
-        strong.clear();
-        for (std::thread& thread : threads) thread.join();
-        threads.clear();
-        EXPECT_EQ(1, deleted);
-    }
 }
 
 }  // namespace
