@@ -51,6 +51,11 @@ class CertificateTest : public ChargerTest {
 
 TEST_F(CertificateTest, WholeChainIsReadInPieces) {
     dock(chainOf(500));
+    // A piece size set meanwhile is for the next read.
+    protocol().answer = [this, dock = protocol().answer](const Sent& sent) {
+        shell({"cert.request_length", "10"});
+        return dock(sent);
+    };
     EXPECT_EQ(read(0, 0), 0);
     EXPECT_EQ(got, chainOf(500));
     EXPECT_THAT(pieces,
@@ -61,9 +66,9 @@ TEST_F(CertificateTest, WholeChainIsReadInPieces) {
 TEST_F(CertificateTest, PartOfAChainIsReadAsAsked) {
     const Bytes chain = chainOf(700);
     dock(chain);
-    EXPECT_EQ(read(300, 200), 0);
-    EXPECT_EQ(got, Bytes(chain.begin() + 300, chain.begin() + 500));
-    EXPECT_THAT(pieces, ElementsAre(Piece{300, 127}, Piece{427, 73}));
+    EXPECT_EQ(read(256, 200), 0);  // where the next bytes would be a length of 7
+    EXPECT_EQ(got, Bytes(chain.begin() + 256, chain.begin() + 456));
+    EXPECT_THAT(pieces, ElementsAre(Piece{256, 127}, Piece{383, 73}));
     EXPECT_EQ(read(0, 100), 0);
     EXPECT_EQ(got.size(), 100u);
     EXPECT_THAT(pieces, ElementsAre(Piece{0, 100}));
@@ -112,10 +117,10 @@ TEST_F(CertificateTest, AwkwardAnswersEndInTime) {
 
 TEST_F(CertificateTest, PieceSizeIsTheShells) {
     dock(chainOf(300));
-    shell({"cert.request_length", "1000"});
+    shell({"cert.request_length", "1030"});
     EXPECT_EQ(read(0, 0), 0);
     EXPECT_EQ(got, chainOf(300));
-    EXPECT_THAT(pieces, ElementsAre(Piece{0, 1000}));
+    EXPECT_THAT(pieces, ElementsAre(Piece{0, 1030}));
     shell({"cert.request_length", "0"});
     dock(chainOf(300), 2043, 100);
     EXPECT_EQ(read(0, 0), 0);
@@ -174,18 +179,21 @@ TEST_F(AuthAnswerTest, ChallengeAnswerNeedsItsWholeSignature) {
     Bytes answer{0x13, 0x2C, 0xF0};
     answer.insert(answer.end(), 32, 0x01);
     answer.insert(answer.end(), 32, 0x02);
-    WpcAuthChallengeResponse response;
     fake::answerAll({.bytes = answer});
-    EXPECT_EQ(errorOf(charger->getWpcAuthChallengeResponse(0, Bytes(16), &response)), 0);
-    EXPECT_EQ(response.maxProtocolVersion, 2);
-    EXPECT_EQ(response.slotPopulatedMask, 12);
-    EXPECT_EQ(response.certChainHashLsb, -16);
-    EXPECT_EQ(response.signatureR, Bytes(32, 1));
-    EXPECT_EQ(response.signatureS, Bytes(32, 2));
+    const auto whole = ask(&W::getWpcAuthChallengeResponse, 0, Bytes(16));
+    EXPECT_EQ(whole.maxProtocolVersion, 2);
+    EXPECT_EQ(whole.slotPopulatedMask, 12);
+    EXPECT_EQ(whole.certChainHashLsb, -16);
+    EXPECT_EQ(whole.signatureR, Bytes(32, 1));
+    EXPECT_EQ(whole.signatureS, Bytes(32, 2));
 
     answer.pop_back();
     fake::answerAll({.bytes = answer});
-    EXPECT_EQ(errorOf(charger->getWpcAuthChallengeResponse(0, Bytes(16), &response)), 2);
+    for (const auto& [nonceSize, error] : {std::pair{16, 2}, {15, 1}}) {
+        WpcAuthChallengeResponse out = whole;
+        EXPECT_EQ(errorOf(charger->getWpcAuthChallengeResponse(0, Bytes(nonceSize), &out)), error);
+        EXPECT_EQ(out.maxProtocolVersion | out.slotPopulatedMask | out.certChainHashLsb, 0);
+    }
 }
 
 TEST_F(AuthAnswerTest, ReadinessIsTheLibrarysResult) {

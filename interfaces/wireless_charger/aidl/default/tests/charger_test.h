@@ -6,14 +6,18 @@
 #include <gtest/gtest.h>
 #include <stdio.h>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "WirelessCharger.h"
 #include "fake_protocol.h"
+#include "test_environment.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 
@@ -30,6 +34,17 @@ using testing::IsEmpty;
 inline int errorOf(const ndk::ScopedAStatus& status) {
     if (status.isOk()) return 0;
     return status.getExceptionCode() == EX_SERVICE_SPECIFIC ? status.getServiceSpecificError() : -1;
+}
+
+/** Each so many times, at once, on a thread of its own. */
+inline void runAtOnce(int times, const std::vector<std::function<void()>>& actions) {
+    std::vector<std::thread> threads;
+    for (const auto& action : actions) {
+        threads.emplace_back([&action, times] {
+            for (int i = 0; i < times; i++) action();
+        });
+    }
+    for (auto& thread : threads) thread.join();
 }
 
 class ChargerTest : public testing::Test {
@@ -50,13 +65,21 @@ class ChargerTest : public testing::Test {
                   STATUS_OK);
     }
 
+    void chargingOff() {
+        int off = 1;
+        charger->wlcCallback(off);
+    }
+
+    void answer(const char* bytes) { fake::answerAll({.bytes = hex(bytes)}); }
+
     /** What a method answers; fails the test when it fails. */
     template <typename... Parameters, typename... Arguments>
     auto ask(ndk::ScopedAStatus (WirelessCharger::*method)(Parameters...), Arguments... arguments) {
         using Out = std::tuple_element_t<sizeof...(Arguments), std::tuple<Parameters...>>;
-        std::remove_pointer_t<Out> answer{};
-        EXPECT_EQ(errorOf((charger.get()->*method)(arguments..., &answer)), 0);
-        return answer;
+        std::remove_pointer_t<Out> out{};
+        if constexpr (std::is_same_v<Out, bool*>) out = true;
+        EXPECT_EQ(errorOf((charger.get()->*method)(arguments..., &out)), 0);
+        return out;
     }
 
     /** The state report. */

@@ -133,7 +133,7 @@ TEST_F(ShellTest, EdsWithWrongArgumentsSendsNothing) {
     }
 }
 
-TEST_F(ShellTest, EdsLoopbackRunsEveryPassAndChecksTheAnswer) {
+TEST_F(ShellTest, EdsLoopbackRunsEveryPassAndChecksItsData) {
     protocol().answer = [](const Sent& sent) { return fake::Answer{.bytes = sent.request}; };
     shell({"eds.test", "65537", "2", "92", "ignored"});
     ASSERT_EQ(protocol().sent.size(), 2u);
@@ -147,13 +147,19 @@ TEST_F(ShellTest, EdsLoopbackRunsEveryPassAndChecksTheAnswer) {
     EXPECT_NE(first.request, protocol().sent[1].request);
     takeRequests();
 
-    // One wrong byte, the last.
-    protocol().answer = [](const Sent& sent) {
-        Bytes bytes = sent.request;
-        bytes.back() ^= 1;
-        return fake::Answer{.bytes = bytes};
-    };
-    EXPECT_EQ(sentBy({"eds.test", "1", "3", "5"}), 1u);
+    // Loop count and size are decimal; one wrong byte, the first or the last, ends the test.
+    EXPECT_EQ(sentBy({"eds.test", "1", "010", "010"}), 10u);
+    for (size_t wrong : {0, 10}) {
+        protocol().answer = [=](const Sent& sent) {
+            Bytes bytes = sent.request;
+            bytes.at(wrong) ^= 1;
+            return fake::Answer{.bytes = bytes};
+        };
+        EXPECT_EQ(sentBy({"eds.test", "1", "3", "010"}), 1u);
+    }
+    limitFread(4);
+    EXPECT_EQ(sentBy({"eds.test", "1", "1", "5"}), 0u);
+    limitFread(SIZE_MAX);
 }
 
 TEST_F(ShellTest, EdsDataTestNeedsAZeroByte) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every method that sends a framed request: the exact request, and the error of every result.
-#include <functional>
-#include <thread>
+#include <chrono>
+#include <future>
 
 #include "charger_test.h"
 
@@ -24,11 +24,6 @@ const std::string kNoAnswer = "no answer";
 const Bytes kNonce = hex("01 02 03 04 05 06 07 08");
 const Bytes kAuthNonce(16, 0xCD);
 const Bytes kKey(32, 0xAB);
-const std::string kKeyHex = [] {
-    std::string text;
-    for (int i = 0; i < 32; i++) text += "AB ";
-    return text;
-}();
 const FirmwareVersion kVersion{0x112, 0x34, "ab"};
 
 // clang-format off
@@ -41,10 +36,11 @@ const Exchange kExchanges[] = {
         {"SetFanOtherMode", [](W& w) { FanInfo o{}; return w.setFan(3, FanMode(2), 0x0150, &o); }, Sent::BIDI, 12, "0F 00", 0},
         {"DockInformation", [](W& w) { DockInfo o{}; return w.getInformation(&o); }, Sent::BIDI, 0, kNoPayload, 0},
         {"Challenge", [](W& w) { Bytes o{}; return w.challenge(5, kNonce, &o); }, Sent::BIDI, 18, "05 08 01 02 03 04 05 06 07 08", 0},
-        {"KeyExchange", [](W& w) { KeyExchangeResponse o{}; return w.keyExchange(kKey, &o); }, Sent::BIDI, 16, kKeyHex, 0},
+        {"KeyExchange", [](W& w) { KeyExchangeResponse o{}; return w.keyExchange(kKey, &o); }, Sent::BIDI, 16, "AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB", 0},
         {"LegacyInformation", [](W& w) { UpdateInfo o{}; return w.getUpdateInformation(&o); }, Sent::BIDI, 24, kNoPayload, 0},
         {"LegacyStart", [](W& w) { UpdateStartResponse o{}; return w.updateStart(0x01020304, -3, true, kVersion, &o); }, Sent::BIDI, 25, "04 03 02 01 FD 80 12 34 61 62", 0},
         {"LegacyResume", [](W& w) { UpdateStartResponse o{}; return w.updateStart(1, 2, false, FirmwareVersion(), &o); }, Sent::BIDI, 25, "01 00 00 00 02 00 00 00", 0},
+        {"LegacyNameWithAZeroByte", [](W& w) { UpdateStartResponse o{}; return w.updateStart(0, 0, false, {0, 0, {"a\0b", 3}}, &o); }, Sent::BIDI, 25, "00 00 00 00 00 00 00 00 61 00 00", 0},
         {"LegacyChunk", [](W& w) { char16_t o{}; return w.sendChunk(0xFFFE, -1, kNonce, &o); }, Sent::BIDI, 26, "FE FF FF 01 02 03 04 05 06 07 08", 0},
         {"LegacyMissingChunk", [](W& w) { MissingChunk o{}; return w.getFirstMissingChunk(&o); }, Sent::BIDI, 27, kNoPayload, 0},
         {"LegacyExecute", [](W& w) { ExecuteStatus o{}; return w.executeUpdate(&o); }, Sent::BIDI, 28, kNoPayload, 0},
@@ -68,6 +64,10 @@ const Exchange kExchanges[] = {
         {"AuthChallenge", [](W& w) { WpcAuthChallengeResponse o{}; return w.getWpcAuthChallengeResponse(-1, kAuthNonce, &o); }, Sent::WPC_AUTH, 27, "1B 03 CD CD CD CD CD CD CD CD CD CD CD CD CD CD CD CD", 33000},
 };
 // clang-format on
+
+bool isLegacy(const Exchange& row) {
+    return std::string_view(row.name).starts_with("Legacy");
+}
 
 class RequestTest : public ChargerTest, public testing::WithParamInterface<Exchange> {};
 
@@ -128,29 +128,24 @@ TEST_F(ChargerTest, LargestArgumentFillsTheRequest) {
 }
 
 TEST_F(ChargerTest, AnswersAreReadAtTheirPlaces) {
-    const auto with = [](const char* bytes) { fake::answerAll({.bytes = hex(bytes)}); };
-
-    with("0F 00 34 12 01 00 02 00 03 80");
-    const FanInfo fan = ask(&W::getFanInfo, 2);
-    EXPECT_TRUE(fan.valid);
-    EXPECT_THAT((std::vector<int>{fan.level, fan.fanValue1, fan.fanValue2, fan.fanValue3}),
-                ElementsAre(0x1234, 1, 2, 0x8003));
-    with("0F 01 34 12 01 00 02 00 03 80");
-    const FanInfo set = ask(&W::setFan, 2, FanMode::AUTO, 0);
-    EXPECT_FALSE(set.valid);
-    EXPECT_THAT((std::vector<int>{set.level, set.fanValue1}), ElementsAre(0x1234, 0));
-
-    with("F6 28");
+    const auto fields = [](const FanInfo& fan) {
+        return std::vector<int>{fan.valid, fan.level, fan.fanValue1, fan.fanValue2, fan.fanValue3};
+    };
+    answer("0F 00 34 12 01 00 02 00 03 80");
+    EXPECT_THAT(fields(ask(&W::getFanInfo, 2)), ElementsAre(1, 0x1234, 1, 2, 0x8003));
+    answer("0F 01 34 12 01 00 02 00 03 80");
+    EXPECT_THAT(fields(ask(&W::setFan, 2, FanMode::AUTO, 0)), ElementsAre(0, 0x1234, 0, 0, 0));
+    answer("F6 28");
     EXPECT_EQ(ask(&W::getSkinTemperature).toString(), "SkinTemp{boostTemp: -10, puckTemp: 40}");
 
-    with("08 11 12 13 14 15 16 17 18 99");
+    answer("08 11 12 13 14 15 16 17 18 99");
     EXPECT_EQ(ask(&W::challenge, 5, kNonce), hex("11 12 13 14 15 16 17 18"));
-    with("07 11 12 13 14 15 16 17 18");
-    Bytes answer;
-    EXPECT_EQ(errorOf(charger->challenge(5, kNonce, &answer)), 2);
+    answer("07 11 12 13 14 15 16 17 18");
+    Bytes bytes;
+    EXPECT_EQ(errorOf(charger->challenge(5, kNonce, &bytes)), 2);
 
     // What a short answer does not cover is the request, then zeros.
-    with("FF");
+    answer("FF");
     const KeyExchangeResponse key = ask(&W::keyExchange, kKey);
     EXPECT_EQ(key.header, -1);
     Bytes expected(31, 0xAB);
@@ -173,15 +168,29 @@ TEST_F(ChargerTest, LockedRequestsNeverOverlap) {
         std::this_thread::yield();
         return fake::Answer{};
     };
-    std::vector<std::thread> threads;
+    std::vector<std::function<void()>> locked;
     for (const Exchange& row : kExchanges) {
-        if (std::string(row.name).starts_with("Legacy")) continue;
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20; i++) row.call(*charger);
-        });
+        if (!isLegacy(row)) locked.push_back([&] { row.call(*charger); });
     }
-    for (auto& thread : threads) thread.join();
+    runAtOnce(20, locked);
     EXPECT_FALSE(protocol().overlapped);
+}
+
+// While a request under the lock is with the dock, the others are sent and answered.
+TEST_F(ChargerTest, LegacyRequestsDoNotWaitForOthers) {
+    for (const Exchange& row : kExchanges) {
+        if (!isLegacy(row)) continue;
+        std::future<void> other;
+        protocol().answer = [&](const Sent& sent) {
+            if (sent.channel == Sent::PROP) {
+                other = std::async(std::launch::async, [&] { row.call(*charger); });
+                EXPECT_EQ(other.wait_for(std::chrono::seconds(30)), std::future_status::ready)
+                    << row.name;
+            }
+            return fake::Answer{};
+        };
+        ask(&W::getSkinTemperature);
+    }
 }
 
 }  // namespace

@@ -3,14 +3,20 @@
 // A alignment, F fan, s firmware update skipped.
 #include "wireless_event.h"
 
+#include <errno.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "test_environment.h"
@@ -106,6 +112,10 @@ TEST(UeventTest, AwkwardMessagesDoNoHarm) {
     EXPECT_EQ(stepsOf(drivers), std::string(1000, 'F'));
 }
 
+int ownPriority() {
+    return getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+}
+
 // The real thread. It never ends, so what it uses is never freed nor closed.
 TEST(UeventTest, ThreadHandlesEachMessageThatFits) {
     struct Journal {
@@ -119,25 +129,49 @@ TEST(UeventTest, ThreadHandlesEachMessageThatFits) {
         journal.steps += step;
         journal.changed.notify_all();
     };
-    int ends[2] = {};
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
-    giveUeventSocket(ends[0]);
+    // The highest that this process may set.
+    static const int highest = std::async(std::launch::async, [] {
+                                   setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), -20);
+                                   return ownPriority();
+                               }).get();
     static auto& event = *new ::android::sp<WirelessEvent>(::android::sp<WirelessEvent>::make(
         [=](RtxStatusInfo& info) { note("R" + std::to_string(info.prmc++)); },
         [=](AlignInfo&) { note("A"); }, [=](int& level) { note("F" + std::to_string(level++)); },
-        [=](int& off) { note(off ? "O" : "W"); }));
+        [=](int& off) {
+            note(ownPriority() != highest ? "wrong priority" : off ? "O" : "W");
+        }));
+    const auto eventually = [](const std::function<bool()>& holds) {
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!holds()) {
+            if (std::chrono::steady_clock::now() > limit) return false;
+            std::this_thread::yield();
+        }
+        return true;
+    };
+    // Without a socket the thread ends: it can be started again.
+    countInLog("failed to open uevent socket");
     ASSERT_TRUE(event->startThread());
+    ASSERT_TRUE(eventually([] { return countedInLog() == 1; }));
+    int ends[2] = {};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+    giveUeventSocket(ends[0]);
+    ASSERT_TRUE(eventually([] { return event->startThread(); }));
 
+    countInLog("Error reading from Uevent Fd");
     const std::string driver = message("|DRIVER=p9221");
     const auto sized = [&](size_t size) { return std::string(size - driver.size(), 'x') + driver; };
-    for (const std::string& text : {sized(2048), sized(2047), "\0"s + driver, driver.substr(1),
-                                    message("SOURCE=WLC_OFF|DRIVER=p9221|")}) {
+    for (const std::string& text :
+         {sized(2048), sized(2047), "\0"s + driver, driver.substr(1),
+          "errno " + std::to_string(EAGAIN), "errno " + std::to_string(EIO),
+          message("SOURCE=WLC_OFF|DRIVER=p9221|")}) {
         ASSERT_EQ(send(ends[1], text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     }
     std::unique_lock lock(journal.lock);
     EXPECT_TRUE(journal.changed.wait_for(lock, std::chrono::seconds(30),
                                          [] { return journal.steps.ends_with("OA"); }));
     EXPECT_EQ(journal.steps, "R0WAF0R1WAF1OA");
+    EXPECT_EQ(countedInLog(), 1);
+    EXPECT_TRUE(fcntl(ends[0], F_GETFL) & O_NONBLOCK);
 }
 
 }  // namespace
