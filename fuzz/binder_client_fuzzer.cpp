@@ -216,7 +216,7 @@ void operate(AIBinder* root, uint8_t what) {
         case 9:
             return (void)shellCommand(root, 0, 2, 2, {"an argument"}, &result);
         case 10:
-            return (void)AIBinder_getExtension(root, object.getR());
+            return (void)echo::callWithBinder(root, echo::kReturnObject, root, &object);
         case 11:
             return (void)AIBinder_isAlive(root);
         default:

@@ -66,7 +66,6 @@ Served::Served() {
     auto* clazz = const_cast<AIBinder_Class*>(AIBinder_getClass(root.get()));
     AIBinder_Class_setOnDump(clazz, dumpAll);
     AIBinder_Class_setHandleShellCommand(clazz, runCommand);
-    AIBinder_setExtension(root.get(), echo::makeCallback([](int x) { return x; }).get());
     server.onPing([this](int what) { onPing(what); });
     listener = std::make_shared<Listener>(listenUnix(path), root.get(), 3);
     if (!Reactor::get().add(listener)) abort();
@@ -75,15 +74,15 @@ Served::Served() {
 // What a method of a service may do with a client's object.
 void Served::onPing(int what) {
     const ndk::SpAIBinder callback = server.callback();
-    ndk::SpAIBinder extension;
+    ndk::SpAIBinder object;
     switch (what) {
         case 1:
             return deaths().link(callback.get());
         case 2:
             return deaths().unlink(callback.get());
         case 3:
-            (void)AIBinder_getExtension(callback.get(), extension.getR());
-            return server.setCallback(extension);
+            (void)echo::callWithBinder(callback.get(), echo::kReturnObject, root.get(), &object);
+            return server.setCallback(object);
         case 4:
             return (void)AIBinder_ping(callback.get());
         case 5:

@@ -66,9 +66,7 @@ constexpr void (*kRecordReaders[])(Input) = {
 Input gReply;
 
 binder_status_t answerWithInput(AIBinder*, transaction_code_t, const AParcel*, AParcel* out) {
-    size_t size = gReply.size() & ~size_t{3};
-    return AParcel_appendFrom(parcelOf(gReply.first(size)).get(), out, 0,
-                              static_cast<int32_t>(size));
+    return AParcel_unmarshal(out, gReply.data(), gReply.size());
 }
 
 IWirelessCharger& proxyOfLiar() {

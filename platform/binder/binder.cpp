@@ -134,22 +134,7 @@ LocalBinder::LocalBinder(const AIBinder_Class* clazz, void* args)
     : AIBinder(/*isRemote=*/false, clazz), mUserData(clazz->onCreate(args)) {}
 
 void LocalBinder::onLastStrong() {
-    AIBinder* extension;
-    {
-        std::lock_guard lock(mLock);
-        extension = std::exchange(mExtension, nullptr);
-    }
-    if (extension != nullptr) extension->decStrong();
     clazz()->onDestroy(mUserData);
-}
-
-void LocalBinder::setExtension(AIBinder* extension) {
-    extension->incStrong();
-    {
-        std::lock_guard lock(mLock);
-        std::swap(mExtension, extension);
-    }
-    if (extension != nullptr) extension->decStrong();
 }
 
 binder_status_t LocalBinder::transact(transaction_code_t code, AParcel& in, AParcel& out,
@@ -162,11 +147,9 @@ binder_status_t LocalBinder::transact(transaction_code_t code, AParcel& in, APar
         case kInterfaceCode:
             out.writeString(clazz()->descriptor);
             break;
-        case kExtensionCode: {
-            std::lock_guard lock(mLock);
-            out.writeBinder(mExtension);
+        case kExtensionCode:
+            out.writeBinder(nullptr);  // objects have none here
             break;
-        }
         case kDumpCode:
             status = runDump(in);
             break;
@@ -183,13 +166,9 @@ binder_status_t LocalBinder::transact(transaction_code_t code, AParcel& in, APar
 
 binder_status_t LocalBinder::runMethod(transaction_code_t code, const AParcel& in, AParcel& out) {
     if (code < kFirstUserCode || code > kLastUserCode) return STATUS_UNKNOWN_TRANSACTION;
-    if (clazz()->hasToken) {
-        const std::vector<uint8_t>& token = clazz()->token;
-        const uint8_t* sent = in.read(token.size());
-        if (sent == nullptr || memcmp(sent, token.data(), token.size()) != 0) {
-            return STATUS_BAD_TYPE;
-        }
-    }
+    const std::vector<uint8_t>& token = clazz()->token;
+    const uint8_t* sent = in.read(token.size());
+    if (sent == nullptr || memcmp(sent, token.data(), token.size()) != 0) return STATUS_BAD_TYPE;
     return clazz()->onTransact(this, code, &in, &out);
 }
 

@@ -28,9 +28,6 @@ struct AIBinder_Class {
     // Set right after definition, before the first object.
     AIBinder_onDump onDump = nullptr;
     AIBinder_handleShellCommand onShellCommand = nullptr;
-    const char** functionNames = nullptr;
-    size_t functionCount = 0;
-    bool hasToken = true;
 };
 
 // Counted by hand because C code holds references: the object is usable while somebody holds it
@@ -124,7 +121,6 @@ class LocalBinder final : public AIBinder {
     void* userData() const { return mUserData; }
     int32_t stability() const override { return static_cast<int32_t>(mStability.load()); }
     void markVintf() { mStability = Stability::kVintf; }
-    void setExtension(AIBinder* extension) EXCLUDES(mLock);
 
     // Runs a method, or one of the codes that every object answers, in the calling thread.
     binder_status_t transact(transaction_code_t code, AParcel& in, AParcel& out,
@@ -140,8 +136,6 @@ class LocalBinder final : public AIBinder {
 
     void* const mUserData;
     std::atomic<Stability> mStability{Stability::kSystem};
-    std::mutex mLock;
-    AIBinder* mExtension GUARDED_BY(mLock) = nullptr;
 };
 
 class ProxyBinder final : public AIBinder {

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "binder.h"
-#include "host/binder_host.h"
 #include "parcel.h"
 #include "session.h"
 
@@ -60,23 +59,6 @@ void AIBinder_Class_setOnDump(AIBinder_Class* clazz, AIBinder_onDump onDump) {
 void AIBinder_Class_setHandleShellCommand(AIBinder_Class* clazz,
                                           AIBinder_handleShellCommand handleShellCommand) {
     clazz->onShellCommand = handleShellCommand;
-}
-
-void AIBinder_Class_disableInterfaceTokenHeader(AIBinder_Class* clazz) {
-    clazz->hasToken = false;
-}
-
-void AIBinder_Class_setTransactionCodeToFunctionNameMap(AIBinder_Class* clazz,
-                                                        const char** transactionCodeToFunctionMap,
-                                                        size_t length) {
-    clazz->functionNames = transactionCodeToFunctionMap;
-    clazz->functionCount = length;
-}
-
-const char* AIBinder_Class_getFunctionName(AIBinder_Class* clazz, transaction_code_t code) {
-    if (code < FIRST_CALL_TRANSACTION) return nullptr;
-    size_t index = code - FIRST_CALL_TRANSACTION;
-    return index < clazz->functionCount ? clazz->functionNames[index] : nullptr;
 }
 
 const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) {
@@ -130,10 +112,6 @@ pid_t AIBinder_getCallingPid() {
     return caller != nullptr ? caller->pid : getpid();
 }
 
-bool AIBinder_isHandlingTransaction() {
-    return CallerScope::current() != nullptr;
-}
-
 void AIBinder_incStrong(AIBinder* binder) {
     if (binder != nullptr) binder->incStrong();
 }
@@ -161,26 +139,6 @@ void* AIBinder_getUserData(AIBinder* binder) {
     return local == nullptr ? nullptr : local->userData();
 }
 
-bool AIBinder_lt(const AIBinder* lhs, const AIBinder* rhs) {
-    return std::less<const AIBinder*>()(lhs, rhs);
-}
-
-binder_status_t AIBinder_getExtension(AIBinder* binder, AIBinder** outExt) {
-    *outExt = nullptr;
-    if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
-    AParcel in;
-    AParcel out;
-    binder_status_t status = binder->transact(kExtensionCode, in, out, 0);
-    return status == STATUS_OK ? out.readBinder(outExt) : status;
-}
-
-binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) {
-    LocalBinder* local = asLocal(binder);
-    if (local == nullptr) return STATUS_INVALID_OPERATION;
-    local->setExtension(ext);
-    return STATUS_OK;
-}
-
 binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
     *in = nullptr;
     if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
@@ -191,7 +149,7 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
     }
     AParcel* parcel = AParcel::obtain();
     parcel->target = binder;
-    if (clazz->hasToken) parcel->write(clazz->token.data(), clazz->token.size());
+    parcel->write(clazz->token.data(), clazz->token.size());
     *in = parcel;
     return STATUS_OK;
 }
@@ -240,14 +198,6 @@ AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder) {
     return weakBinder->binder;
 }
 
-AIBinder_Weak* AIBinder_Weak_clone(const AIBinder_Weak* weakBinder) {
-    return AIBinder_Weak_new(weakBinder->binder);
-}
-
-bool AIBinder_Weak_lt(const AIBinder_Weak* lhs, const AIBinder_Weak* rhs) {
-    return AIBinder_lt(lhs->binder, rhs->binder);
-}
-
 AIBinder_DeathRecipient* AIBinder_DeathRecipient_new(
     AIBinder_DeathRecipient_onBinderDied onBinderDied) {
     return new AIBinder_DeathRecipient(onBinderDied);
@@ -278,9 +228,4 @@ binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient
     if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
     ProxyBinder* proxy = asProxy(binder);
     return proxy == nullptr ? STATUS_NAME_NOT_FOUND : proxy->unlink(recipient, cookie);
-}
-
-size_t android::host::addressCount(AIBinder* remote) {
-    ProxyBinder* proxy = asProxy(remote);
-    return proxy == nullptr ? 0 : proxy->session().addressCount();
 }

@@ -214,15 +214,3 @@ binder_status_t AParcel::readFd(unique_fd* fd) const {
     fd->reset(fcntl(mFds[static_cast<size_t>(item.index)].get(), F_DUPFD_CLOEXEC, 0));
     return fd->ok() ? STATUS_OK : -errno;
 }
-
-binder_status_t AParcel::append(const AParcel& from, size_t start, size_t size) {
-    if (start > from.mData.size() || size > from.mData.size() - start || start % 4 != 0 ||
-        size % 4 != 0) {
-        return STATUS_BAD_VALUE;
-    }
-    // Objects have to be read and written one by one: their places and indexes are the parcel's
-    // own.
-    if (!from.mBinders.empty() || !from.mFds.empty()) return STATUS_INVALID_OPERATION;
-    write(from.mData.data() + start, size);
-    return STATUS_OK;
-}

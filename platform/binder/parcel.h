@@ -88,8 +88,6 @@ struct AParcel {
     // For whom AIBinder_prepareTransaction made it; compared only, never used.
     const AIBinder* target = nullptr;
 
-    binder_status_t append(const AParcel& from, size_t start, size_t size);
-
   private:
     std::vector<uint8_t> mData;
     mutable size_t mPosition = 0;

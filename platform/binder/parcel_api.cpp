@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "parcel.h"
-#include "status.h"
 #include "utf.h"
 
 using namespace android::host;
@@ -94,37 +93,6 @@ binder_status_t readNarrow(const AParcel* parcel, Narrow* value) {
     return status;
 }
 
-// Reads one string into what `allocator(length with terminator, &buffer)` gives.
-template <typename Allocate>
-binder_status_t readText(const AParcel* parcel, Allocate allocator) {
-    const uint8_t* units;
-    int32_t count;
-    if (binder_status_t s = parcel->readUnits(&units, &count); s != STATUS_OK) return s;
-    char* buffer = nullptr;
-    if (units == nullptr)
-        return allocator(kNullCount, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
-    size_t length = utf8Length(units, static_cast<size_t>(count));
-    if (!allocator(static_cast<int32_t>(length + 1), &buffer) || buffer == nullptr) {
-        return STATUS_NO_MEMORY;
-    }
-    toUtf8(units, static_cast<size_t>(count), buffer);
-    buffer[length] = '\0';
-    return STATUS_OK;
-}
-
-binder_status_t writeText(AParcel* parcel, const char* text, int32_t length) {
-    if (text == nullptr) {
-        if (length != kNullCount) return STATUS_BAD_VALUE;
-        parcel->writeValue(kNullCount);
-        return STATUS_OK;
-    }
-    if (length < 0) return STATUS_BAD_VALUE;
-    const std::string_view all(text, static_cast<size_t>(length));
-    if (!isUtf8(all)) return STATUS_BAD_VALUE;
-    parcel->writeString(all);
-    return STATUS_OK;
-}
-
 }  // namespace
 
 AParcel* AParcel_create() {
@@ -132,11 +100,6 @@ AParcel* AParcel_create() {
 }
 void AParcel_delete(AParcel* parcel) {
     AParcel::recycle(parcel);
-}
-
-binder_status_t AParcel_reset(AParcel* parcel) {
-    parcel->clear();
-    return STATUS_OK;
 }
 
 binder_status_t AParcel_setDataPosition(const AParcel* parcel, int32_t position) {
@@ -149,11 +112,6 @@ int32_t AParcel_getDataPosition(const AParcel* parcel) {
 
 int32_t AParcel_getDataSize(const AParcel* parcel) {
     return static_cast<int32_t>(parcel->bytes().size());
-}
-
-binder_status_t AParcel_appendFrom(const AParcel* from, AParcel* to, int32_t start, int32_t size) {
-    if (start < 0 || size < 0) return STATUS_BAD_VALUE;
-    return to->append(*from, static_cast<size_t>(start), static_cast<size_t>(size));
 }
 
 binder_status_t AParcel_marshal(const AParcel* parcel, uint8_t* buffer, size_t start, size_t len) {
@@ -265,49 +223,34 @@ binder_status_t AParcel_readStatusHeader(const AParcel* parcel, AStatus** status
 }
 
 binder_status_t AParcel_writeString(AParcel* parcel, const char* string, int32_t length) {
-    return writeText(parcel, string, length);
+    if (string == nullptr) {
+        if (length != kNullCount) return STATUS_BAD_VALUE;
+        parcel->writeValue(kNullCount);
+        return STATUS_OK;
+    }
+    if (length < 0) return STATUS_BAD_VALUE;
+    const std::string_view text(string, static_cast<size_t>(length));
+    if (!isUtf8(text)) return STATUS_BAD_VALUE;
+    parcel->writeString(text);
+    return STATUS_OK;
 }
 
 binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
                                    AParcel_stringAllocator allocator) {
-    return readText(parcel, [&](int32_t length, char** buffer) {
-        return allocator(stringData, length, buffer);
-    });
-}
-
-binder_status_t AParcel_writeStringArray(AParcel* parcel, const void* arrayData, int32_t length,
-                                         AParcel_stringArrayElementGetter getter) {
-    return writeElements(parcel, length, [&](size_t i) {
-        int32_t size = 0;
-        const char* text = getter(arrayData, i, &size);
-        return writeText(parcel, text, size);
-    });
-}
-
-binder_status_t AParcel_readStringArray(const AParcel* parcel, void* arrayData,
-                                        AParcel_stringArrayAllocator allocator,
-                                        AParcel_stringArrayElementAllocator elementAllocator) {
-    return readElements(
-        parcel, [&](int32_t count) { return allocator(arrayData, count); },
-        [&](size_t i) {
-            return readText(parcel, [&](int32_t length, char** buffer) {
-                return elementAllocator(arrayData, i, length, buffer);
-            });
-        });
-}
-
-binder_status_t AParcel_writeParcelableArray(AParcel* parcel, const void* arrayData, int32_t length,
-                                             AParcel_writeParcelableElement elementWriter) {
-    return writeElements(parcel, length,
-                         [&](size_t i) { return elementWriter(parcel, arrayData, i); });
-}
-
-binder_status_t AParcel_readParcelableArray(const AParcel* parcel, void* arrayData,
-                                            AParcel_parcelableArrayAllocator allocator,
-                                            AParcel_readParcelableElement elementReader) {
-    return readElements(
-        parcel, [&](int32_t count) { return allocator(arrayData, count); },
-        [&](size_t i) { return elementReader(parcel, arrayData, i); });
+    const uint8_t* units;
+    int32_t count;
+    if (binder_status_t s = parcel->readUnits(&units, &count); s != STATUS_OK) return s;
+    if (units == nullptr) {
+        return allocator(stringData, kNullCount, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
+    }
+    const size_t length = utf8Length(units, static_cast<size_t>(count));
+    char* buffer = nullptr;
+    if (!allocator(stringData, static_cast<int32_t>(length + 1), &buffer) || buffer == nullptr) {
+        return STATUS_NO_MEMORY;
+    }
+    toUtf8(units, static_cast<size_t>(count), buffer);
+    buffer[length] = '\0';
+    return STATUS_OK;
 }
 
 binder_status_t AParcel_writeBool(AParcel* p, bool v) {

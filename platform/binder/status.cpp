@@ -1,10 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "status.h"
+#include <android/binder_status.h>
 
 #include <cstring>
+#include <memory>
+#include <span>
 #include <string>
+#include <utility>
 
-namespace android::host {
+// Immutable once made. Every success is the one object gOk.
+struct AStatus {
+    constexpr AStatus(binder_exception_t exceptionCode, int32_t errorCode)
+        : exception(exceptionCode), code(errorCode) {}
+    AStatus(binder_exception_t exceptionCode, int32_t errorCode, std::unique_ptr<const char[]> text)
+        : exception(exceptionCode), code(errorCode), message(std::move(text)) {}
+
+    const char* messageText() const { return message == nullptr ? "" : message.get(); }
+
+    const binder_exception_t exception;
+    // The service specific code, the transport status, or 0, as the exception says.
+    const int32_t code;
+    const std::unique_ptr<const char[]> message;  // null when empty
+};
+
 namespace {
 
 struct Named {
@@ -48,73 +65,48 @@ constexpr Named kExceptions[] = {
     {EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
 };
 
-template <size_t N>
-const Named* find(const Named (&table)[N], int32_t value) {
+const char* nameIn(std::span<const Named> table, int32_t value) {
     for (const Named& entry : table) {
-        if (entry.value == value) return &entry;
+        if (entry.value == value) return entry.name;
     }
     return nullptr;
 }
 
-std::unique_ptr<const char[]> copyText(std::string_view text) {
-    text = text.substr(0, text.find('\0'));
-    if (text.empty()) return nullptr;
-    auto copy = std::make_unique<char[]>(text.size() + 1);
-    memcpy(copy.get(), text.data(), text.size());
+std::unique_ptr<const char[]> copyText(const char* text) {
+    if (*text == '\0') return nullptr;
+    const size_t size = strlen(text) + 1;
+    auto copy = std::make_unique<char[]>(size);
+    memcpy(copy.get(), text, size);
     return copy;
 }
 
 // Has no message, so nothing is lost by never destroying what it holds.
 constinit AStatus gOk(EX_NONE, 0);
 
+// A new status, or the shared success. Values without a name become the unknown ones;
+// EX_TRANSACTION_FAILED without a transport status of its own gets STATUS_FAILED_TRANSACTION.
+AStatus* makeStatus(binder_exception_t exception, int32_t code, const char* message = "") {
+    if (nameIn(kExceptions, exception) == nullptr) exception = EX_TRANSACTION_FAILED;
+    switch (exception) {
+        case EX_NONE:
+            return &gOk;
+        case EX_SERVICE_SPECIFIC:
+            break;
+        case EX_TRANSACTION_FAILED:
+            if (code == STATUS_OK) code = STATUS_FAILED_TRANSACTION;
+            if (nameIn(kStatuses, code) == nullptr) code = STATUS_UNKNOWN_ERROR;
+            break;
+        default:
+            code = 0;
+            break;
+    }
+    return new AStatus(exception, code, copyText(message));
+}
+
 }  // namespace
 
-binder_exception_t pruneException(binder_exception_t exception) {
-    return find(kExceptions, exception) != nullptr ? exception : EX_TRANSACTION_FAILED;
-}
-
-binder_status_t pruneStatus(binder_status_t status) {
-    return find(kStatuses, status) != nullptr ? status : STATUS_UNKNOWN_ERROR;
-}
-
-const char* statusName(binder_status_t status) {
-    return find(kStatuses, pruneStatus(status))->name;
-}
-
-const char* exceptionName(binder_exception_t exception) {
-    return find(kExceptions, pruneException(exception))->name;
-}
-
-AStatus* makeStatus(binder_exception_t exception, int32_t code, std::string_view message) {
-    switch (pruneException(exception)) {
-        case EX_NONE:
-            return AStatus::ok();
-        case EX_SERVICE_SPECIFIC:
-            return new AStatus(EX_SERVICE_SPECIFIC, code, message);
-        case EX_TRANSACTION_FAILED:
-            return new AStatus(EX_TRANSACTION_FAILED,
-                               code == STATUS_OK ? STATUS_FAILED_TRANSACTION : pruneStatus(code),
-                               message);
-        default:
-            return new AStatus(exception, 0, message);
-    }
-}
-
-}  // namespace android::host
-
-using android::host::exceptionName;
-using android::host::makeStatus;
-using android::host::statusName;
-
-AStatus::AStatus(binder_exception_t exceptionCode, int32_t errorCode, std::string_view text)
-    : exception(exceptionCode), code(errorCode), message(android::host::copyText(text)) {}
-
-AStatus* AStatus::ok() {
-    return &android::host::gOk;
-}
-
 AStatus* AStatus_newOk() {
-    return AStatus::ok();
+    return &gOk;
 }
 
 AStatus* AStatus_fromExceptionCode(binder_exception_t exception) {
@@ -134,7 +126,7 @@ AStatus* AStatus_fromServiceSpecificErrorWithMessage(int32_t serviceSpecific, co
 }
 
 AStatus* AStatus_fromStatus(binder_status_t status) {
-    return status == STATUS_OK ? AStatus::ok() : makeStatus(EX_TRANSACTION_FAILED, status);
+    return status == STATUS_OK ? &gOk : makeStatus(EX_TRANSACTION_FAILED, status);
 }
 
 bool AStatus_isOk(const AStatus* status) {
@@ -163,11 +155,11 @@ const char* AStatus_getDescription(const AStatus* status) {
         text = "No error";
     } else {
         text = "Status(" + std::to_string(status->exception) + ", " +
-               exceptionName(status->exception) + "): '";
+               nameIn(kExceptions, status->exception) + "): '";
         if (status->exception == EX_SERVICE_SPECIFIC) {
             text += std::to_string(status->code) + ": ";
         } else if (status->exception == EX_TRANSACTION_FAILED) {
-            text += std::string(statusName(status->code)) + ": ";
+            text += std::string(nameIn(kStatuses, status->code)) + ": ";
         }
         text += status->messageText();
         text += "'";
@@ -182,5 +174,5 @@ void AStatus_deleteDescription(const char* description) {
 }
 
 void AStatus_delete(AStatus* status) {
-    if (status != AStatus::ok()) delete status;
+    if (status != &gOk) delete status;
 }

@@ -175,31 +175,6 @@ TEST(ParcelUtilsTest, CompoundValuesComeBack) {
     EXPECT_EQ(point, nullptr);
 }
 
-TEST(ParcelUtilsTest, NamesOfEachKindMeanTheSame) {
-    ScopedAParcel parcel(AParcel_create());
-    const auto roundTrip = [&](auto write, auto read, const auto& value) {
-        std::decay_t<decltype(value)> back{};
-        return AParcel_reset(parcel.get()) == STATUS_OK &&
-               write(parcel.get(), value) == STATUS_OK &&
-               AParcel_setDataPosition(parcel.get(), 0) == STATUS_OK &&
-               read(parcel.get(), &back) == STATUS_OK && back == value;
-    };
-#define ROUND_TRIP(NAME, VALUE)                                                              \
-    roundTrip([](auto* p, const auto& value) { return ndk::AParcel_write##NAME(p, value); }, \
-              [](const auto* p, auto* value) { return ndk::AParcel_read##NAME(p, value); }, VALUE)
-    EXPECT_TRUE(ROUND_TRIP(String, std::string("x")));
-    EXPECT_TRUE(ROUND_TRIP(String, std::optional<std::string>()));
-    EXPECT_TRUE(ROUND_TRIP(Vector, std::vector<Point>(2)));
-    EXPECT_TRUE(ROUND_TRIP(Vector, std::optional<std::vector<int8_t>>()));
-    EXPECT_TRUE(ROUND_TRIP(Parcelable, Point{3}));
-    EXPECT_TRUE(ROUND_TRIP(NullableParcelable, std::optional<Point>()));
-    EXPECT_TRUE(ROUND_TRIP(NullableStrongBinder, ndk::SpAIBinder()));
-    EXPECT_FALSE(ROUND_TRIP(RequiredStrongBinder, ndk::SpAIBinder()));
-    EXPECT_TRUE(ROUND_TRIP(NullableParcelFileDescriptor, ndk::ScopedFileDescriptor()));
-    EXPECT_FALSE(ROUND_TRIP(RequiredParcelFileDescriptor, ndk::ScopedFileDescriptor()));
-#undef ROUND_TRIP
-}
-
 TEST(ParcelUtilsTest, NullWhereNoneIsAllowedIsRefusedByReaderAndWriter) {
     const ScopedAParcel absent = parcelOfInts({0, 0});
     const ScopedAParcel minusOne = parcelOfInts({-1});

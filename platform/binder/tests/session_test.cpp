@@ -53,10 +53,12 @@ class SessionTest : public TransportTest {
         return OtherProcess({ECHO_PEER, mode, mPath});
     }
 
-    // Addresses that the server's side of a client's session knows.
-    size_t addressesOnServer() {
-        return static_cast<ProxyBinder*>(mServer.callback().get())->session().addressCount();
+    // Addresses that the session of a remote object knows; none once it has ended.
+    static size_t addressCount(AIBinder* remote) {
+        return static_cast<ProxyBinder*>(remote)->session().addressCount();
     }
+    // Addresses that the server's side of a client's session knows.
+    size_t addressesOnServer() { return addressCount(mServer.callback().get()); }
 };
 
 TEST_F(SessionTest, CallInsideACallbackInsideACall) {

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <compare>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -56,11 +57,9 @@ class SpAIBinder {
 
     // Identity, and an order by it.
     bool operator==(const SpAIBinder& rhs) const { return mBinder == rhs.mBinder; }
-    bool operator!=(const SpAIBinder& rhs) const { return mBinder != rhs.mBinder; }
-    bool operator<(const SpAIBinder& rhs) const { return AIBinder_lt(mBinder, rhs.mBinder); }
-    bool operator>(const SpAIBinder& rhs) const { return rhs < *this; }
-    bool operator<=(const SpAIBinder& rhs) const { return !(rhs < *this); }
-    bool operator>=(const SpAIBinder& rhs) const { return !(*this < rhs); }
+    auto operator<=>(const SpAIBinder& rhs) const {
+        return std::compare_three_way()(mBinder, rhs.mBinder);
+    }
 
   private:
     AIBinder* mBinder = nullptr;
@@ -204,11 +203,7 @@ class ScopedFileDescriptor : public impl::ScopedAResource<int, impl::closeDescri
 
     // By number: two duplicates differ.
     bool operator==(const ScopedFileDescriptor& rhs) const { return get() == rhs.get(); }
-    bool operator!=(const ScopedFileDescriptor& rhs) const { return get() != rhs.get(); }
-    bool operator<(const ScopedFileDescriptor& rhs) const { return get() < rhs.get(); }
-    bool operator<=(const ScopedFileDescriptor& rhs) const { return get() <= rhs.get(); }
-    bool operator>(const ScopedFileDescriptor& rhs) const { return get() > rhs.get(); }
-    bool operator>=(const ScopedFileDescriptor& rhs) const { return get() >= rhs.get(); }
+    auto operator<=>(const ScopedFileDescriptor& rhs) const { return get() <=> rhs.get(); }
 };
 
 }  // namespace ndk

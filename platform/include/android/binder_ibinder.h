@@ -7,9 +7,9 @@
 // AIBinder_decStrong. Within one session the same remote object is always the same AIBinder*.
 //
 // Threads. Every function here may be called from any thread unless it says otherwise. Only
-// AIBinder_ping, AIBinder_dump, AIBinder_transact, AIBinder_getExtension, AIBinder_linkToDeath and,
-// for a proxy whose interface is not known yet, AIBinder_associateClass talk to the other process
-// and block until it has answered.
+// AIBinder_ping, AIBinder_dump, AIBinder_transact, AIBinder_linkToDeath and, for a proxy whose
+// interface is not known yet, AIBinder_associateClass talk to the other process and block until it
+// has answered.
 //
 // Stands in for the header of the same name in Android's NDK, written for Linux: objects travel
 // over Unix sockets with the platform's RPC protocol instead of the kernel's binder driver.
@@ -92,20 +92,6 @@ AIBinder_Class* _Nonnull AIBinder_Class_define(const char* _Nonnull interfaceDes
 // before the first object of the class is made, as the other setters of a class.
 void AIBinder_Class_setOnDump(AIBinder_Class* _Nonnull clazz, AIBinder_onDump _Nullable onDump);
 
-// From here on calls of this class carry no interface descriptor, and none is checked: for talking
-// to objects that were not made for this kind of interface.
-void AIBinder_Class_disableInterfaceTokenHeader(AIBinder_Class* _Nonnull clazz);
-
-// Names the methods for messages: entry i is the name of method FIRST_CALL_TRANSACTION + i. The
-// table is not copied and must stay.
-void AIBinder_Class_setTransactionCodeToFunctionNameMap(
-    AIBinder_Class* _Nonnull clazz, const char* _Nonnull* _Nonnull transactionCodeToFunctionMap,
-    size_t length);
-
-// The name of a method from the table above, null when there is none. Lives as long as the class.
-const char* _Nullable AIBinder_Class_getFunctionName(AIBinder_Class* _Nonnull clazz,
-                                                     transaction_code_t code);
-
 // The descriptor given to AIBinder_Class_define. Lives as long as the class.
 const char* _Nonnull AIBinder_Class_getDescriptor(const AIBinder_Class* _Nonnull clazz);
 
@@ -141,9 +127,6 @@ binder_status_t AIBinder_dump(AIBinder* _Nullable binder, int fd,
 __attribute__((warn_unused_result)) uid_t AIBinder_getCallingUid(void);
 __attribute__((warn_unused_result)) pid_t AIBinder_getCallingPid(void);
 
-// True while this thread serves a call of another process.
-__attribute__((warn_unused_result)) bool AIBinder_isHandlingTransaction(void);
-
 // One strong reference more, or less. The last one less of a local object destroys it, of a proxy
 // gives the remote object free. Both take null.
 void AIBinder_incStrong(AIBinder* _Nullable binder);
@@ -162,18 +145,6 @@ const AIBinder_Class* _Nullable AIBinder_getClass(AIBinder* _Nullable binder);
 
 // What the class's onCreate returned for this local object; null for a proxy and for null.
 void* _Nullable AIBinder_getUserData(AIBinder* _Nullable binder);
-
-// A stable order of objects by identity: usable in sorted containers. Null comes first.
-bool AIBinder_lt(const AIBinder* _Nullable lhs, const AIBinder* _Nullable rhs);
-
-// The object attached to another object as its extension, or null in `outExt` with STATUS_OK when
-// there is none. STATUS_UNEXPECTED_NULL for a null object. Blocks for a proxy.
-binder_status_t AIBinder_getExtension(AIBinder* _Nullable binder,
-                                      AIBinder* _Nullable* _Nonnull outExt);
-
-// Attaches an extension to a local object, before the object is handed to anyone. Takes its own
-// reference. STATUS_INVALID_OPERATION for a proxy.
-binder_status_t AIBinder_setExtension(AIBinder* _Nonnull binder, AIBinder* _Nonnull ext);
 
 // ---- Calls ------------------------------------------------------------------------------------
 
@@ -217,13 +188,6 @@ void AIBinder_Weak_delete(AIBinder_Weak* _Nullable weakBinder);
 // The object with a new strong reference, owned by the caller, or null when it is gone.
 __attribute__((warn_unused_result))
 AIBinder* _Nullable AIBinder_Weak_promote(AIBinder_Weak* _Nullable weakBinder);
-
-// Another weak reference to the same object, owned by the caller.
-__attribute__((warn_unused_result))
-AIBinder_Weak* _Nonnull AIBinder_Weak_clone(const AIBinder_Weak* _Nonnull weakBinder);
-
-// The order of AIBinder_lt, which stays what it is when the objects go.
-bool AIBinder_Weak_lt(const AIBinder_Weak* _Nonnull lhs, const AIBinder_Weak* _Nonnull rhs);
 
 // ---- Death ------------------------------------------------------------------------------------
 

@@ -113,7 +113,7 @@ class ICInterface : public SharedRefBase {
 
     // The class of an interface, for a static initialiser of generated code: objects made with it
     // take an ICInterface* as their args, keep it alive, and pass dumps and shell commands on to
-    // it. `codeToFunction` names the functionCount methods in order and must stay; it may be null.
+    // it. The names of the methods, which stubs of the platform's compiler add, are not used here.
     static inline AIBinder_Class* defineClass(const char* interfaceDescriptor,
                                               AIBinder_Class_onTransact onTransact,
                                               const char** codeToFunction = nullptr,
@@ -196,14 +196,12 @@ inline std::shared_ptr<ICInterface> ICInterface::asInterface(AIBinder* binder) {
 
 inline AIBinder_Class* ICInterface::defineClass(const char* interfaceDescriptor,
                                                 AIBinder_Class_onTransact onTransact,
-                                                const char** codeToFunction, size_t functionCount) {
+                                                const char** /*codeToFunction*/,
+                                                size_t /*functionCount*/) {
     AIBinder_Class* clazz = AIBinder_Class_define(interfaceDescriptor, ICInterfaceData::onCreate,
                                                   ICInterfaceData::onDestroy, onTransact);
     AIBinder_Class_setOnDump(clazz, ICInterfaceData::onDump);
     AIBinder_Class_setHandleShellCommand(clazz, ICInterfaceData::handleShellCommand);
-    if (codeToFunction != nullptr) {
-        AIBinder_Class_setTransactionCodeToFunctionNameMap(clazz, codeToFunction, functionCount);
-    }
     return clazz;
 }
 

@@ -4,7 +4,7 @@
 //
 // A parcel has one position, shared by reading and writing. Each read moves it behind the item; a
 // read that fails leaves it where it was or inside the failed item, so after an error a parcel is
-// only good for being deleted, reset or positioned anew. A write that fails leaves the contents
+// only good for being deleted or positioned anew. A write that fails leaves the contents
 // unusable. Every item begins at a multiple of four bytes.
 //
 // Null. Where a parameter is nullable, null is written as a length of -1 and read back as one:
@@ -52,9 +52,6 @@ AParcel* _Nonnull AParcel_create(void) __attribute__((warn_unused_result));
 // Frees a parcel and what it holds: references, and the descriptors nobody has taken. Takes null.
 void AParcel_delete(AParcel* _Nullable parcel);
 
-// Makes a parcel empty, as if new. STATUS_OK always.
-binder_status_t AParcel_reset(AParcel* _Nonnull parcel);
-
 // Moves the position, in bytes from the start, at most the size and not negative: else
 // STATUS_BAD_VALUE and nothing moves. Const, for readers go back and forth as well.
 binder_status_t AParcel_setDataPosition(const AParcel* _Nonnull parcel, int32_t position);
@@ -64,12 +61,6 @@ int32_t AParcel_getDataPosition(const AParcel* _Nonnull parcel);
 
 // The number of bytes in the parcel.
 int32_t AParcel_getDataSize(const AParcel* _Nonnull parcel);
-
-// Writes `size` bytes of `from`, beginning at `start`, to `to`. STATUS_BAD_VALUE for a range
-// outside `from` or not in steps of four bytes, STATUS_INVALID_OPERATION when `from` holds binders
-// or descriptors: here, unlike on the platform, those have to be written one by one.
-binder_status_t AParcel_appendFrom(const AParcel* _Nonnull from, AParcel* _Nonnull to,
-                                   int32_t start, int32_t size);
 
 // Copies `len` bytes from `start` on. STATUS_BAD_VALUE for a range outside the parcel,
 // STATUS_INVALID_OPERATION when it holds binders or descriptors, which bytes cannot carry.
@@ -127,54 +118,6 @@ binder_status_t AParcel_writeString(AParcel* _Nonnull parcel, const char* _Nulla
 // Reads a string as UTF-8 into what the allocator gives. Unpaired surrogates arrive as U+FFFD.
 binder_status_t AParcel_readString(const AParcel* _Nonnull parcel, void* _Nullable stringData,
                                    AParcel_stringAllocator _Nonnull allocator);
-
-// Element `index` of a string array and, in *outLength, its length without NUL; null with -1.
-typedef const char* _Nullable (*AParcel_stringArrayElementGetter)(const void* _Nullable arrayData,
-                                                                  size_t index,
-                                                                  int32_t* _Nonnull outLength);
-
-// Makes room for `length` strings (-1: null). False refuses it.
-typedef bool (*AParcel_stringArrayAllocator)(void* _Nullable arrayData, int32_t length);
-
-// AParcel_stringAllocator for element `index`.
-typedef bool (*AParcel_stringArrayElementAllocator)(void* _Nullable arrayData, size_t index,
-                                                    int32_t length,
-                                                    char* _Nullable* _Nullable buffer);
-
-// Writes `length` strings that `getter` names, or null when length is -1; each as above.
-binder_status_t AParcel_writeStringArray(AParcel* _Nonnull parcel, const void* _Nullable arrayData,
-                                         int32_t length,
-                                         AParcel_stringArrayElementGetter _Nonnull getter);
-
-binder_status_t AParcel_readStringArray(
-    const AParcel* _Nonnull parcel, void* _Nullable arrayData,
-    AParcel_stringArrayAllocator _Nonnull allocator,
-    AParcel_stringArrayElementAllocator _Nonnull elementAllocator);
-
-// ---- Arrays of anything -----------------------------------------------------------------------
-
-// Writes element `index`, in any form.
-typedef binder_status_t (*AParcel_writeParcelableElement)(AParcel* _Nonnull parcel,
-                                                          const void* _Nonnull arrayData,
-                                                          size_t index);
-
-// Reads element `index`.
-typedef binder_status_t (*AParcel_readParcelableElement)(const AParcel* _Nonnull parcel,
-                                                         void* _Nonnull arrayData, size_t index);
-
-// Makes room for `length` elements (-1: null). False refuses it. Elements may be far larger than
-// the four bytes each that the parcel vouches for, so growing while reading is the safer way.
-typedef bool (*AParcel_parcelableArrayAllocator)(void* _Nonnull arrayData, int32_t length);
-
-// Writes the length and then, with `elementWriter`, each element; stops at its first error.
-binder_status_t AParcel_writeParcelableArray(AParcel* _Nonnull parcel,
-                                             const void* _Nullable arrayData, int32_t length,
-                                             AParcel_writeParcelableElement _Nonnull elementWriter);
-
-binder_status_t AParcel_readParcelableArray(const AParcel* _Nonnull parcel,
-                                            void* _Nonnull arrayData,
-                                            AParcel_parcelableArrayAllocator _Nonnull allocator,
-                                            AParcel_readParcelableElement _Nonnull elementReader);
 
 // ---- Scalars ----------------------------------------------------------------------------------
 

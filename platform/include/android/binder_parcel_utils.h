@@ -422,5 +422,3 @@ binder_status_t AParcel_resizeVector(const AParcel* parcel, std::optional<std::v
 }
 
 }  // namespace ndk
-
-#include <android/binder_parcel_names.h>

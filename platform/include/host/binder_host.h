@@ -5,7 +5,6 @@
 
 #include <android/binder_ibinder.h>
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -26,8 +25,5 @@ AIBinder* connectService(const std::string& path);
 // result comes.
 binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
                              const std::vector<std::string>& args, binder_status_t* result);
-
-// Number of addresses that the session of a remote object knows; 0 once it has ended.
-size_t addressCount(AIBinder* remote);
 
 }  // namespace android::host
