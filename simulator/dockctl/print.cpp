@@ -4,6 +4,8 @@
 #include <fmt/core.h>
 #include <host/utf8.h>
 
+#include <chrono>
+#include <ctime>
 #include <set>
 #include <string>
 
@@ -74,6 +76,40 @@ void printBytes(const char* title, const std::string& hex, size_t length) {
         kept < length ? fmt::format(" ... {} bytes in all", length) : "");
 }
 
+// A moment of the monotonic clock as the wall clock has it, in the form of the service's log.
+std::string wallClock(int64_t monotonicNs) {
+    using namespace std::chrono;
+    const auto age = steady_clock::now().time_since_epoch() - nanoseconds(monotonicNs);
+    const auto wall = floor<milliseconds>(system_clock::now() - age);
+    const std::time_t seconds = system_clock::to_time_t(wall);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    char text[32];
+    std::strftime(text, sizeof(text), "%m-%d %H:%M:%S", &local);
+    return fmt::format("{}.{:03}", text, wall.time_since_epoch().count() % 1000);
+}
+
+// Two lines: what lies there, and what the dock is.
+void printSummary(const Json& status) {
+    const auto value = [&](const std::string& key) {
+        return valueText(key, status["settings"][key]);
+    };
+    const bool placed = status["settings"]["dock.placed"];
+    const bool charging = status["settings"]["dock.charging"];
+    say(stdout, "{}, alignment {}, fan level {}, boost {} C, puck {} C\n",
+        !placed ? "no phone on the dock"
+        : charging
+            ? "phone charging, power " + value("power.negotiated") + " of " + value("power.max")
+            : "phone on the dock without power",
+        value("align.state"), value("fan.level"), value("temperature.boost"),
+        value("temperature.puck"));
+    const bool connected = status["settings"]["rtx.connected"];
+    say(stdout, "firmware {}.{}, reverse transmit {}{}, {} faults set, {} requests so far\n\n",
+        value("firmware.0.major"), value("firmware.0.minor"), value("rtx.mode"),
+        connected ? " (device connected)" : "", status["faults"].size(),
+        status["requests"].get<uint64_t>());
+}
+
 }  // namespace
 
 std::string toText(const Json& json) {
@@ -81,6 +117,7 @@ std::string toText(const Json& json) {
 }
 
 void printStatus(const Json& status) {
+    printSummary(status);
     for (const auto& [key, value] : status["settings"].items()) {
         say(stdout, "{:<28}{}\n", key, valueText(key, value));
     }
@@ -95,6 +132,12 @@ void printStatus(const Json& status) {
     printList(status, "uploads", "upload");
     for (const char* name : {"qiId", "authStarts", "uploadCount", "requests"}) {
         if (status.contains(name)) say(stdout, "{:<28}{}\n", name, status[name].dump());
+    }
+}
+
+void printValues(const Json& reply) {
+    for (const auto& [key, value] : reply["values"].items()) {
+        say(stdout, "{}\n", valueText(key, value));
     }
 }
 
@@ -116,6 +159,7 @@ void explainLogEntry(Json* entry) {
         virtual_dock::parseHex((*entry)["request"].get<std::string>()).value_or(ByteVector());
     logged.answer =
         virtual_dock::parseHex((*entry)["answer"].get<std::string>()).value_or(ByteVector());
+    (*entry)["time"] = wallClock((*entry)["timeNs"]);
     (*entry)["meaning"] = describeRequest(logged);
     (*entry)["answerMeaning"] = describeAnswer(logged);
     (*entry)["resultMeaning"] = describeResult(logged.result);
@@ -128,10 +172,9 @@ void printLogEntry(const Json& entry) {
     }
     std::string answer = entry["answerMeaning"];
     answer = entry["resultMeaning"].get<std::string>() + (answer.empty() ? "" : ": ") + answer;
-    const double seconds = static_cast<double>(entry["timeNs"].get<int64_t>()) / 1e9;
-    say(stdout, "{:>6} {:>13.6f}  {}:{}  {} -> {}\n", entry["number"].dump(), seconds,
-        entry["operation"].get<std::string>(), entry["type"].dump(),
-        entry["meaning"].get<std::string>(), answer);
+    say(stdout, "{:>6} {}  {}:{}  {} -> {}\n", entry["number"].dump(),
+        entry["time"].get<std::string>(), entry["operation"].get<std::string>(),
+        entry["type"].dump(), entry["meaning"].get<std::string>(), answer);
     printBytes("sent", entry["request"], entry["requestLength"]);
     printBytes("got", entry["answer"], entry["answerLength"]);
 }

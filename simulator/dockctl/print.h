@@ -34,11 +34,13 @@ void say(FILE* to, const char* format, const Arguments&... arguments) {
 // Each writes to standard output, for people.
 void printStatus(const Json& status);
 void printKeys(const Json& reply);
+void printValues(const Json& reply);
 
 // JSON on one line, in ASCII, so that no character steers a terminal.
 std::string toText(const Json& json);
 
-// Adds the members "name", "meaning" and "answerMeaning" to a log entry.
+// Adds the members "time" (of the wall clock, as in the service's log), "meaning", "answerMeaning"
+// and "resultMeaning" to a log entry.
 void explainLogEntry(Json* entry);
 void printLogEntry(const Json& entry);
 

@@ -5,134 +5,203 @@
 #include <gtest/gtest.h>
 #include <testing/process.h>
 
+#include <ctime>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "dock/words.h"
 #include "served_dock.h"
 
 namespace virtual_dock::testing {
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-
 using test_support::Outcome;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 class DockctlTest : public ::testing::Test {
   protected:
+    DockctlTest() { setenv("ANDROID_HOST_DIR", served.folder.path().c_str(), 1); }
+
     // `arguments` as a shell would get them.
-    Outcome dockctl(const std::string& arguments, const std::string& folder = {}) {
-        const std::string command = "ANDROID_HOST_DIR='" +
-                                    (folder.empty() ? served.folder.path() : folder) +
-                                    "' '" DOCKCTL_PATH "' " + arguments;
-        return test_support::run({"/bin/sh", "-c", command});
+    static Outcome dockctl(const std::string& arguments) {
+        return test_support::run({"/bin/sh", "-c", "'" DOCKCTL_PATH "' " + arguments});
+    }
+    std::string scenario(const std::string& text) const {
+        std::ofstream(served.folder / "scenario") << text;
+        return served.folder / "scenario";
     }
 
     ServedDock served;
 };
 
-TEST_F(DockctlTest, ExitCodesTellWhatHappened) {
-    EXPECT_EQ(dockctl("fan-level 5").exitStatus, 0);
-    for (size_t i = 0; i < Faults::kMaxFaults; ++i) {
-        Fault fault{
-            Operation::kGetWlcInfo, static_cast<int32_t>(i), Fault::Kind::kFail, 1, 0, {}, {}};
-        ASSERT_TRUE(served.dock.withFaults([&](Faults& faults) { return faults.set(fault); }));
+struct Case {
+    std::string arguments;
+    int exitStatus;
+    std::string output;  // a part of it
+};
+
+TEST_F(DockctlTest, ExitCodesAndMessagesTellWhatHappened) {
+    for (const Case& each : std::vector<Case>{
+             {"fan-level 5", 0, "uevent sent (socket)"},
+             {"set fan.level=6 info.text0='a b'", 0, "uevent sent"},
+             {"get fan.level info.text0 dock.id", 0, "6\na b\n0x61123456\n"},
+             {"align 1 0 -5 -7", 0, ""},
+             {"place --id -2", 0, ""},
+             {"get align.value1 dock.id", 0, "-5\n0xfffffffe\n"},
+             {"fan-level", 2, "usage: fan-level N"},
+             {"fan-level many", 2, "\"many\" is not a value of fan.level"},
+             {"rtx bogus", 2, "unknown rtx command \"bogus\"; there are: connect | disconnect"},
+             {"rtx mode bogus", 2, "it takes off, available, active"},
+             {"rtx text 6 '\\q'", 2, "unknown escape"},
+             {"rtx text 11 x", 2, "no request type \"11\""},
+             {"fail sendPropRequest:13 1", 2, "no request type \"13\": it has 14, 23"},
+             {"statsu", 2, "did you mean \"status\""},
+             {"--nonsense status", 2, "--nonsense"},
+             {"", 2, "subcommand is required"},
+             {"--version", 0, "dockctl " PROJECT_VERSION},
+             {"--help", 0, "Exit codes"},
+             {"set --help", 0,
+              "Usage: dockctl set KEY=VALUE...\n\nKeys and their values:\n  dock."},
+             {"fail --help", 0, " 7  timed out\n"},
+             {"delay --help", 0, "    23  skin temperature\n"}}) {
+        const Outcome run = dockctl(each.arguments);
+        EXPECT_EQ(run.exitStatus, each.exitStatus) << each.arguments;
+        EXPECT_THAT(run.out + run.err, HasSubstr(each.output)) << each.arguments;
     }
-    EXPECT_EQ(dockctl("fail setQiId 3").exitStatus, 1);
-    EXPECT_EQ(dockctl("fan-level").exitStatus, 2);
-    EXPECT_EQ(dockctl("fan-level many").exitStatus, 2);
-    EXPECT_EQ(dockctl("--nonsense status").exitStatus, 2);
-    EXPECT_EQ(dockctl("").exitStatus, 2);
-    EXPECT_EQ(dockctl("--help").exitStatus, 0);
-    EXPECT_EQ(dockctl("status", "/nonexistent/nowhere").exitStatus, 3);
-    const Outcome none = dockctl("status", served.folder / "other");
+    setenv("ANDROID_HOST_UEVENT_SOCKET", "/nonexistent/uevents", 1);
+    const Outcome unsent = dockctl("uevent A=b");
+    EXPECT_EQ(unsent.exitStatus, 1);
+    EXPECT_THAT(unsent.err, HasSubstr("restart the service with $ANDROID_HOST_UEVENT_SOCKET"));
+    setenv("ANDROID_HOST_DIR", (served.folder / "other").c_str(), 1);
+    const Outcome none = dockctl("status");
     EXPECT_EQ(none.exitStatus, 3);
     EXPECT_THAT(none.err, HasSubstr("no virtual dock at"));
+    EXPECT_EQ(nlohmann::json::parse(dockctl("--json status").out)["kind"], "no-dock");
 }
 
 TEST_F(DockctlTest, JsonIsAllThatStandsOnStandardOutput) {
-    for (const char* arguments : {"--json status", "--json fan-level 3", "--json fan-level x",
-                                  "--json keys", "--json statsu", "--json fan-level"}) {
+    for (const char* arguments :
+         {"--json status", "--json fan-level 3", "--json fan-level x", "--json keys",
+          "--json statsu", "--json fan-level", "--json get fan.level", "--json run /nonexistent"}) {
         const Outcome run = dockctl(arguments);
         const auto reply = nlohmann::json::parse(run.out, nullptr, false);
         ASSERT_TRUE(reply.is_object()) << arguments << ": " << run.out;
         EXPECT_EQ(reply["ok"].get<bool>(), run.exitStatus == 0) << arguments;
-        EXPECT_THAT(run.err, IsEmpty()) << arguments;
+        EXPECT_EQ(run.err, "") << arguments;
     }
-    const Outcome none = dockctl("--json status", served.folder / "other");
-    EXPECT_EQ(nlohmann::json::parse(none.out)["kind"], "no-dock");
 }
 
 TEST_F(DockctlTest, OutputThatIsNotTakenIsAnError) {
-    for (const char* arguments : {"status", "--json status", "keys", "--help"}) {
-        const Outcome run = dockctl(std::string(arguments) + " >/dev/full");
+    perform(&served.dock, "bidi 12 0ffa");
+    for (const char* arguments :
+         {"status", "--json status", "keys", "get fan.level", "fan-level 3", "log", "--help",
+          "set --help", "--version", "run - <<X\nkeys\nX\n"}) {
+        const Outcome run = dockctl(">/dev/full " + std::string(arguments));
         EXPECT_EQ(run.exitStatus, 1) << arguments;
-        EXPECT_THAT(run.err, HasSubstr("cannot write to standard output"));
+        EXPECT_THAT(run.err, HasSubstr("cannot write to standard output")) << arguments;
     }
 }
 
-TEST_F(DockctlTest, NegativeNumbersAreArguments) {
-    EXPECT_EQ(dockctl("align 1 0 -5 -7").exitStatus, 0);
-    EXPECT_EQ(dockctl("temperature -10 -128").exitStatus, 0);
-    EXPECT_EQ(dockctl("place --id -2").exitStatus, 0);
-    served.dock.withModel([](DockModel& model, int64_t) {
-        EXPECT_EQ(model.charger.alignment.value1, -5);
-        EXPECT_EQ(model.charger.alignment.value2, -7);
-        EXPECT_EQ(model.charger.puckTemperature, -128);
-        EXPECT_EQ(model.charger.dockId, 0xFFFFFFFE);
-    });
+TEST_F(DockctlTest, StatusBeginsWithASummary) {
+    EXPECT_THAT(dockctl("status").out,
+                StartsWith("phone charging, power 12000 of 15000, alignment 1, fan level 3, boost "
+                           "31 C, puck 28 C\nfirmware 1.0, reverse transmit available, 0 faults "
+                           "set, 0 requests so far\n\ndock.placed"));
+    perform(&served.dock, "remove");
+    perform(&served.dock, "rtx connect");
+    EXPECT_THAT(dockctl("status").out, AllOf(StartsWith("no phone on the dock, "),
+                                             HasSubstr("available (device connected)")));
 }
 
 TEST_F(DockctlTest, AwkwardTextsReachTheLibrary) {
     EXPECT_EQ(dockctl("rtx text 6 '4999\\n'").exitStatus, 0);
-    char area[20] = {};
-    EXPECT_EQ(served.dock.rtxRequest(6, area), kOk);
-    EXPECT_STREQ(area, "4999\n");
+    EXPECT_EQ(perform(&served.dock, "rtx 6"), "4999\n");
     EXPECT_EQ(dockctl("rtx text 6 '\\xff\\x00 \"%'").exitStatus, 0);
-    EXPECT_EQ(served.dock.rtxRequest(6, area), kOk);
-    EXPECT_EQ(std::string(area, 5), std::string("\xff\0 \"%", 5));
+    EXPECT_EQ(perform(&served.dock, "rtx 6"), std::string("\xff\0 \"%", 5));
     EXPECT_EQ(dockctl("rtx text 6 none").exitStatus, 0);
-    EXPECT_EQ(served.dock.rtxRequest(6, area), kOk);
-    EXPECT_STREQ(area, "0");
-    EXPECT_EQ(dockctl("rtx text 6 '\\q'").exitStatus, 2);
-    EXPECT_EQ(dockctl("rtx text 11 x").exitStatus, 2);
+    EXPECT_EQ(perform(&served.dock, "rtx 6"), std::string("0\0", 2));
 }
 
-TEST_F(DockctlTest, LogShowsMeaningAndBytes) {
-    const uint8_t request[] = {0x0F, 0x0B, 0x50, 0x01};
-    served.dock.request(Operation::kBidiRequest, 12, request, nullptr, nullptr, 0);
+// The time of now in the form of the log, so many seconds later.
+std::string logTime(int seconds) {
+    const std::time_t moment = std::time(nullptr) + seconds;
+    char text[32];
+    std::strftime(text, sizeof(text), "%m-%d %H:%M:%S", std::localtime(&moment));
+    return text;
+}
+
+TEST_F(DockctlTest, LogShowsTimeMeaningAndBytes) {
+    const std::string before = logTime(-1);
+    perform(&served.dock, "bidi 12 0f0b5001");
     const Outcome run = dockctl("log");
     EXPECT_THAT(run.out, HasSubstr("sendBidiRequest:12  set fan 3 manual, level 336 -> ok: valid"));
     EXPECT_THAT(run.out, HasSubstr("sent  0f 0b 50 01\n"));
     const auto entry = nlohmann::json::parse(dockctl("--json log").out);
     EXPECT_EQ(entry["request"], "0f0b5001");
     EXPECT_EQ(entry["meaning"], "set fan 3 manual, level 336");
+    EXPECT_THAT(entry["time"], ::testing::MatchesRegex("..-.. ..:..:..\\....")) << run.out;
+    EXPECT_GE(entry["time"], before);
+    EXPECT_LE(entry["time"], logTime(1));
 }
 
 // Whatever a service may send and the dock be told to answer, the decoder gets through it.
 TEST_F(DockctlTest, LogOfAnyBytesIsDecoded) {
-    setenv("ANDROID_HOST_UEVENT_SOCKET", (served.folder / "nobody").c_str(), 1);
-    const struct {
-        Operation operation;
-        std::vector<int32_t> types;
-    } kRequests[] = {{Operation::kBidiRequest, {0, 12, 16, 18, 24, 25, 26, 27, 28, 29, 30, -1}},
-                     {Operation::kPropRequest, {14, 23, 24, 25, 26, 27, 28, 29, 30, 31}},
-                     {Operation::kWpcAuthRequest, {25, 26, 27}}};
-    const std::vector<uint8_t> bytes = {0x1A, 0xFF, 0x03, 0x80, 0x01, 0xC0, 0x00, 0x7F, 0xFE, 0x0A};
-    for (const auto& each : kRequests) {
-        for (const int32_t type : each.types) {
-            for (size_t length : {size_t{0}, size_t{1}, bytes.size()}) {
-                Fault fault{each.operation, type, Fault::Kind::kAnswer, 0, 0, {}, {}};
-                fault.answer.assign(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(length));
+    setenv("ANDROID_HOST_UEVENT_SOCKET", "/nonexistent/uevents", 1);
+    const std::string bytes = "1aff038001c0007ffe0a";
+    for (const Operation operation :
+         {Operation::kBidiRequest, Operation::kPropRequest, Operation::kWpcAuthRequest}) {
+        for (const int32_t type : {0, 12, 14, 16, 18, 23, 24, 25, 26, 27, 28, 29, 30, 31, -1}) {
+            for (const size_t length : {size_t{0}, size_t{2}, bytes.size()}) {
+                const ByteVector cut = parseHex(bytes.substr(0, length)).value();
+                Fault fault{operation, type, Fault::Kind::kAnswer, 0, 0, cut, 1};
                 served.dock.withFaults([&](Faults& faults) { return faults.set(fault); });
-                served.dock.request(each.operation, type, Bytes(bytes.data(), length), nullptr,
-                                    nullptr, 0);
+                served.dock.request(operation, type, cut, nullptr, nullptr, 0);
             }
         }
-        served.dock.reset();
     }
     const Outcome run = dockctl("log");
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("get certificate, slot 3, offset 1795, length 1920"));
+}
+
+TEST_F(DockctlTest, ScenarioRepeatsAndWaitsForTheService) {
+    test_support::Process run({DOCKCTL_PATH, "run",
+                               scenario("# three times\nrepeat 3\n  fan-level 4\nend\nsleep 0\n"
+                                        "wait getWlcInfo:7 20\nset info.text0='b c'\n")});
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(served.nextUevent(), "SOURCE=FAN DRIVER=p9221");
+    uint32_t value = 0;
+    served.dock.readStatus(7, &value);
+    EXPECT_EQ(served.nextUevent(), "SOURCE=WLC DRIVER=p9221");
+    EXPECT_EQ(run.wait().exitStatus, 0);
+    expectSteps(&served.dock, {{"get info.text0", "b c"}});
+}
+
+TEST_F(DockctlTest, WrongScenarioTellsTheLineAndDoesNothing) {
+    const std::string first = "fan-level 4\n";
+    for (const Case& each : std::vector<Case>{{"end", 2, ":2: end without repeat"},
+                                              {"repeat 2", 2, ":2: repeat without end"},
+                                              {"repeat 0\nend", 2, ":2: \"0\" is not a count"},
+                                              {"sleep soon", 2, ":2: \"soon\" is not a number of"},
+                                              {"sleep", 2, ":2: wrong arguments"},
+                                              {"wait nothing", 2, "unknown operation \"nothing\""},
+                                              {"wait getWlcInfo:x", 2, "no number for a type"},
+                                              {"statsu", 2, ":2: unknown command \"statsu\""},
+                                              {"run x", 2, ":2: not in a scenario"},
+                                              {"get 'x", 2, ":2: a quote without its end"}}) {
+        const Outcome run = dockctl("run " + scenario(first + each.arguments + "\n"));
+        EXPECT_EQ(run.exitStatus, each.exitStatus) << each.arguments;
+        EXPECT_THAT(run.err, HasSubstr(each.output));
+        EXPECT_EQ(served.nextUevent(0), "") << each.arguments;
+    }
+    const Outcome refused = dockctl("run " + scenario(first + "fan-level x\nfan-level 5\n"));
+    EXPECT_EQ(refused.exitStatus, 2);
+    EXPECT_THAT(refused.err, HasSubstr(":2: \"x\" is not a value"));
+    expectSteps(&served.dock, {{"get fan.level", ":4}"}});
+    const Outcome late = dockctl("run " + scenario("wait setQiId 0\n"));
+    EXPECT_EQ(late.exitStatus, 1);
+    EXPECT_THAT(late.err, HasSubstr(":1: no setQiId came within 0 s"));
 }
 
 }  // namespace
