@@ -9,64 +9,48 @@
 #include "heap_counter.h"
 #include "protocol/chargelink.h"
 #include "raw_peer.h"
-#include "service_process.h"
+#include "service.h"
 
 namespace bench {
 namespace {
 
 constexpr const char* kFan = "fan-call";
-constexpr const char* kCertificate = "certificate";
-constexpr double kMicro = 1000;
 constexpr int kWarmUp = 300;
 constexpr int kHeapBatches = 5;
 
-class FanCall {
-  public:
-    explicit FanCall(Proxy proxy) : mProxy(std::move(proxy)) {}
+struct FanCall {
+    const Proxy proxy;
+    charger::FanInfo info;
     void operator()() {
-        if (!mProxy->getFanInfo(0, &mInfo).isOk() || !mInfo.valid)
-            throw Trouble("getFanInfo fails");
+        if (!proxy->getFanInfo(0, &info).isOk() || !info.valid) throw Trouble("getFanInfo fails");
     }
-
-  private:
-    Proxy mProxy;
-    charger::FanInfo mInfo;
 };
-
-// CPU time of this process and another for one call.
-template <typename Call>
-double cpuOfCall(pid_t other, int count, Call call) {
-    const int64_t begin = processCpu(0) + processCpu(other);
-    for (int i = 0; i < count; ++i) call();
-    return static_cast<double>(processCpu(0) + processCpu(other) - begin) / count;
-}
 
 void measureFan(const Run& run, int cpu, const char* where) {
     const OnCpu here(clientCpu());
-    ServiceProcess service({.cpu = cpu});
-    FanCall call(service.connect());
+    Service service({.cpu = cpu});
+    FanCall call{service.connect(), {}};
     for (int i = 0; i < kWarmUp; ++i) call();
     PingPong raw(wireSizes(1000, call), cpu);
     for (int i = 0; i < kWarmUp; ++i) raw.call();
     const int count = run.pick(2000, 400);
     const int rounds = run.pick(15, 7);
+    const auto rawCall = [&] { raw.call(); };
     const Pair time = inTurns(
         rounds, [&] { return medianTime(count, call); },
-        [&] { return medianTime(count, [&] { raw.call(); }); });
-    run.add(pairFigure(Judged::kRatio, kFan,
-                       fmt::format("getFanInfo, two processes on {}, median", where),
-                       raw.describe(), "us", time, kMicro, 1.25));
+        [&] { return medianTime(count, rawCall); });
+    run.add(ratioFigure(kFan, fmt::format("getFanInfo, two processes on {}, median", where),
+                        raw.describe(), 1.25, time));
     const Pair cpuTime = inTurns(
         rounds, [&] { return cpuOfCall(service.pid(), count, call); },
-        [&] { return cpuOfCall(raw.pid(), count, [&] { raw.call(); }); });
-    run.add(pairFigure(Judged::kRatio, kFan,
-                       fmt::format("CPU time of both processes on {}, a call", where),
-                       raw.describe(), "us", cpuTime, kMicro, 1.4));
+        [&] { return cpuOfCall(raw.pid(), count, rawCall); });
+    run.add(ratioFigure(kFan, fmt::format("CPU time of both processes on {}, a call", where),
+                        raw.describe(), 1.4, cpuTime));
 }
 
 void measureFanAllocations(const Run& run) {
-    ServiceProcess service({.countsHeap = true});
-    FanCall call(service.connect());
+    Service service({.countsHeap = true});
+    FanCall call{service.connect(), {}};
     for (int i = 0; i < kWarmUp; ++i) call();
     // In batches: the service may start a further thread during one.
     const int count = run.pick(1000, 300);
@@ -105,7 +89,7 @@ void readChainFromLibrary() {
 
 void measureCertificate(const Run& run, bool logs) {
     const OnCpu here(clientCpu());
-    ServiceProcess service({.logs = logs, .cpu = serverCpu()});
+    Service service({.logs = logs, .cpu = serverCpu()});
     const Proxy proxy = service.connect();
     std::vector<uint8_t> chain;
     auto call = [&] {
@@ -124,9 +108,9 @@ void measureCertificate(const Run& run, bool logs) {
                 raw.call();
             });
         });
-    run.add(pairFigure(Judged::kRatio, kCertificate,
-                       logs ? "1,058-byte chain, with 18 log lines" : "1,058-byte chain, log off",
-                       "9 calls of the library and " + raw.describe(), "us", pair, kMicro, 1.3));
+    run.add(ratioFigure("certificate",
+                        logs ? "1,058-byte chain, with 18 log lines" : "1,058-byte chain, log off",
+                        "9 calls of the library and " + raw.describe(), 1.3, pair));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include "figures.h"
 #include "raw_fan.h"
 #include "raw_peer.h"
-#include "service_process.h"
+#include "service.h"
 #include "subscriber.h"
 
 namespace bench {
@@ -38,18 +38,9 @@ class Fan {
         return static_cast<double>(mArrivals->wait() - begin);
     }
 
-    double medianOf(int count) const {
-        std::vector<double> times;
-        for (int i = 0; i < count; ++i) times.push_back(once());
-        return median(std::move(times));
-    }
-
     // CPU time of both processes for one connection and event.
     double cpuOfEach(int count) const {
-        const int64_t begin = processCpu(0) + processCpu(mPid);
-        for (int i = 0; i < count; ++i) (void)once();
-        return static_cast<double>(processCpu(0) + processCpu(mPid) - begin) / count /
-               static_cast<double>(mConnections);
+        return cpuOfCall(mPid, count, [this] { (void)once(); }) / static_cast<double>(mConnections);
     }
 
   protected:
@@ -86,7 +77,7 @@ class ServiceFan : public Fan {
     const std::string& folder() const { return mService.folder(); }
 
   private:
-    ServiceProcess mService;
+    Service mService;
     std::vector<std::shared_ptr<Subscriber>> mSubscribers;
     std::vector<Proxy> mSessions;
 };
@@ -102,7 +93,7 @@ class PlainFan : public Fan {
               while (recv(mEvents.get(), event, sizeof(event), 0) >= 0 && emit()) {
               }
           }) {
-        start(mRaw.process().pid(), path);
+        start(mRaw.pid(), path);
     }
 
   private:
@@ -138,13 +129,12 @@ void measureFanOut(const Run& run) {
     const PlainFan rawFew(kFew, few.folder() + "/raw", size);
     const int count = run.pick(150, 50);
     const Pair pair = inTurns(
-        run.pick(11, 5), [&] { return few.medianOf(count); },
-        [&] { return rawFew.medianOf(count); });
-    run.add(pairFigure(
-        Judged::kRatio, "fan-out",
-        fmt::format("one callback to {} connections, until the last has it", kFew),
-        fmt::format("{} raw writes of {} bytes and one thread that reads them", kFew, size), "us",
-        pair, 1000, 1.5));
+        run.pick(11, 5), [&] { return medianOf(count, [&] { return few.once(); }); },
+        [&] { return medianOf(count, [&] { return rawFew.once(); }); });
+    run.add(ratioFigure(
+        "fan-out", fmt::format("one callback to {} connections, until the last has it", kFew),
+        fmt::format("{} raw writes of {} bytes and one thread that reads them", kFew, size), 1.5,
+        pair));
 
     const std::string what =
         fmt::format("CPU time of both processes for each of {} connections", kMany);
@@ -157,8 +147,7 @@ void measureFanOut(const Run& run) {
     const PlainFan rawMany(kMany, many.folder() + "/raw", size);
     const Pair raw = growth(run, rawMany, rawFew);
     Figure figure =
-        pairFigure(Judged::kRatio, "fan-out", what, fmt::format("each of {} connections", kFew),
-                   "us", growing, 1000, 1.1);
+        ratioFigure("fan-out", what, fmt::format("each of {} connections", kFew), 1.1, growing);
     figure.note = fmt::format("raw sockets: {:.2f} x", raw.ratio);
     run.add(figure);
 }

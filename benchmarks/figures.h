@@ -27,7 +27,8 @@ void measureInProcess(const Run& run);
 void measureFirmware(const Run& run);
 void measureDump(const Run& run);
 
-// The hidden role of a client for strace: calls as told on standard input.
-int runFanClient(const char* socketPath);
+// The hidden role under strace: so many calls of the service behind a socket, or so many raw round
+// trips when there is none.
+int runUnderStrace(int count, const char* socketPath);
 
 }  // namespace bench

@@ -16,7 +16,6 @@ void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* area, size_t size);
 void* __libc_memalign(size_t alignment, size_t size);
-void __libc_free(void* area);
 }
 
 namespace {
@@ -68,24 +67,9 @@ void* realloc(void* area, size_t size) {
     return __libc_realloc(area, size);
 }
 
-void* memalign(size_t alignment, size_t size) {
-    count();
-    return __libc_memalign(alignment, size);
-}
-
 void* aligned_alloc(size_t alignment, size_t size) {
     count();
     return __libc_memalign(alignment, size);
-}
-
-int posix_memalign(void** area, size_t alignment, size_t size) {
-    count();
-    *area = __libc_memalign(alignment, size);
-    return *area != nullptr ? 0 : ENOMEM;
-}
-
-void free(void* area) {
-    __libc_free(area);
 }
 
 }  // extern "C"

@@ -3,8 +3,10 @@
 #include <android/log.h>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <testing/charger_system.h>
 #include <unistd.h>
 
+#include <string>
 #include <vector>
 
 #include "WirelessCharger.h"
@@ -22,149 +24,73 @@ using charger::WirelessCharger;
 
 constexpr const char* kGroup = "in-process";
 
-// The one object; its event thread uses it until the process ends.
+// The one object; its event thread uses it until the process ends. Nobody sends it uevents.
 WirelessCharger& service() {
+    static const test_support::ChargerSystem home;
     static const auto* const instance =
         new std::shared_ptr<WirelessCharger>(ndk::SharedRefBase::make<WirelessCharger>());
     return **instance;
 }
 
-// Keeps log lines that are no warnings back while it lives.
-class QuietLog {
+// Logs from a priority on, to /dev/null, while it lives.
+class LogFrom {
   public:
-    QuietLog() : mFormer(__android_log_set_minimum_priority(ANDROID_LOG_WARN)) {}
-    ~QuietLog() { __android_log_set_minimum_priority(mFormer); }
-    QuietLog(const QuietLog&) = delete;
-    QuietLog& operator=(const QuietLog&) = delete;
-
-  private:
-    const int32_t mFormer;
-};
-
-// Lets log lines through while it lives, to /dev/null.
-class LogToNowhere {
-  public:
-    LogToNowhere() : mKept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
-        const Fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        dup2(null.get(), STDERR_FILENO);
-        mFormer = __android_log_set_minimum_priority(ANDROID_LOG_INFO);
+    explicit LogFrom(int32_t priority)
+        : mFormer(__android_log_set_minimum_priority(priority)),
+          mKept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
+        dup2(Fd(open("/dev/null", O_WRONLY | O_CLOEXEC)).get(), STDERR_FILENO);
     }
-    ~LogToNowhere() {
+    ~LogFrom() {
         __android_log_set_minimum_priority(mFormer);
         dup2(mKept.get(), STDERR_FILENO);
     }
-    LogToNowhere(const LogToNowhere&) = delete;
-    LogToNowhere& operator=(const LogToNowhere&) = delete;
+    LogFrom(const LogFrom&) = delete;
+    LogFrom& operator=(const LogFrom&) = delete;
 
   private:
-    int32_t mFormer = 0;
+    const int32_t mFormer;
     const Fd mKept;
 };
 
-void check(const ndk::ScopedAStatus& status, const char* method) {
-    if (!status.isOk()) throw Trouble(std::string(method) + " fails");
+template <typename Method>
+void call(const char* name, Method method) {
+    if (!method().isOk()) throw Trouble(std::string(name) + " fails");
 }
 
-template <typename Call>
-double allocationsOf(int count, Call call) {
-    call();
-    const uint64_t before = heapAllocations();
-    for (int i = 0; i < count; ++i) call();
-    return static_cast<double>(heapAllocations() - before) / count;
-}
+// An area for the bare library calls; kept from the optimizer by being visible to the library.
+uint8_t gArea[256];
 
-// Areas for the bare library calls; kept from the optimizer by being visible to the library.
-struct Area {
-    uint8_t bytes[256] = {};
-    size_t length = 0;
-};
-
-uint32_t bidi(Area& area, int32_t type, size_t requestLength) {
-    area.length = sizeof(area.bytes);
-    return sendBidiRequest(type, area.bytes, requestLength, area.bytes, &area.length);
+size_t bidi(int32_t type, size_t requestLength) {
+    size_t length = sizeof(gArea);
+    sendBidiRequest(type, gArea, requestLength, gArea, &length);
+    return length;
 }
 
 struct Case {
     const char* name;
+    const char* library;  // what `bare` calls
     double target;
-    const char* library;
-    std::function<void()> method;
-    std::function<void()> bare;
-    double allocations;  // allowed for a call; below 0: not looked at
-    const char* allocationsNote;
-    bool logs = false;
+    double allocations;  // allowed for a call
+    const char* allocationsNote = "";
 };
 
-std::vector<Case> cases() {
-    static Area area;
-    static charger::FanInfo fan;
-    static const std::vector<uint8_t> chunk(252, 0x5A);
-    std::vector<Case> list;
-    list.push_back({"getFanInfo", 150, "1 call",
-                    [] { check(service().getFanInfo(0, &fan), "getFanInfo"); },
-                    [] { bidi(area, 12, 2); }, 0, ""});
-    list.push_back({"getInformation", 1000, "1 call and 5 look-ups",
-                    [] {
-                        charger::DockInfo info;
-                        check(service().getInformation(&info), "getInformation");
-                    },
-                    [] {
-                        bidi(area, 0, 0);
-                        const uint8_t* value = nullptr;
-                        uint8_t length = 0;
-                        for (int32_t tag = 0; tag < 5; ++tag) {
-                            getPacketTlv(area.bytes, area.length, tag, &value, &length);
-                        }
-                    },
-                    1, "one of its texts has 24 characters"});
-    list.push_back({"getDockInformation", 200, "1 call",
-                    [] {
-                        charger::DockInfo info;
-                        check(service().getDockInformation(&info), "getDockInformation");
-                    },
-                    [] {
-                        uint32_t value;
-                        getWlcInfo(1, &value);
-                    },
-                    1, "one of its texts has 24 characters"});
-    list.push_back({"getPowerInformation", 200, "3 calls",
-                    [] {
-                        charger::PowerInfo info;
-                        check(service().getPowerInformation(&info), "getPowerInformation");
-                    },
-                    [] {
-                        uint32_t value;
-                        for (int32_t selector = 2; selector < 5; ++selector) {
-                            getWlcInfo(selector, &value);
-                        }
-                    },
-                    0, ""});
-    list.push_back({"sendFwChunk, 252 bytes", 200, "1 call",
-                    [] {
-                        static int32_t number = 0;
-                        int32_t next = 0;
-                        check(service().sendFwChunk(0, number++ & 0xFFFF, 0, chunk, &next),
-                              "sendFwChunk");
-                    },
-                    [] {
-                        area.length = sizeof(area.bytes);
-                        area.bytes[0] = 0;
-                        sendPropRequest(26, area.bytes, 256, area.bytes, &area.length, 60000);
-                    },
-                    0, "", true});
-    return list;
-}
-
-void measureCase(const Run& run, const Case& one, const std::string& suffix, int loops) {
+// The method, which returns a status, against the library calls that it makes.
+template <typename Method, typename Bare>
+void measureMethod(const Run& run, const Case& one, const std::string& suffix, int loops,
+                   Method method, Bare bare) {
+    const auto ours = [&] { call(one.name, method); };
     const Pair pair = inTurns(
-        run.pick(15, 7), [&] { return meanTime(loops, one.method); },
-        [&] { return meanTime(loops, one.bare); });
+        run.pick(15, 7), [&] { return meanTime(loops, ours); },
+        [&] { return meanTime(loops, bare); });
     run.add(pairFigure(Judged::kBeyond, kGroup, one.name + suffix,
                        std::string("the library alone, ") + one.library, "ns", pair, 1,
                        one.target));
-    const double allocations = allocationsOf(1000, one.method);
-    Figure figure = valueFigure(kGroup, one.name + suffix + ": heap allocations", "", allocations,
-                                one.allocations);
+    constexpr int kCount = 1000;
+    const uint64_t before = heapAllocations();
+    for (int i = 0; i < kCount; ++i) ours();
+    Figure figure =
+        valueFigure(kGroup, one.name + suffix + ": heap allocations", "",
+                    static_cast<double>(heapAllocations() - before) / kCount, one.allocations);
     figure.note = one.allocationsNote;
     run.add(figure);
 }
@@ -172,13 +98,13 @@ void measureCase(const Run& run, const Case& one, const std::string& suffix, int
 void measureRtx(const Run& run) {
     const Pair pair = inTurns(
         run.pick(15, 7),
-        [&] {
+        [] {
             return meanTime(2000, [] {
                 charger::RtxStatusInfo info;
-                check(service().getRtxInformation(&info), "getRtxInformation");
+                call("getRtxInformation", [&] { return service().getRtxInformation(&info); });
             });
         },
-        [&] {
+        [] {
             return meanTime(2000, [] {
                 RtxAnswer answer;
                 for (const int32_t type : {2, 5, 6, 7, 8, 9, 10}) sendRtxRequest(type, &answer);
@@ -209,19 +135,64 @@ std::vector<size_t> writesOfDump() {
 void measureInProcess(const Run& run) {
     const OnCpu here(clientCpu());
     // A log line costs system calls: without them first, then with them.
-    const QuietLog quiet;
-    for (const Case& one : cases()) {
-        measureCase(run, one, one.logs ? ", log off" : "", 4000);
-        if (!one.logs) continue;
-        const LogToNowhere loud;
-        measureCase(run, one, ", 2 log lines", 400);
+    const LogFrom quiet(ANDROID_LOG_WARN);
+    constexpr int kLoops = 4000;
+    constexpr const char* kLongText = "one of its texts has 24 characters";
+    uint32_t number;
+
+    charger::FanInfo fan;
+    measureMethod(
+        run, {"getFanInfo", "1 call", 150, 0}, "", kLoops,
+        [&] { return service().getFanInfo(0, &fan); }, [] { bidi(12, 2); });
+    measureMethod(
+        run, {"getInformation", "1 call and 5 look-ups", 1000, 1, kLongText}, "", kLoops,
+        [] {
+            charger::DockInfo info;
+            return service().getInformation(&info);
+        },
+        [] {
+            const size_t length = bidi(0, 0);
+            const uint8_t* value = nullptr;
+            uint8_t size = 0;
+            for (int32_t tag = 0; tag < 5; ++tag) getPacketTlv(gArea, length, tag, &value, &size);
+        });
+    measureMethod(
+        run, {"getDockInformation", "1 call", 200, 1, kLongText}, "", kLoops,
+        [] {
+            charger::DockInfo info;
+            return service().getDockInformation(&info);
+        },
+        [&] { getWlcInfo(1, &number); });
+    measureMethod(
+        run, {"getPowerInformation", "3 calls", 200, 0}, "", kLoops,
+        [] {
+            charger::PowerInfo info;
+            return service().getPowerInformation(&info);
+        },
+        [&] {
+            for (const int32_t selector : {2, 3, 4}) getWlcInfo(selector, &number);
+        });
+    const auto sendChunk = [chunk = std::vector<uint8_t>(252, 0x5A), sent = 0]() mutable {
+        int32_t next = 0;
+        return service().sendFwChunk(0, sent++ & 0xFFFF, 0, chunk, &next);
+    };
+    const auto sendBare = [] {
+        size_t length = sizeof(gArea);
+        gArea[0] = 0;
+        sendPropRequest(26, gArea, 256, gArea, &length, 60000);
+    };
+    const Case chunk = {"sendFwChunk, 252 bytes", "1 call", 200, 0};
+    measureMethod(run, chunk, ", log off", kLoops, sendChunk, sendBare);
+    {
+        const LogFrom loud(ANDROID_LOG_INFO);
+        measureMethod(run, chunk, ", 2 log lines", 400, sendChunk, sendBare);
     }
     measureRtx(run);
 }
 
 void measureDump(const Run& run) {
     const OnCpu here(clientCpu());
-    const QuietLog quiet;
+    const LogFrom quiet(ANDROID_LOG_WARN);
     const std::vector<size_t> sizes = writesOfDump();
     if (sizes.empty()) throw Trouble("the dump writes nothing");
     const Fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
@@ -238,9 +209,8 @@ void measureDump(const Run& run) {
                 }
             });
         });
-    run.add(pairFigure(Judged::kRatio, "dump", "without subscribers, in the process, to /dev/null",
-                       fmt::format("{} bare dprintfs of the same sizes", sizes.size()), "us", pair,
-                       1000, 3));
+    run.add(ratioFigure("dump", "without subscribers, in the process, to /dev/null",
+                        fmt::format("{} bare dprintfs of the same sizes", sizes.size()), 3, pair));
 }
 
 }  // namespace bench

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <initializer_list>
 
 #include "protocol/chargelink.h"
 
@@ -103,29 +104,24 @@ uint32_t sendBidiRequest(int32_t type, const uint8_t*, size_t, uint8_t* response
 uint32_t sendPropRequest(int32_t type, const uint8_t* request, size_t, uint8_t* response,
                          size_t* responseLength, uint32_t) {
     const uint8_t target = request != nullptr ? request[0] : 0;
+    const auto answer = [&](std::initializer_list<uint8_t> rest) {
+        uint8_t bytes[8] = {target};
+        std::copy(rest.begin(), rest.end(), bytes + 1);
+        return give(bytes, rest.size() + 1, response, responseLength);
+    };
     switch (type) {
-        case kPropFwInformation: {
-            const uint8_t answer[] = {target, 0, 0, 0, 4, 252, 1, 0};  // at most 64 MiB
-            return give(answer, sizeof(answer), response, responseLength);
-        }
-        case kPropFwStart: {
-            const uint8_t answer[] = {target, 0, 252, 100};
-            return give(answer, sizeof(answer), response, responseLength);
-        }
+        case kPropFwInformation:
+            return answer({0, 0, 0, 4, 252, 1, 0});  // at most 64 MiB
+        case kPropFwStart:
+            return answer({0, 252, 100});
         case kPropFwChunk: {
-            const auto next = static_cast<uint16_t>((request[1] | request[2] << 8) + 1);
-            const uint8_t answer[] = {target, static_cast<uint8_t>(next & 0xFF),
-                                      static_cast<uint8_t>(next >> 8), 30, 31};
-            return give(answer, sizeof(answer), response, responseLength);
+            const int next = (request[1] | request[2] << 8) + 1;
+            return answer({static_cast<uint8_t>(next), static_cast<uint8_t>(next >> 8), 30, 31});
         }
-        case kPropFwExecutionStatus: {
-            const uint8_t answer[] = {target, 0, 100};
-            return give(answer, sizeof(answer), response, responseLength);
-        }
-        default: {
-            const uint8_t answer[] = {target, 0, 0, 0, 0};  // nothing missing; accepted
-            return give(answer, sizeof(answer), response, responseLength);
-        }
+        case kPropFwExecutionStatus:
+            return answer({0, 100});
+        default:
+            return answer({0, 0, 0, 0});  // nothing missing; accepted
     }
 }
 

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "figures.h"
-#include "process.h"
 
 namespace bench {
 namespace {
@@ -54,10 +53,7 @@ bool measureGroup(const Group& group, const Run& run) {
 }
 
 int runBenchmarks(bool json, bool quick, const std::vector<std::string>& names) {
-    // The service in this process hears its uevents here: from nobody.
-    const TempFolder folder;
-    setenv("ANDROID_HOST_UEVENT_SOCKET", (folder.path() + "/uevent").c_str(), 1);
-    setenv("ANDROID_HOST_DIR", folder.path().c_str(), 1);
+    unsetenv("ANDROID_LOG_TAGS");
     signal(SIGPIPE, SIG_IGN);
 
     Figures figures;
@@ -87,10 +83,10 @@ int main(int argc, char** argv) {
     bool json = false;
     bool quick = false;
     std::vector<std::string> names;
-    std::string served;
+    std::vector<std::string> underStrace;
     app.add_flag("--json", json, "One JSON object instead of a table");
     app.add_flag("--quick", quick, "Fewer rounds: less time, more noise");
-    app.add_option("--serve-fan-client", served)->group("");
+    app.add_option("--under-strace", underStrace)->expected(2)->group("");
     std::vector<std::string> known;
     for (const bench::Group& group : bench::kGroups) known.push_back(group.name);
     app.add_option("NAME", names, "Groups of figures to measure")->check(CLI::IsMember(known));
@@ -100,6 +96,8 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
-    if (!served.empty()) return bench::runFanClient(served.c_str());
+    if (!underStrace.empty()) {
+        return bench::runUnderStrace(std::stoi(underStrace[0]), underStrace[1].c_str());
+    }
     return bench::runBenchmarks(json, quick, names);
 }

@@ -48,17 +48,23 @@ Pair inTurns(int rounds, Subject subject, Baseline baseline) {
     return {median(subjects), median(baselines), median(ratios), median(differences)};
 }
 
+// Median of what `one` returns.
+template <typename One>
+double medianOf(int count, One one) {
+    std::vector<double> values;
+    values.reserve(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) values.push_back(one());
+    return median(std::move(values));
+}
+
 // Median time of one call, each timed alone.
 template <typename Call>
 double medianTime(int count, Call call) {
-    std::vector<double> times;
-    times.reserve(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) {
+    return medianOf(count, [&] {
         const int64_t begin = now();
         call();
-        times.push_back(static_cast<double>(now() - begin));
-    }
-    return median(std::move(times));
+        return static_cast<double>(now() - begin);
+    });
 }
 
 // Mean time of one call in a loop: for calls too short to be timed alone.
@@ -67,6 +73,14 @@ double meanTime(int count, Call call) {
     const int64_t begin = now();
     for (int i = 0; i < count; ++i) call();
     return static_cast<double>(now() - begin) / count;
+}
+
+// CPU time of this process and another for one call.
+template <typename Call>
+double cpuOfCall(pid_t other, int count, Call call) {
+    const int64_t begin = processCpu(0) + processCpu(other);
+    for (int i = 0; i < count; ++i) call();
+    return static_cast<double>(processCpu(0) + processCpu(other) - begin) / count;
 }
 
 }  // namespace bench

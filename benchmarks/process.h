@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Processes that the benchmark starts, and what the kernel says of them. All die with it.
+// Where processes run, copies of this one, and what the kernel says of a process.
 #pragma once
 
 #include <android-base/unique_fd.h>
@@ -8,43 +8,25 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace bench {
 
 // What cannot be measured on this machine, or went wrong; the message is for people.
-class Trouble : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
+using Trouble = std::runtime_error;
 
 using Fd = android::base::unique_fd;
-
-// A folder that goes away with everything in it.
-class TempFolder {
-  public:
-    TempFolder();
-    ~TempFolder();
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    const std::string& path() const { return mPath; }
-
-  private:
-    std::string mPath;
-};
 
 // Where processes run. Two that talk to each other stay where the scheduler once put them, on one
 // processor or on two, and that decides about more time than anything in them: so both sides of a
 // comparison are placed alike. With one processor the two are the same.
-inline constexpr int kAnyCpu = -1;
 int clientCpu();
 int serverCpu();
 
-// Keeps a thread on one processor while it lives; 0 is the calling one.
+// Keeps a thread, and what it starts meanwhile, on one processor while it lives; 0 is the calling
+// one.
 class OnCpu {
   public:
     explicit OnCpu(int cpu, pid_t thread = 0);
@@ -53,58 +35,34 @@ class OnCpu {
     OnCpu& operator=(const OnCpu&) = delete;
 
   private:
-    pid_t mThread;
+    const pid_t mThread;
     cpu_set_t mFormer;
 };
 
-// A child; killed and awaited by its destructor.
-class Process {
+// Runs a function in a copy of this process, which has none of its other threads: only system calls
+// and plain memory are safe in there. On one processor, or where this thread may. Killed by the
+// destructor, and with this process.
+class Fork {
   public:
-    struct Setup {
-        std::map<std::string, std::string> environment = {};  // beyond, or instead of, our own
-        std::vector<std::string> without = {};                // variables to take away
-        std::optional<std::string> errorFile = {};            // standard error; else /dev/null
-        int input = -1;                                       // standard input; else /dev/null
-        int output = -1;                                      // standard output; else /dev/null
-        int cpu = kAnyCpu;
-    };
-
-    // Runs a program. Throws Trouble when there can be no child; see wait() for the rest.
-    static Process run(const std::vector<std::string>& arguments, const Setup& setup);
-    // Runs a function in a copy of this process, which has none of its other threads: only system
-    // calls and plain memory are safe in there.
-    static Process fork(const std::function<void()>& body, int cpu = kAnyCpu);
-
-    Process(Process&& other) noexcept;
-    Process& operator=(Process&&) = delete;
-    ~Process();
-
+    explicit Fork(const std::function<void()>& body, std::optional<int> cpu = {});
+    ~Fork();
+    Fork(const Fork&) = delete;
+    Fork& operator=(const Fork&) = delete;
     pid_t pid() const { return mPid; }
-    // When it was about to execute the program, by now().
-    int64_t execTime() const { return mExecTime; }
-    // Waits for its end; its exit status, 127 when the program could not be run.
-    int wait();
-    bool hasEnded();
-    // Sends a signal; for SIGSTOP, returns when it has stopped.
-    void signal(int number);
 
   private:
-    explicit Process(pid_t pid) : mPid(pid) {}
-
     pid_t mPid;
-    int64_t mExecTime = 0;
 };
 
-// Runs check again and again until it is true; false after the limit.
-bool waitUntil(const std::function<bool()>& check, int limitMillis, int pauseMicros = 100);
+// Stops a child; returns when it has stopped.
+void stopProcess(pid_t pid);
+
+// Runs check every 0.1 ms until it is true; false after the limit.
+bool waitUntil(const std::function<bool()>& check, int limitMillis);
 
 void pauseMillis(int millis);
 
-// Whether something listens at a Unix socket's path.
-bool isListening(const std::string& path);
-
-// Thread ids of a process; the one of a name, 0 when there is none.
-std::vector<pid_t> threadsOf(pid_t pid);
+// The id of the thread of a name; 0 when there is none.
 pid_t threadNamed(pid_t pid, const std::string& name);
 
 // How often its threads have gone to sleep so far.
@@ -112,12 +70,11 @@ uint64_t sleepsOf(pid_t pid);
 
 struct Memory {
     double pss;           // KiB
-    double pssOwnInFull;  // KiB, with files below a folder counted as if nobody shared them
+    double pssOwnInFull;  // KiB, with files of this build counted as if nobody shared them
 };
-Memory memoryOf(pid_t pid, const std::string& ownFolder);
+Memory memoryOf(pid_t pid);
 
-// A file of the build by its path from the folder above this program's. Throws when missing.
-std::string built(const std::string& path);
-std::string buildFolder();
+// Where the build keeps what only the benchmark uses.
+std::string helper(const std::string& name);
 
 }  // namespace bench

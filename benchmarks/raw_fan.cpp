@@ -18,7 +18,7 @@ RawFan::RawFan(size_t connections, size_t size, Arrivals* arrivals,
         }
         return true;
     };
-    mPeer = std::make_unique<Process>(Process::fork([&] { source(emit); }, serverCpu()));
+    mPeer = std::make_unique<Fork>([&] { source(emit); }, serverCpu());
     mReader = std::thread([this, size] { read(size); });
 }
 

@@ -19,19 +19,20 @@ class RawFan {
     // Writes the messages of one event; false when nobody reads them any more.
     using Emit = std::function<bool()>;
 
-    // `source` runs in the process: it waits for events and emits each, until that fails. Messages
-    // have `size` bytes; `arrivals` is told of each and outlives this object.
+    // `source` runs in the process, on the server's processor: it waits for events and emits each,
+    // until that fails. Messages have `size` bytes; `arrivals` is told of each and outlives this
+    // object.
     RawFan(size_t connections, size_t size, Arrivals* arrivals,
            const std::function<void(const Emit&)>& source);
     ~RawFan();
-    Process& process() { return *mPeer; }
+    pid_t pid() const { return mPeer->pid(); }
 
   private:
     void read(size_t size);
 
     Arrivals* const mArrivals;
     std::vector<SocketPair> mSockets;
-    std::unique_ptr<Process> mPeer;
+    std::unique_ptr<Fork> mPeer;
     std::thread mReader;
 };
 

@@ -3,7 +3,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <linux/netlink.h>
 #include <string.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -12,7 +11,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace bench {
 namespace {
@@ -25,9 +23,9 @@ sockaddr_un addressOf(const std::string& path) {
     return address;
 }
 
-void passCredentials(int fd) {
-    const int on = 1;
-    setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
+bool connectTo(const Fd& fd, const std::string& path) {
+    const sockaddr_un address = addressOf(path);
+    return connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
 }
 
 }  // namespace
@@ -65,18 +63,17 @@ bool writeAll(int fd, const void* area, size_t size) {
     return true;
 }
 
-PingPong::PingPong(const WireSizes& sizes, int cpu)
-    : mSizes(sizes), mBuffer(std::max(sizes.request, sizes.reply), 'x') {
-    const int socket = mSockets.theirs.get();
-    const int other = mSockets.ours.get();
-    char* area = mBuffer.data();
-    mPeer = std::make_unique<Process>(Process::fork(
-        [=] {
-            close(other);
-            while (readAll(socket, area, sizes.request) && writeAll(socket, area, sizes.reply)) {
-            }
-        },
-        cpu));
+PingPong::PingPong(const WireSizes& sizes, std::optional<int> cpu)
+    : mSizes(sizes),
+      mBuffer(std::max(sizes.request, sizes.reply), 'x'),
+      mPeer(
+          [this] {
+              const int socket = mSockets.theirs.get();
+              while (readAll(socket, mBuffer.data(), mSizes.request) &&
+                     writeAll(socket, mBuffer.data(), mSizes.reply)) {
+              }
+          },
+          cpu) {
     mSockets.theirs.reset();
 }
 
@@ -94,7 +91,8 @@ std::string PingPong::describe() const {
 
 Fd datagramSocket(const std::string& path) {
     Fd fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    passCredentials(fd.get());
+    const int on = 1;
+    setsockopt(fd.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
     const sockaddr_un address = addressOf(path);
     if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         throw Trouble("cannot bind " + path);
@@ -104,25 +102,12 @@ Fd datagramSocket(const std::string& path) {
 
 Fd datagramSender(const std::string& path) {
     Fd fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    const sockaddr_un address = addressOf(path);
-    // The reader may be about to bind it.
-    auto connected = [&] {
-        return connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-    };
-    if (!waitUntil(connected, 5000)) throw Trouble("nobody reads " + path);
+    if (!connectTo(fd, path)) throw Trouble("nobody reads " + path);
     return fd;
 }
 
-Fd kernelUeventSocket() {
-    Fd fd(socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
-    passCredentials(fd.get());
-    sockaddr_nl address{};
-    address.nl_family = AF_NETLINK;
-    address.nl_groups = 1;
-    if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        throw Trouble("no kernel uevents here");
-    }
-    return fd;
+bool isListening(const std::string& path) {
+    return connectTo(Fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), path);
 }
 
 BareReader::BareReader(int fd) : mFd(fd), mEpoll(epoll_create1(EPOLL_CLOEXEC)) {

@@ -2,7 +2,7 @@
 // The baselines' other processes: plain system calls on plain sockets.
 #pragma once
 
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "process.h"
@@ -24,28 +24,28 @@ bool writeAll(int fd, const void* area, size_t size);
 // A process that answers each message of one size with one of another: write, read on each side.
 class PingPong {
   public:
-    PingPong(const WireSizes& sizes, int cpu);
+    explicit PingPong(const WireSizes& sizes, std::optional<int> cpu = {});
 
     // One round trip.
     void call();
-    pid_t pid() const { return mPeer->pid(); }
+    pid_t pid() const { return mPeer.pid(); }
 
     // "a raw round trip of N and M bytes"
     std::string describe() const;
 
   private:
-    WireSizes mSizes;
+    const WireSizes mSizes;
     SocketPair mSockets;
-    std::unique_ptr<Process> mPeer;
     std::string mBuffer;
+    const Fork mPeer;
 };
 
 // A bound datagram socket that asks for its senders' credentials.
 Fd datagramSocket(const std::string& path);
 // One connected to such a socket, for sending.
 Fd datagramSender(const std::string& path);
-// A netlink socket that hears the kernel's uevents, with credentials.
-Fd kernelUeventSocket();
+// Whether something listens at a stream socket's path.
+bool isListening(const std::string& path);
 
 // epoll_wait and recvmsg with room for credentials; the message's size.
 class BareReader {

@@ -46,6 +46,12 @@ Figure pairFigure(Judged judged, const char* group, std::string what, std::strin
     return figure;
 }
 
+Figure ratioFigure(const char* group, std::string what, std::string baselineWhat, double target,
+                   const Pair& pair) {
+    return pairFigure(Judged::kRatio, group, std::move(what), std::move(baselineWhat), "us", pair,
+                      1000, target);
+}
+
 Figure valueFigure(const char* group, std::string what, const char* unit, double value,
                    double target) {
     Figure figure{.group = group, .what = std::move(what), .unit = unit};

@@ -34,6 +34,9 @@ struct Figure {
 // From a measurement in turns, its times divided by `scale`.
 Figure pairFigure(Judged judged, const char* group, std::string what, std::string baselineWhat,
                   const char* unit, const Pair& pair, double scale, double target);
+// A ratio of times, shown in microseconds.
+Figure ratioFigure(const char* group, std::string what, std::string baselineWhat, double target,
+                   const Pair& pair);
 Figure valueFigure(const char* group, std::string what, const char* unit, double value,
                    double target);
 Figure skippedFigure(const char* group, std::string what, std::string why);

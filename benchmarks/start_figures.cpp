@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Starting and idling.
+#include <stdio.h>
+#include <stdlib.h>
+#include <testing/charger_system.h>
 #include <unistd.h>
 
-#include <filesystem>
+#include <string>
 
 #include "figures.h"
-#include "service_process.h"
+#include "raw_peer.h"
 
 namespace bench {
 namespace {
@@ -14,23 +17,44 @@ constexpr const char* kGroup = "start";
 constexpr double kMilli = 1e6;
 constexpr int kSettleMillis = 300;
 
-class RawServer {
+// A program that listens on a socket.
+class Server {
   public:
-    RawServer() : mProcess(Process::run({built("lib/bench/raw_server"), path()}, {})) {
-        if (!waitUntil([&] { return isListening(path()); }, 10000)) {
-            throw Trouble("the raw server does not start");
+    Server(const std::string& program, const std::string& socketPath)
+        : mProcess([&] {
+              setenv("LD_LIBRARY_PATH", helper("").c_str(), 1);
+              freopen("/dev/null", "a", stderr);
+              const int64_t begin = now();
+              writeAll(mPipe.theirs.get(), &begin, sizeof(begin));
+              execl(program.c_str(), program.c_str(), socketPath.c_str(), nullptr);
+          }) {
+        int64_t begin = 0;
+        if (!readAll(mPipe.ours.get(), &begin, sizeof(begin)) ||
+            !waitUntil([&] { return isListening(socketPath); }, 10000)) {
+            throw Trouble(program + " does not start");
         }
-        mStartTime = now() - mProcess.execTime();
+        mStartTime = static_cast<double>(now() - begin);
     }
     pid_t pid() const { return mProcess.pid(); }
-    int64_t startTime() const { return mStartTime; }
+    // From executing the program until its socket accepted a connection, in nanoseconds.
+    double startTime() const { return mStartTime; }
 
   private:
-    std::string path() const { return mFolder.path() + "/raw"; }
+    const SocketPair mPipe;
+    const Fork mProcess;
+    double mStartTime = 0;
+};
 
-    TempFolder mFolder;
-    Process mProcess;
-    int64_t mStartTime = 0;
+// Each in a new folder, which goes with it.
+struct StartedService {
+    const test_support::ChargerSystem home;
+    // The service ignores its argument.
+    const Server server{test_support::program("vendor.zorvak.wireless_charger-service"),
+                        home.socketPath()};
+};
+struct StartedRawServer {
+    const test_support::ChargerSystem home;
+    const Server server{helper("raw_server"), home.folder() + "/raw"};
 };
 
 Figure compared(const char* what, const char* unit, double value, double baseline, double target) {
@@ -44,28 +68,28 @@ Figure compared(const char* what, const char* unit, double value, double baselin
 
 void measureStart(const Run& run) {
     const Pair time = inTurns(
-        run.pick(15, 5), [] { return static_cast<double>(ServiceProcess({}).startTime()); },
-        [] { return static_cast<double>(RawServer().startTime()); });
+        run.pick(15, 5), [] { return StartedService().server.startTime(); },
+        [] { return StartedRawServer().server.startTime(); });
     run.add(
         compared("exec to registered", "ms", time.measured / kMilli, time.baseline / kMilli, 10));
 
-    ServiceProcess service({});
-    const RawServer raw;
+    const StartedService service;
+    const StartedRawServer raw;
+    const pid_t ours = service.server.pid();
+    const pid_t bare = raw.server.pid();
     pauseMillis(kSettleMillis);
-    const std::string own = buildFolder();
-    const Memory memory = memoryOf(service.pid(), own);
-    const Memory rawMemory = memoryOf(raw.pid(), own);
+    const Memory memory = memoryOf(ours);
+    const Memory rawMemory = memoryOf(bare);
     const double limit = 4 * 1024;
     run.add(compared("idle memory, PSS", "KiB", memory.pss, rawMemory.pss, limit));
     run.add(compared("the same, its own files counted as unshared", "KiB", memory.pssOwnInFull,
                      rawMemory.pssOwnInFull, limit));
 
-    const uint64_t sleeps = sleepsOf(service.pid());
-    const uint64_t rawSleeps = sleepsOf(raw.pid());
+    const uint64_t sleeps = sleepsOf(ours);
+    const uint64_t rawSleeps = sleepsOf(bare);
     pauseMillis(run.pick(4000, 1500));
-    run.add(compared("wake-ups while idle", "",
-                     static_cast<double>(sleepsOf(service.pid()) - sleeps),
-                     static_cast<double>(sleepsOf(raw.pid()) - rawSleeps), 0));
+    run.add(compared("wake-ups while idle", "", static_cast<double>(sleepsOf(ours) - sleeps),
+                     static_cast<double>(sleepsOf(bare) - rawSleeps), 0));
 }
 
 }  // namespace bench
