@@ -16,7 +16,7 @@ constexpr const char* kDigest =
     "\"b729ce724d9a48d3884dbfcbee1d3793d922b29fa9d639e7290af4978263772b\"";
 
 constexpr const char* kBusy = "result 12";
-constexpr const char* kRefused = "result 9";
+constexpr const char* kRefusedReply = "result 9";
 constexpr const char* kInvalid = "result 3";
 
 TEST(FirmwareTest, ImageArrivesOutOfOrderAndTwiceAndRunsAfterARestart) {
@@ -45,7 +45,7 @@ TEST(FirmwareTest, ImageArrivesOutOfOrderAndTwiceAndRunsAfterARestart) {
                             {ask("30"), ""},
                             {"get " + keys + ".major", ":2}"},
                             {"get " + keys + ".minor", ":7}"},
-                            {ask("27"), kRefused}});
+                            {ask("27"), kRefusedReply}});
     }
 }
 
@@ -71,7 +71,7 @@ TEST(FirmwareTest, ResumeContinuesTheSameImageOnly) {
                         {"prop 27 00", "0001000200"},
                         {"prop 25 00 19000000 0a 00 02 08", "00000a64"},  // another version
                         {"prop 27 00", "0000000300"},
-                        {"prop 27 01", kRefused}});
+                        {"prop 27 01", kRefusedReply}});
 }
 
 TEST(FirmwareTest, LimitsOfATransfer) {
@@ -98,7 +98,7 @@ TEST(FirmwareTest, LimitsOfATransfer) {
 
 TEST(FirmwareTest, ChunksWithoutAPlaceAreUnexpected) {
     VirtualDock dock;
-    expectSteps(&dock, {{"prop 26 00 0000 00 010203", kRefused},
+    expectSteps(&dock, {{"prop 26 00 0000 00 010203", kRefusedReply},
                         {"prop 25 00 19000000 0a 80 02 07", "00000a64"},
                         {"prop 26 00 0000 00 000102030405060708", "8000001f1c"},
                         {"prop 26 00 0000 00 000102030405060708090a", "8000001f1c"},
