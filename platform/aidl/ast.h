@@ -186,7 +186,9 @@ struct Document {
 inline const Annotation* findAnnotation(const std::vector<Annotation>& annotations,
                                         std::string_view name) {
     for (const Annotation& annotation : annotations) {
-        if (annotation.name == name) return &annotation;
+        if (annotation.name == name) {
+            return &annotation;
+        }
     }
     return nullptr;
 }

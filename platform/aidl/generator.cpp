@@ -14,9 +14,9 @@ void generate(const TypeDecl& type, const InterfaceVersion& version, GeneratedFi
     switch (type.kind) {
         case TypeDecl::Kind::Interface:
             *header = interfaceHeader(type, version);
-            files->headers[headerPath(type, "Bn" + baseName(type))] = nativeHeader(type);
-            files->headers[headerPath(type, "Bp" + baseName(type))] = proxyHeader(type);
-            *source = interfaceSource(type);
+            files->headers[headerPath(type, "Bn" + baseName(type))] = nativeHeader(type, version);
+            files->headers[headerPath(type, "Bp" + baseName(type))] = proxyHeader(type, version);
+            *source = interfaceSource(type, version);
             break;
         case TypeDecl::Kind::Enum:
             *header = enumHeader(type);

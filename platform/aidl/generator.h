@@ -10,8 +10,8 @@ namespace aidlc {
 
 // What an interface tells of itself.
 struct InterfaceVersion {
-    int number = 0;
-    std::string hash;
+    int number = 0;    // 0: nothing
+    std::string hash;  // of the API of that version
 };
 
 // Generated files: path below its output folder, and text.

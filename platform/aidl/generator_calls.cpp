@@ -235,16 +235,19 @@ std::string methodSignature(const Method& method, const std::string& className) 
            "(" + parameters + ")";
 }
 
-void writeProxyMethods(CodeWriter* out, const TypeDecl& type) {
+void writeProxyMethods(CodeWriter* out, const TypeDecl& type, bool hasVersion) {
     int64_t id = 0;
     for (const Method& method : type.methods) {
         proxyMethod(out, type, id++, method);
     }
-    proxyVersion(out, type);
-    proxyHash(out, type);
+    if (hasVersion) {
+        proxyVersion(out, type);
+        proxyHash(out, type);
+    }
 }
 
-void writeDispatcher(CodeWriter* out, const TypeDecl& type, const std::string& name) {
+void writeDispatcher(CodeWriter* out, const TypeDecl& type, const std::string& name,
+                     bool hasVersion) {
     out->open("static binder_status_t " + name +
               "(AIBinder* _aidl_binder, transaction_code_t _aidl_code, const AParcel* _aidl_in, "
               "AParcel* _aidl_out) {");
@@ -261,9 +264,11 @@ if (_aidl_impl == nullptr) return STATUS_DEAD_OBJECT;
     for (const Method& method : type.methods) {
         dispatch(out, id++, method);
     }
-    dispatchMeta(out, kVersionId, "getInterfaceVersion",
-                 "static_cast<int32_t>(" + type.name + "::version)");
-    dispatchMeta(out, kHashId, "getInterfaceHash", type.name + "::hash");
+    if (hasVersion) {
+        dispatchMeta(out, kVersionId, "getInterfaceVersion",
+                     "static_cast<int32_t>(" + type.name + "::version)");
+        dispatchMeta(out, kHashId, "getInterfaceHash", type.name + "::hash");
+    }
     out->line("default:");
     out->line("  break;");
     out->close("}");

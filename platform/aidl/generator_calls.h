@@ -12,10 +12,11 @@ namespace aidlc {
 // "name(parameters)" as declared; `className` is put in front for a definition.
 std::string methodSignature(const Method& method, const std::string& className);
 
-// The definitions of all methods of the proxy, those for version and hash included.
-void writeProxyMethods(CodeWriter* out, const TypeDecl& type);
+// The definitions of all methods of the proxy; with those for version and hash if `hasVersion`.
+void writeProxyMethods(CodeWriter* out, const TypeDecl& type, bool hasVersion);
 
 // The function that unpacks calls to objects of this process, called `name`.
-void writeDispatcher(CodeWriter* out, const TypeDecl& type, const std::string& name);
+void writeDispatcher(CodeWriter* out, const TypeDecl& type, const std::string& name,
+                     bool hasVersion);
 
 }  // namespace aidlc

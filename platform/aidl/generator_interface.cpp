@@ -22,6 +22,16 @@ void classHead(CodeWriter* out, const TypeDecl& type) {
                {{"$HEADER", headerPath(type, type.name)}});
 }
 
+void declareVersionMethods(CodeWriter* out, const InterfaceVersion& version,
+                           const std::string& before, const std::string& after) {
+    if (version.number > 0) {
+        out->line(before + "::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return)" +
+                  after + ";");
+        out->line(before + "::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return)" +
+                  after + ";");
+    }
+}
+
 }  // namespace
 
 std::string interfaceHeader(const TypeDecl& type, const InterfaceVersion& version) {
@@ -45,8 +55,10 @@ virtual ~$NAME();
 )",
               {{"$NAME", type.name}});
     writeConstants(&out, type);
-    out.line("static constexpr int32_t version = " + std::to_string(version.number) + ";");
-    out.line("static inline const std::string hash = \"" + version.hash + "\";");
+    if (version.number > 0) {
+        out.line("static constexpr int32_t version = " + std::to_string(version.number) + ";");
+        out.line("static inline const std::string hash = \"" + version.hash + "\";");
+    }
     for (size_t i = 0; i < type.methods.size(); ++i) {
         out.line("static constexpr uint32_t TRANSACTION_" + type.methods[i].name +
                  " = FIRST_CALL_TRANSACTION + " + std::to_string(i) + ";");
@@ -63,14 +75,13 @@ static binder_status_t readFromParcel(const AParcel* parcel, std::shared_ptr<$NA
         writeComment(&out, method.comment);
         out.line("virtual " + methodSignature(method, "") + " = 0;");
     }
-    out.line("virtual ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) = 0;");
-    out.line("virtual ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) = 0;");
+    declareVersionMethods(&out, version, "virtual ", " = 0");
     out.close("};");
     closeNamespace(&out, type);
     return out.text();
 }
 
-std::string nativeHeader(const TypeDecl& type) {
+std::string nativeHeader(const TypeDecl& type, const InterfaceVersion& version) {
     CodeWriter out;
     classHead(&out, type);
     includeAll(&out, {"android/binder_ibinder.h"});
@@ -80,19 +91,20 @@ class Bn$BASE : public ::ndk::BnCInterface<$NAME> {
 public:
   Bn$BASE();
   virtual ~Bn$BASE();
-  ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) final;
-  ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) final;
+)",
+              {{"$BASE", baseName(type)}, {"$NAME", type.name}});
+    declareVersionMethods(&out, version, "  ", " final");
+    out.lines(R"(
 
 protected:
   ::ndk::SpAIBinder createBinder() override;
 };
-)",
-              {{"$BASE", baseName(type)}, {"$NAME", type.name}});
+)");
     closeNamespace(&out, type);
     return out.text();
 }
 
-std::string proxyHeader(const TypeDecl& type) {
+std::string proxyHeader(const TypeDecl& type, const InterfaceVersion& version) {
     CodeWriter out;
     classHead(&out, type);
     includeAll(&out, {"android/binder_ibinder.h"});
@@ -109,19 +121,20 @@ public:
     for (const Method& method : type.methods) {
         out.line("  " + methodSignature(method, "") + " override;");
     }
-    out.lines(R"(
-  ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
-  ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) override;
+    declareVersionMethods(&out, version, "  ", " override");
+    if (version.number > 0) {
+        out.lines(R"(
   std::atomic<int32_t> _aidl_cached_version{-1};
   std::string _aidl_cached_hash = "-1";
   std::mutex _aidl_cached_hash_mutex;
-};
 )");
+    }
+    out.line("};");
     closeNamespace(&out, type);
     return out.text();
 }
 
-std::string interfaceSource(const TypeDecl& type) {
+std::string interfaceSource(const TypeDecl& type, const InterfaceVersion& version) {
     std::string flatName = type.qualifiedName();
     std::replace(flatName.begin(), flatName.end(), '.', '_');
     const std::string dispatcher = "_aidl_" + flatName + "_onTransact";
@@ -136,7 +149,7 @@ std::string interfaceSource(const TypeDecl& type) {
     out.line("#include \"" + headerPath(type, "Bp" + baseName(type)) + "\"");
     out.line();
     openNamespace(&out, type);
-    writeDispatcher(&out, type, dispatcher);
+    writeDispatcher(&out, type, dispatcher, version.number > 0);
     out.lines(R"(
 static AIBinder_Class* $CLASS = ::ndk::ICInterface::defineClass($NAME::descriptor, $DISPATCHER);
 
@@ -149,7 +162,7 @@ Bp$BASE::~Bp$BASE() {}
                {"$NAME", type.name},
                {"$DISPATCHER", dispatcher},
                {"$BASE", baseName(type)}});
-    writeProxyMethods(&out, type);
+    writeProxyMethods(&out, type, version.number > 0);
     out.lines(R"(
 // Base of an implementation.
 Bn$BASE::Bn$BASE() {}
@@ -164,6 +177,9 @@ Bn$BASE::~Bn$BASE() {}
     out.lines(R"(
   return ::ndk::SpAIBinder(binder);
 }
+)");
+    if (version.number > 0) {
+        out.lines(R"(
 ::ndk::ScopedAStatus Bn$BASE::getInterfaceVersion(int32_t* _aidl_return) {
   *_aidl_return = $NAME::version;
   return ::ndk::ScopedAStatus(AStatus_newOk());
@@ -172,6 +188,10 @@ Bn$BASE::~Bn$BASE() {}
   *_aidl_return = $NAME::hash;
   return ::ndk::ScopedAStatus(AStatus_newOk());
 }
+)",
+                  {{"$BASE", baseName(type)}, {"$NAME", type.name}});
+    }
+    out.lines(R"(
 
 // Interface.
 const char* $NAME::descriptor = "$DESCRIPTOR";

@@ -8,7 +8,7 @@
 namespace aidlc {
 
 const char kUsage[] =
-    R"(usage: aidl --lang=ndk --structured --stability=vintf --version N --hash HASH
+    R"(usage: aidl --lang=ndk --structured --stability=vintf [--version N --hash HASH]
             [-I DIR]... -o DIR -h DIR FILE...
        aidl --dumpapi --structured --stability=vintf [-I DIR]... --out DIR FILE...
        aidl --checkapi=equal OLD_DIR NEW_DIR
@@ -18,7 +18,7 @@ Turns AIDL files into C++ for the NDK backend.
   --lang=ndk          the only language there is
   --structured        types are declared with all their fields (always so)
   --stability=vintf   types may be marked @VintfStability (always so)
-  --version N         the interface's version, 1 to 999999
+  --version N         the interface's version, 1 to 999999; none if left out
   --hash HASH         the hash of that version's API
   -I DIR              where imported files are looked for; may be given several times
   -o DIR, --out DIR   where sources, or the API dump, are written
@@ -66,8 +66,8 @@ class OptionParser {
             require(!isGenerate || mHasLanguage, "--lang=ndk is missing");
             require(!isGenerate || !mOptions.headerFolder.empty(),
                     "name the header folder with -h");
-            require(!isGenerate || (mOptions.version > 0 && !mOptions.hash.empty()),
-                    "--version and --hash are missing");
+            require((mOptions.version > 0) == !mOptions.hash.empty(),
+                    "--version and --hash go together; give both or none");
         }
     }
 

@@ -18,8 +18,8 @@ struct Options {
     std::string sourceFolder;                // -o, or --out of --dumpapi
     std::string headerFolder;                // -h
     std::vector<std::string> files;          // for CheckApi: the old and the new folder
-    int version = 0;                         // of the interface, 1 to 999999; 0 when not given
-    std::string hash;                        // of its API, letters and digits; empty when not given
+    int version = 0;                         // of the interface, 1 to 999999; 0 without one
+    std::string hash;                        // of its API, letters and digits; goes with a version
 };
 
 // `arguments` without the program's name. Nothing, after reporting what is wrong, when they ask for

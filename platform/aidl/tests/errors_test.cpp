@@ -156,7 +156,9 @@ const Case kMethods[] = {
 };
 
 TEST(ErrorsTest, MistakeIsReportedAtItsPlaceAndNothingIsWritten) {
-    for (const Case& item : kFiles) expectErrors("a/T.aidl", item.text, item.errors);
+    for (const Case& item : kFiles) {
+        expectErrors("a/T.aidl", item.text, item.errors);
+    }
     for (const Case& item : kFields) {
         const std::string text = std::string("package a; parcelable T {\n") + item.text + "\n}";
         expectErrors("a/T.aidl", text, item.errors);
@@ -165,6 +167,15 @@ TEST(ErrorsTest, MistakeIsReportedAtItsPlaceAndNothingIsWritten) {
         const std::string text = std::string("package a; interface IT {\n") + item.text + "\n}";
         expectErrors("a/IT.aidl", text, item.errors);
     }
+}
+
+TEST(ErrorsTest, TypeOfABrokenFileIsNotReportedAsMissing) {
+    const Outcome outcome = runInMemory(
+        {{"a/T.aidl", "package a; import b.Broken; parcelable T { Broken x; Other y; }"},
+         {"b/Broken.aidl", "package b; parcelable Broken { int }"}},
+        {"--dumpapi", "-I.", "--out=api", "a/T.aidl"});
+    EXPECT_THAT(outcome.errors,
+                testing::ElementsAre(testing::StartsWith("b/Broken.aidl:1:36: error: expected")));
 }
 
 }  // namespace

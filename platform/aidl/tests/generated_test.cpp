@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the generated code of the sample interface does: every type through a parcel and through a
 // call, and parcels that lie.
+#include <aidl/test/plain/BnPlain.h>
+#include <aidl/test/plain/BpPlain.h>
 #include <aidl/test/sample/BnLooker.h>
 #include <aidl/test/sample/BpLooker.h>
 #include <aidl/test/sample/Everything.h>
-#include <aidl/test/sample/ISilent.h>
 #include <aidl/test/sample/OtherMode.h>
 #include <android/binder_parcel_utils.h>
 #include <fcntl.h>
@@ -267,7 +268,7 @@ TEST_F(GeneratedCallTest, OnewayCallArrivesAndNullWhereNoneMayBeIsRefused) {
 }
 
 TEST_F(GeneratedCallTest, ObjectOfAnotherInterfaceIsNull) {
-    EXPECT_EQ(ISilent::fromBinder(mLooker->asBinder()), nullptr);
+    EXPECT_EQ(test::plain::IPlain::fromBinder(mLooker->asBinder()), nullptr);
     EXPECT_EQ(ILooker::fromBinder(mLooker->asBinder()), mLooker);
 }
 
@@ -284,12 +285,31 @@ TEST_F(GeneratedCallTest, VersionAndHashAreAnswered) {
     EXPECT_EQ(ILooker::TRANSACTION_look, FIRST_CALL_TRANSACTION + 1u);
 }
 
+class Plain : public test::plain::BnPlain {
+  public:
+    ndk::ScopedAStatus twice(int32_t number, int32_t* result) override {
+        *result = 2 * number;
+        return ndk::ScopedAStatus::ok();
+    }
+};
+
+TEST(GeneratedPlainTest, InterfaceWithoutVersionCarriesCalls) {
+    const auto plain = ndk::SharedRefBase::make<Plain>();
+    int32_t result = 0;
+    ASSERT_TRUE(ndk::SharedRefBase::make<test::plain::BpPlain>(plain->asBinder())
+                    ->twice(21, &result)
+                    .isOk());
+    EXPECT_EQ(result, 42);
+}
+
 // Calls `code` with arguments written by hand.
 binder_status_t callWithWords(const ndk::SpAIBinder& binder, transaction_code_t code,
                               const std::vector<int32_t>& words) {
     AParcel* in = nullptr;
     EXPECT_EQ(AIBinder_prepareTransaction(binder.get(), &in), STATUS_OK);
-    for (const int32_t word : words) EXPECT_EQ(AParcel_writeInt32(in, word), STATUS_OK);
+    for (const int32_t word : words) {
+        EXPECT_EQ(AParcel_writeInt32(in, word), STATUS_OK);
+    }
     ndk::ScopedAParcel out;
     return AIBinder_transact(binder.get(), code, &in, out.getR(), 0);
 }
