@@ -265,13 +265,7 @@ binder_status_t AParcel_writeChar(AParcel* p, char16_t v) {
 binder_status_t AParcel_writeInt32(AParcel* p, int32_t v) {
     return writeScalar(p, v);
 }
-binder_status_t AParcel_writeUint32(AParcel* p, uint32_t v) {
-    return writeScalar(p, v);
-}
 binder_status_t AParcel_writeInt64(AParcel* p, int64_t v) {
-    return writeScalar(p, v);
-}
-binder_status_t AParcel_writeUint64(AParcel* p, uint64_t v) {
     return writeScalar(p, v);
 }
 binder_status_t AParcel_writeFloat(AParcel* p, float v) {
@@ -296,13 +290,7 @@ binder_status_t AParcel_readChar(const AParcel* p, char16_t* v) {
 binder_status_t AParcel_readInt32(const AParcel* p, int32_t* v) {
     return p->readValue(v);
 }
-binder_status_t AParcel_readUint32(const AParcel* p, uint32_t* v) {
-    return p->readValue(v);
-}
 binder_status_t AParcel_readInt64(const AParcel* p, int64_t* v) {
-    return p->readValue(v);
-}
-binder_status_t AParcel_readUint64(const AParcel* p, uint64_t* v) {
     return p->readValue(v);
 }
 binder_status_t AParcel_readFloat(const AParcel* p, float* v) {
@@ -360,9 +348,7 @@ binder_status_t AParcel_readCharArray(const AParcel* parcel, void* arrayData,
     }
 DEFINE_ARRAY(Byte, int8_t, AParcel_byteArrayAllocator)
 DEFINE_ARRAY(Int32, int32_t, AParcel_int32ArrayAllocator)
-DEFINE_ARRAY(Uint32, uint32_t, AParcel_uint32ArrayAllocator)
 DEFINE_ARRAY(Int64, int64_t, AParcel_int64ArrayAllocator)
-DEFINE_ARRAY(Uint64, uint64_t, AParcel_uint64ArrayAllocator)
 DEFINE_ARRAY(Float, float, AParcel_floatArrayAllocator)
 DEFINE_ARRAY(Double, double, AParcel_doubleArrayAllocator)
 #undef DEFINE_ARRAY

@@ -2,9 +2,7 @@
 //
 // Sessions that go in every state a session can be in, by the thousand: nothing of them stays.
 // CHURN_TEST_SESSIONS sets their number for each state.
-#include <fcntl.h>
 #include <malloc.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <ostream>
@@ -13,8 +11,6 @@
 
 namespace android::host::test {
 namespace {
-
-using android::base::unique_fd;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kSanitized = true;
@@ -35,15 +31,10 @@ size_t sessionsPerState() {
 }
 
 struct Usage {
-    size_t descriptors = 0;
-    size_t threads = 0;
-    size_t memory = 0;
+    size_t descriptors = openDescriptors();
+    size_t threads = threadCount();
+    size_t memory = kSanitized ? 0 : mallinfo2().uordblks;
 
-    static Usage now() {
-        auto threads = std::filesystem::directory_iterator("/proc/self/task");
-        return {openDescriptors(), static_cast<size_t>(std::distance(begin(threads), end(threads))),
-                kSanitized ? 0 : mallinfo2().uordblks};
-    }
     bool isWithin(const Usage& limit) const {
         return descriptors <= limit.descriptors && threads <= limit.threads &&
                memory <= limit.memory + kMemoryMargin;
@@ -54,10 +45,6 @@ struct Usage {
     }
 };
 
-Bytes half(const Bytes& bytes) {
-    return {bytes.begin(), bytes.begin() + static_cast<long>(bytes.size() / 2)};
-}
-
 // The client's side of a session.
 struct Client {
     std::vector<RawPeer> peers;
@@ -66,53 +53,6 @@ struct Client {
 
 class ChurnTest : public TransportTest {
   protected:
-    void SetUp() override {
-        TransportTest::SetUp();
-        // A pipe that takes no more.
-        int ends[2];
-        ASSERT_EQ(0, pipe2(ends, O_CLOEXEC | O_NONBLOCK));
-        mPipeReader.reset(ends[0]);
-        mFullPipe.reset(ends[1]);
-        const Bytes page(4096);
-        while (write(mFullPipe.get(), page.data(), page.size()) > 0) continue;
-    }
-
-    // Gives a callback object away, and returns when the server asks for its descriptor.
-    static void giveCallback(RawPeer& peer) {
-        Bytes binder = int32(kObjectBinder);
-        append(&binder, WireAddress{kAddressCreated, 0});
-        append(&binder, static_cast<int32_t>(Stability::kVintf));
-        peer.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
-        const std::optional<RawFrame> question = peer.frame();
-        ASSERT_TRUE(question);
-        ASSERT_EQ(WireCommand::kTransact, question->command);
-    }
-
-    static void registerCallback(RawPeer& peer) {
-        ASSERT_NO_FATAL_FAILURE(giveCallback(peer));
-        AParcel name;
-        name.writeString("test.ICb");
-        Bytes answer;
-        append(&answer, WireReply{0, static_cast<uint32_t>(name.bytes().size()), {}});
-        append(&answer, Bytes(name.bytes().begin(), name.bytes().end()));
-        peer.send(frameOf(WireCommand::kReply, answer));
-        expectReply(peer);
-    }
-
-    static void expectReply(RawPeer& peer) {
-        const std::optional<RawFrame> reply = peer.frame();
-        ASSERT_TRUE(reply);
-        ASSERT_EQ(WireCommand::kReply, reply->command);
-        ASSERT_EQ(STATUS_OK, reply->replyStatus());
-    }
-
-    Bytes dumpFrame() const {
-        Bytes parcel;
-        append(&parcel, WireFd{kObjectFd, 0});
-        append(&parcel, int32(0));
-        return frameOf(Call{.code = kDumpCode, .parcel = parcel, .objectTable = int32(0)});
-    }
-
     // Opens and drops that many sessions. `enter` brings each into its state.
     void churn(size_t count, const std::function<void(Client&)>& enter) {
         const size_t descriptors = openDescriptors();
@@ -130,24 +70,17 @@ class ChurnTest : public TransportTest {
                 << " sessions";
         }
     }
-
-    unique_fd mPipeReader;
-    unique_fd mFullPipe;
 };
 
 TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
-    const Bytes ping = frameOf(Call{.code = echo::kPing, .parcel = echoParcel(int32(7))});
-    Bytes big = int32(90'000);
-    append(&big, Bytes(90'000, 0x11));
-    const Bytes bigEcho = frameOf(Call{.code = echo::kEcho, .parcel = echoParcel(big)});
-    const Bytes early = frameOf(Call{.code = echo::kPing,
-                                     .flags = kFlagOneway,
-                                     .asyncNumber = 1,
-                                     .parcel = echoParcel(Bytes(1000))});
-    const Bytes fire = frameOf(Call{.code = echo::kFire, .parcel = echoParcel(int32(3))});
-
+    const FullPipe pipe;
     auto connectTo = [&](Client& client) -> RawPeer& { return client.peers.emplace_back(mPath); };
     auto openTo = [&](Client& client) -> RawPeer& { return client.peers.emplace_back(openRaw()); };
+    auto joinTo = [&](Client& client, uint8_t options = 0) -> RawPeer& {
+        const Bytes id = openTo(client).sessionId();
+        connectTo(client).open(id, options);
+        return client.peers.back();
+    };
     struct State {
         const char* what;
         std::function<void(Client&)> enter;
@@ -156,50 +89,50 @@ TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
         {"connected", [&](Client& c) { connectTo(c); }},
         {"half an opening",
          [&](Client& c) {
-             Bytes opening;
-             append(&opening, WireConnectionHeader{1, 0, 1, {}, 0});
-             connectTo(c).send(half(opening));
+             connectTo(c).send(Bytes{1, 0, 0, 0, 0, 1, 0, 0});
          }},
         {"opened", [&](Client& c) { connectTo(c).open(); }},
         {"root object fetched", [&](Client& c) { openTo(c); }},
-        {"half a frame", [&](Client& c) { openTo(c).send(half(ping)); }},
+        {"half a frame", [&](Client& c) { openTo(c).send(firstHalf(pingFrame(7))); }},
         {"half a frame with descriptors",
          [&](Client& c) {
-             openTo(c).send(half(dumpFrame()), std::vector<int>(10, mFullPipe.get()));
+             openTo(c).send(firstHalf(dumpFrame()), std::vector<int>(10, pipe.writer.get()));
          }},
         {"half a frame on a second connection",
          [&](Client& c) {
-             const Bytes id = openTo(c).sessionId();
-             RawPeer& second = connectTo(c);
-             second.open(id);
+             RawPeer& second = joinTo(c);
              ASSERT_TRUE(second.ping(1));
-             second.send(half(ping));
+             second.send(firstHalf(pingFrame(7)));
          }},
         {"early oneway call",
          [&](Client& c) {
              RawPeer& peer = openTo(c);
-             peer.send(early);
+             peer.send(onewayFrame(1, 1000));
              ASSERT_TRUE(peer.ping(1));
          }},
         {"unread replies",
          [&](Client& c) {
              RawPeer& peer = openTo(c);
-             for (int i = 0; i < 4 && peer.trySend(bigEcho); ++i) continue;
+             peer.sendUnread(4);
              ASSERT_EQ(1u, peer.receive(1).size());
          }},
-        {"callback registered", [&](Client& c) { registerCallback(openTo(c)); }},
+        {"callback registered", [&](Client& c) { subscribe(openTo(c)); }},
         {"callback registered, calls to it unread",
          [&](Client& c) {
-             const Bytes id = openTo(c).sessionId();
-             connectTo(c).open(id, kConnectionIncoming);
+             joinTo(c, kConnectionIncoming);
              RawPeer& first = c.peers.front();
-             ASSERT_NO_FATAL_FAILURE(registerCallback(first));
-             first.send(fire);
-             ASSERT_NO_FATAL_FAILURE(expectReply(first));
+             ASSERT_NO_FATAL_FAILURE(subscribe(first));
+             first.send(echoFrame(echo::kFire, int32(3)));
+             ASSERT_TRUE(first.frame());
          }},
-        {"nested call unanswered", [&](Client& c) { giveCallback(openTo(c)); }},
+        {"nested call unanswered",
+         [&](Client& c) {
+             RawPeer& peer = openTo(c);
+             sendCallback(peer);
+             ASSERT_TRUE(peer.frame());
+         }},
         {"dump that nobody reads",
-         [&](Client& c) { openTo(c).send(dumpFrame(), {mFullPipe.get()}); }},
+         [&](Client& c) { openTo(c).send(dumpFrame(), {pipe.writer.get()}); }},
         {"this runtime's client with a callback",
          [&](Client& c) {
              c.binder = connect();
@@ -207,22 +140,32 @@ TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
              ASSERT_EQ(STATUS_OK, echo::callWithBinder(c.binder.get(), echo::kRegisterCallback,
                                                        callback.get()));
          }},
+        {"this runtime's client whose last call is oneway",
+         [&](Client&) { ASSERT_EQ(STATUS_OK, echo::callOneway(connect().get(), echo::kPing, 1)); }},
+        {"this runtime's client that is called once more after it has dropped all",
+         [&](Client&) {
+             const ndk::SpAIBinder callback = echo::makeCallback([](int x) { return x; });
+             ASSERT_EQ(STATUS_OK, echo::callWithBinder(connect().get(), echo::kRegisterCallback,
+                                                       callback.get()));
+             ASSERT_EQ(STATUS_OK, echo::callOneway(mServer.callback().get(), echo::Code{1}, 1));
+             mServer.setCallback({});
+         }},
     };
     // First what is made once. The pool may come to have all its threads.
-    Usage before = Usage::now();
+    Usage before;
     before.threads += Reactor::get().maxThreads();
     before.memory = SIZE_MAX / 2;
     for (const State& state : states) {
         SCOPED_TRACE(state.what);
         ASSERT_NO_FATAL_FAILURE(churn(10 * kBatch, state.enter));
     }
-    ASSERT_TRUE(eventually([&] { return Usage::now().isWithin(before); })) << Usage::now();
-    before.memory = Usage::now().memory;
+    ASSERT_TRUE(eventually([&] { return Usage().isWithin(before); })) << Usage();
+    before.memory = Usage().memory;
     for (const State& state : states) {
         SCOPED_TRACE(state.what);
         ASSERT_NO_FATAL_FAILURE(churn(sessionsPerState(), state.enter));
-        EXPECT_TRUE(eventually([&] { return Usage::now().isWithin(before); }))
-            << Usage::now() << "; before: " << before;
+        EXPECT_TRUE(eventually([&] { return Usage().isWithin(before); }))
+            << Usage() << "; before: " << before;
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "echo.h"
 
+#include <android/binder_parcel_utils.h>
 #include <unistd.h>
 
 #include <utility>
@@ -12,78 +13,70 @@ using ndk::ScopedAParcel;
 using ndk::ScopedAStatus;
 using ndk::SpAIBinder;
 
-bool allocateBytes(void* data, int32_t length, int8_t** buffer) {
-    if (length < 0) return false;
-    auto* bytes = static_cast<std::vector<int8_t>*>(data);
-    bytes->resize(static_cast<size_t>(length));
-    *buffer = bytes->data();
-    return true;
-}
+constexpr transaction_code_t kOn = 1;
 
-binder_status_t answer(AParcel* out, const ScopedAStatus& status) {
-    return AParcel_writeStatusHeader(out, status.get());
+// Answers with success and, where there is one, a result.
+template <typename... Result>
+binder_status_t answer(AParcel* out, const Result&... result) {
+    binder_status_t status = AParcel_writeStatusHeader(out, ScopedAStatus::ok().get());
+    ((status = status == STATUS_OK ? ndk::AParcel_writeNullableData(out, result) : status), ...);
+    return status;
 }
 
 binder_status_t fire(Server& server, int count, AParcel* out) {
-    if (count == -1) {
-        return answer(out, ScopedAStatus::fromServiceSpecificErrorWithMessage(42, "no"));
-    }
-    if (count == -2) {
-        return answer(out, ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION));
+    if (count < 0) {
+        const auto error = count == -1
+                               ? ScopedAStatus::fromServiceSpecificErrorWithMessage(42, "no")
+                               : ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
+        return AParcel_writeStatusHeader(out, error.get());
     }
     const SpAIBinder callback = server.callback();
     for (int i = 0; i < count; ++i) {
-        if (auto s = callOneway(callback.get(), 1, i); s != STATUS_OK) return s;
+        if (auto s = callOneway(callback.get(), kOn, i); s != STATUS_OK) return s;
     }
-    return answer(out, ScopedAStatus::ok());
+    return answer(out);
 }
 
 binder_status_t onServerCall(AIBinder* binder, transaction_code_t code, const AParcel* in,
                              AParcel* out) {
     Server& server = *static_cast<Server*>(AIBinder_getUserData(binder));
+    std::vector<int8_t> bytes;
     int32_t number = 0;
+    SpAIBinder object;
+    binder_status_t status = STATUS_OK;
+    if (code == kEcho) {
+        status = ndk::AParcel_readData(in, &bytes);
+    } else if (code == kPing || code == kFire || code == kAskBack) {
+        status = AParcel_readInt32(in, &number);
+    } else if (code == kRegisterCallback || code == kReturnObject) {
+        status = AParcel_readStrongBinder(in, object.getR());
+    }
+    if (status != STATUS_OK) return status;
     switch (code) {
-        case kEcho: {
-            std::vector<int8_t> data;
-            if (auto s = AParcel_readByteArray(in, &data, allocateBytes); s != STATUS_OK) return s;
-            answer(out, ScopedAStatus::ok());
-            return AParcel_writeByteArray(out, data.data(), static_cast<int32_t>(data.size()));
-        }
+        case kEcho:
+            return answer(out, bytes);
         case kPing:
-            if (auto s = AParcel_readInt32(in, &number); s != STATUS_OK) return s;
             server.ping(number);
-            answer(out, ScopedAStatus::ok());
-            return AParcel_writeInt32(out, number + 1);
-        case kRegisterCallback: {
-            SpAIBinder callback;
-            if (auto s = AParcel_readStrongBinder(in, callback.getR()); s != STATUS_OK) return s;
-            if (callback.get() != nullptr &&
-                !AIBinder_associateClass(callback.get(), callbackClass())) {
+            return answer(out, number + 1);
+        case kRegisterCallback:
+            if (object.get() != nullptr &&
+                !AIBinder_associateClass(object.get(), callbackClass())) {
                 return STATUS_BAD_TYPE;
             }
-            server.setCallback(std::move(callback));
-            return answer(out, ScopedAStatus::ok());
-        }
+            server.setCallback(std::move(object));
+            return answer(out);
         case kFire:
-            if (auto s = AParcel_readInt32(in, &number); s != STATUS_OK) return s;
             return fire(server, number, out);
         case kAskBack: {
-            if (auto s = AParcel_readInt32(in, &number); s != STATUS_OK) return s;
             int result = 0;
-            auto s = callWithInt(server.callback().get(), Code{1}, number, &result);
-            if (s != STATUS_OK) return s;
-            answer(out, ScopedAStatus::ok());
-            return AParcel_writeInt32(out, result);
+            status = callWithInt(server.callback().get(), Code{kOn}, number, &result);
+            return status == STATUS_OK ? answer(out, result) : status;
         }
         case kBlock:
             server.block();
-            return answer(out, ScopedAStatus::ok());
-        case kReturnObject: {
-            SpAIBinder object;
-            if (auto s = AParcel_readStrongBinder(in, object.getR()); s != STATUS_OK) return s;
-            answer(out, ScopedAStatus::ok());
-            return AParcel_writeStrongBinder(out, object.get());
-        }
+            return answer(out);
+        case kReturnObject:
+            return answer(out, object);
         default:
             return STATUS_UNKNOWN_TRANSACTION;
     }
@@ -97,11 +90,30 @@ binder_status_t onDump(AIBinder*, int fd, const char**, uint32_t count) {
 binder_status_t onCallbackCall(AIBinder* binder, transaction_code_t code, const AParcel* in,
                                AParcel* out) {
     int32_t number;
-    if (code != 1) return STATUS_UNKNOWN_TRANSACTION;
+    if (code != kOn) return STATUS_UNKNOWN_TRANSACTION;
     if (auto s = AParcel_readInt32(in, &number); s != STATUS_OK) return s;
-    int result = (*static_cast<OnCall*>(AIBinder_getUserData(binder)))(number);
-    answer(out, ScopedAStatus::ok());
-    return AParcel_writeInt32(out, result);
+    return answer(out, (*static_cast<OnCall*>(AIBinder_getUserData(binder)))(number));
+}
+
+SpAIBinder stable(AIBinder* made) {
+    AIBinder_markVintfStability(made);
+    return SpAIBinder(made);
+}
+
+// Makes a call and takes its result, where one is wanted.
+template <typename Argument, typename Result>
+binder_status_t call(AIBinder* binder, Code code, const Argument& argument, Result* result,
+                     ScopedAStatus* status = nullptr) {
+    ScopedAParcel in;
+    ScopedAParcel out;
+    ScopedAStatus head;
+    if (auto s = AIBinder_prepareTransaction(binder, in.getR()); s != STATUS_OK) return s;
+    (void)ndk::AParcel_writeNullableData(in.get(), argument);
+    auto s = AIBinder_transact(binder, code, in.getR(), out.getR(), 0);
+    if (s == STATUS_OK) s = AParcel_readStatusHeader(out.get(), head.getR());
+    const bool isOk = s == STATUS_OK && head.isOk();
+    if (status != nullptr) *status = std::move(head);
+    return isOk && result != nullptr ? ndk::AParcel_readNullableData(out.get(), result) : s;
 }
 
 }  // namespace
@@ -124,34 +136,20 @@ const AIBinder_Class* callbackClass() {
 }
 
 SpAIBinder makeServer(Server* server) {
-    SpAIBinder binder(AIBinder_new(serverClass(), server));
-    AIBinder_markVintfStability(binder.get());
-    return binder;
+    return stable(AIBinder_new(serverClass(), server));
 }
 
 SpAIBinder makeCallback(OnCall on) {
-    SpAIBinder binder(AIBinder_new(callbackClass(), new OnCall(std::move(on))));
-    AIBinder_markVintfStability(binder.get());
-    return binder;
+    return stable(AIBinder_new(callbackClass(), new OnCall(std::move(on))));
 }
 
 binder_status_t callWithInt(AIBinder* binder, Code code, int argument, int* result,
                             ScopedAStatus* status) {
-    ScopedAParcel in;
-    ScopedAParcel out;
-    if (auto s = AIBinder_prepareTransaction(binder, in.getR()); s != STATUS_OK) return s;
-    AParcel_writeInt32(in.get(), argument);
-    auto s = AIBinder_transact(binder, code, in.getR(), out.getR(), 0);
-    ScopedAStatus head;
-    if (s == STATUS_OK) s = AParcel_readStatusHeader(out.get(), head.getR());
-    bool isOk = s == STATUS_OK && head.isOk();
-    if (status != nullptr) *status = std::move(head);
-    if (isOk && result != nullptr) s = AParcel_readInt32(out.get(), result);
-    return s;
+    return call(binder, code, argument, result, status);
 }
 
 binder_status_t ping(AIBinder* binder, int x, int* result) {
-    return callWithInt(binder, kPing, x, result);
+    return call(binder, kPing, x, result);
 }
 
 binder_status_t callOneway(AIBinder* binder, transaction_code_t code, int argument) {
@@ -164,30 +162,13 @@ binder_status_t callOneway(AIBinder* binder, transaction_code_t code, int argume
 
 binder_status_t echo(AIBinder* binder, const std::vector<int8_t>& data,
                      std::vector<int8_t>* result) {
-    ScopedAParcel in;
-    ScopedAParcel out;
-    if (auto s = AIBinder_prepareTransaction(binder, in.getR()); s != STATUS_OK) return s;
-    AParcel_writeByteArray(in.get(), data.data(), static_cast<int32_t>(data.size()));
-    auto s = AIBinder_transact(binder, kEcho, in.getR(), out.getR(), 0);
-    ScopedAStatus head;
-    if (s == STATUS_OK) s = AParcel_readStatusHeader(out.get(), head.getR());
-    if (s == STATUS_OK && head.isOk()) s = AParcel_readByteArray(out.get(), result, allocateBytes);
-    return s;
+    return call(binder, kEcho, data, result);
 }
 
 binder_status_t callWithBinder(AIBinder* binder, Code code, AIBinder* argument,
                                SpAIBinder* result) {
-    ScopedAParcel in;
-    ScopedAParcel out;
-    if (auto s = AIBinder_prepareTransaction(binder, in.getR()); s != STATUS_OK) return s;
-    AParcel_writeStrongBinder(in.get(), argument);
-    auto s = AIBinder_transact(binder, code, in.getR(), out.getR(), 0);
-    ScopedAStatus head;
-    if (s == STATUS_OK) s = AParcel_readStatusHeader(out.get(), head.getR());
-    if (s == STATUS_OK && result != nullptr) {
-        s = AParcel_readStrongBinder(out.get(), result->getR());
-    }
-    return s;
+    AIBinder_incStrong(argument);
+    return call(binder, code, SpAIBinder(argument), result);
 }
 
 }  // namespace echo

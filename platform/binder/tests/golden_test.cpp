@@ -19,6 +19,22 @@ namespace {
 // The interface token "test.IEcho" as it stands in a parcel.
 #define ECHO_TOKEN "0a000000 740065007300740 02e004900450063 0068006f00 00000000"
 
+// A registration of a callback, the question for its descriptor, and the platform's client's
+// answer: DEC_STRONG and REPLY in one write.
+constexpr char kRegistration[] =
+    "00000000 54000000 0000000000000000"
+    "03000000 00000000 03000000 00000000 0000000000000000 2c000000"
+    "000000000000000000000000" ECHO_TOKEN "01000000 01000000 00000000 3f000000";
+constexpr char kQuestion[] =
+    "00000000 28000000 0000000000000000"
+    "01000000 00000000 46544e5f 00000000 0000000000000000 00000000"
+    "000000000000000000000000";
+constexpr char kDescriptor[] =
+    "02000000 10000000 0000000000000000 01000000 00000000 01000000 00000000"
+    "01000000 2c000000 0000000000000000 00000000 18000000"
+    "000000000000000000000000"
+    "08000000 740065007300740 02e004900430062 0000000000";
+
 struct Exchange {
     const char* what;
     const char* call;   // what the client sends: one frame
@@ -109,30 +125,16 @@ TEST_F(GoldenTest, ServerCallsThePlatformsCallbackByteForByte) {
     incoming.open(caller.sessionId(), kConnectionIncoming);
     caller.fetchRoot();
 
-    caller.send(
-        hex("00000000 54000000 0000000000000000"
-            "03000000 00000000 03000000 00000000 0000000000000000 2c000000"
-            "000000000000000000000000" ECHO_TOKEN "01000000 01000000 00000000 3f000000"));
+    caller.send(hex(kRegistration));
     std::optional<RawFrame> question = caller.frame();
     ASSERT_TRUE(question);
-    EXPECT_EQ(toHex(hex("00000000 28000000 0000000000000000"
-                        "01000000 00000000 46544e5f 00000000 0000000000000000 00000000"
-                        "000000000000000000000000")),
-              toHex(frameOf(question->command, question->body)));
-    // DEC_STRONG and REPLY of the platform's client, in one write.
-    caller.send(
-        hex("02000000 10000000 0000000000000000 01000000 00000000 01000000 00000000"
-            "01000000 2c000000 0000000000000000 00000000 18000000"
-            "000000000000000000000000"
-            "08000000 740065007300740 02e004900430062 0000000000"));
+    EXPECT_EQ(toHex(hex(kQuestion)), toHex(frameOf(question->command, question->body)));
+    caller.send(hex(kDescriptor));
     std::optional<RawFrame> registered = caller.frame();
     ASSERT_TRUE(registered);
     EXPECT_EQ(0, registered->replyStatus());
 
-    caller.send(
-        hex("00000000 48000000 0000000000000000"
-            "03000000 00000000 04000000 00000000 0000000000000000 20000000"
-            "000000000000000000000000" ECHO_TOKEN "03000000"));
+    caller.send(echoFrame(echo::kFire, int32(3)));
     for (int i = 0; i < 3; ++i) {
         std::optional<RawFrame> call = incoming.frame();
         ASSERT_TRUE(call);
@@ -145,6 +147,14 @@ TEST_F(GoldenTest, ServerCallsThePlatformsCallbackByteForByte) {
         EXPECT_EQ(toHex(expected), toHex(frameOf(call->command, call->body)));
     }
     ASSERT_TRUE(caller.frame());
+}
+
+const Bytes kSessionId(kSessionIdSize, 0x4a);
+
+Bytes sessionIdReply() {
+    Bytes body = hex("00000000 24000000 000000000000000000000000 20000000");
+    append(&body, kSessionId);
+    return frameOf(WireCommand::kReply, body);
 }
 
 // Plays the server of a capture to our client.
@@ -165,63 +175,48 @@ class ScriptedServer {
     android::base::unique_fd mListening;
 };
 
+void expectBytes(RawPeer& peer, const Bytes& expected, const char* what = "") {
+    EXPECT_EQ(toHex(expected), toHex(peer.receive(expected.size()))) << what;
+}
+
 TEST_F(GoldenTest, ClientSaysWhatThePlatformsClientSaid) {
     const std::string path = mFolder + "/scripted";
     ScriptedServer server(path);
-    const Bytes id(kSessionIdSize, 0x4a);
     std::thread script([&] {
         RawPeer peer(server.accept());
-        EXPECT_EQ(
-            "01000000000100000000000000000000"
-            "6363690000000000",
-            toHex(peer.receive(24)));
+        expectBytes(peer, hex("01000000 00 01 0000000000000000 0000  63636900 00000000"));
         peer.send(hex("0100000000000000"));
         for (size_t i = 0; i < std::size(kExchanges); ++i) {
             const Exchange& exchange = kExchanges[i];
             if (i == 1) {  // between the first two our client asks for the session's id
-                EXPECT_EQ(toHex(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId})),
-                          toHex(peer.receive(56)));
-                Bytes body = hex("00000000 24000000 000000000000000000000000 20000000");
-                append(&body, id);
-                peer.send(frameOf(WireCommand::kReply, body));
+                expectBytes(peer, frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
+                peer.send(sessionIdReply());
             }
             std::string_view what = exchange.what;
             if (what.starts_with("_EXT") || what.starts_with("an unknown") ||
                 what.starts_with("ping with")) {
                 continue;
             }
-            Bytes expected = hex(exchange.call);
-            EXPECT_EQ(toHex(expected), toHex(peer.receive(expected.size()))) << exchange.what;
+            expectBytes(peer, hex(exchange.call), exchange.what);
             peer.send(hex(exchange.reply));
         }
         // A dump: the descriptor travels with the first byte of its frame.
-        Bytes dump =
-            hex("00000000 44000000 0000000000000000"
-                "03000000 00000000 504d445f 00000000 0000000000000000 18000000"
-                "000000000000000000000000"
-                "02000000 00000000 01000000 02000000 2d00760000000000 00000000");
-        EXPECT_EQ(toHex(dump), toHex(peer.receive(dump.size())));
+        expectBytes(peer, hex("00000000 44000000 0000000000000000"
+                              "03000000 00000000 504d445f 00000000 0000000000000000 18000000"
+                              "000000000000000000000000"
+                              "02000000 00000000 01000000 02000000 2d00760000000000 00000000"));
         peer.send(
             hex("01000000 14000000 0000000000000000 00000000 00000000"
                 "000000000000000000000000"));
         // Registering a callback: a connection for our calls first, then the object.
         RawPeer incoming(server.accept());
-        EXPECT_EQ("01000000010100000000000000002000" + toHex(id), toHex(incoming.receive(48)));
+        Bytes opening = hex("01000000 01 01 0000000000000000 2000");
+        append(&opening, kSessionId);
+        expectBytes(incoming, opening);
         incoming.send(hex("63636900 00000000"));
-        Bytes call =
-            hex("00000000 54000000 0000000000000000"
-                "03000000 00000000 03000000 00000000 0000000000000000 2c000000"
-                "000000000000000000000000" ECHO_TOKEN "01000000 01000000 00000000 3f000000");
-        EXPECT_EQ(toHex(call), toHex(peer.receive(call.size())));
-        peer.send(
-            hex("00000000 28000000 0000000000000000"
-                "01000000 00000000 46544e5f 00000000 0000000000000000 00000000"
-                "000000000000000000000000"));
-        EXPECT_EQ(toHex(hex("02000000 10000000 0000000000000000 01000000 00000000 01000000 00000000"
-                            "01000000 2c000000 0000000000000000 00000000 18000000"
-                            "000000000000000000000000"
-                            "08000000 740065007300740 02e004900430062 0000000000")),
-                  toHex(peer.receive(92)));
+        expectBytes(peer, hex(kRegistration));
+        peer.send(hex(kQuestion));
+        expectBytes(peer, hex(kDescriptor));
         // The callback and the eight calls that named the root object are given back at once.
         peer.send(decStrong({1, 0}, 1));
         peer.send(decStrong({3, 0}, 8));
@@ -268,9 +263,7 @@ TEST_F(GoldenTest, ClientThatCannotBeCalledBackIsTold) {
         (void)peer.receive(56);
         peer.send(hex(kExchanges[0].reply));
         (void)peer.receive(56);
-        Bytes body = hex("00000000 24000000 000000000000000000000000 20000000");
-        append(&body, Bytes(kSessionIdSize, 0x4a));
-        peer.send(frameOf(WireCommand::kReply, body));
+        peer.send(sessionIdReply());
         (void)peer.receive(56);
         peer.send(hex(kExchanges[1].reply));
         RawPeer(server.accept()).close();

@@ -31,18 +31,16 @@ Bytes joined(const Bytes& first, const Bytes& second) {
 
 constexpr int32_t kEnds = 12345;  // in place of a status: the session ends
 constexpr size_t kBodySizeAt = 4;
+constexpr size_t kFlagsAt = 28;
 constexpr size_t kParcelSizeAt = 40;
 
 TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
     const Bytes goodPing = pingFrame(7);
-    Bytes binderOf = int32(kObjectBinder);  // an address that nobody made
-    append(&binderOf, WireAddress{kAddressCreated | kAddressForServer, 77});
-    append(&binderOf, int32(0x3f));
-    auto echoOf = [](int32_t length) {
-        return frameOf(Call{.code = echo::kEcho, .parcel = echoParcel(int32(length))});
-    };
-    auto registerOf = [](const Bytes& binder) {
-        return frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)});
+    Bytes unmade = int32(kObjectBinder);  // an address that nobody made
+    append(&unmade, WireAddress{kAddressCreated | kAddressForServer, 77});
+    append(&unmade, int32(0x3f));
+    auto pingAt = [](WireAddress address) {
+        return frameOf(Call{.address = address, .code = echo::kPing});
     };
     struct Row {
         const char* what;
@@ -51,33 +49,24 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
     };
     const Row rows[] = {
         {"good ping", goodPing, 0},
-        {"surplus bytes after the argument", pingFrame(7, Bytes(8)), 0},
+        {"surplus bytes", echoFrame(echo::kPing, joined(int32(7), Bytes(8))), 0},
         {"reserved fields set", patched(goodPing, 8, Bytes(8, 0xee)), 0},
-        {"unknown flags",
-         frameOf(Call{.code = echo::kPing, .flags = 0xffff0010, .parcel = echoParcel(int32(7))}),
-         0},
-        {"no argument", frameOf(Call{.code = echo::kPing, .parcel = echoParcel()}),
-         STATUS_NOT_ENOUGH_DATA},
+        {"unknown flags", patched(goodPing, kFlagsAt, {0x10, 0, 0xff, 0xff}), 0},
+        {"no argument", echoFrame(echo::kPing, {}), STATUS_NOT_ENOUGH_DATA},
         {"no parcel", frameOf(Call{.code = echo::kPing}), STATUS_BAD_TYPE},
-        {"byte[] of length -1", echoOf(-1), STATUS_UNEXPECTED_NULL},
-        {"byte[] of length -2", echoOf(-2), STATUS_BAD_VALUE},
-        {"byte[] of length 1000000 without bytes", echoOf(1000000), STATUS_NO_MEMORY},
-        {"byte[] of length 0", echoOf(0), 0},
-        {"null binder with a stability", registerOf(joined(int32(0), int32(0x3f))),
-         STATUS_BAD_TYPE},
-        {"binder of the server's that it never made", registerOf(binderOf), STATUS_BAD_VALUE},
+        {"byte[] of length -1", echoFrame(echo::kEcho, int32(-1)), STATUS_UNEXPECTED_NULL},
+        {"byte[] of length -2", echoFrame(echo::kEcho, int32(-2)), STATUS_BAD_VALUE},
+        {"byte[] without its bytes", echoFrame(echo::kEcho, int32(1000000)), STATUS_NO_MEMORY},
+        {"byte[] of length 0", echoFrame(echo::kEcho, int32(0)), 0},
+        {"null binder with a stability",
+         echoFrame(echo::kRegisterCallback, joined(int32(0), int32(0x3f))), STATUS_BAD_TYPE},
+        {"binder of the server's that it never made", echoFrame(echo::kRegisterCallback, unmade),
+         STATUS_BAD_VALUE},
         {"unknown special call", frameOf(Call{.address = kSessionAddress, .code = 3}),
          STATUS_UNKNOWN_TRANSACTION},
-        {"unknown address option", frameOf(Call{.address = {7, 0}, .code = echo::kPing}),
-         STATUS_BAD_VALUE},
-        {"object table entry past the parcel",
-         frameOf(
-             Call{.code = echo::kPing, .parcel = echoParcel(int32(7)), .objectTable = int32(96)}),
-         STATUS_BAD_VALUE},
-        {"object table entry that names no object",
-         frameOf(
-             Call{.code = echo::kPing, .parcel = echoParcel(int32(7)), .objectTable = int32(0)}),
-         STATUS_BAD_VALUE},
+        {"unknown address option", pingAt({7, 0}), STATUS_BAD_VALUE},
+        {"object past the parcel", echoFrame(echo::kPing, int32(7), int32(96)), STATUS_BAD_VALUE},
+        {"object that is none", echoFrame(echo::kPing, int32(7), int32(0)), STATUS_BAD_VALUE},
         {"give-back of what was never had, then a ping",
          joined(decStrong({kAddressCreated, 9}, 1), goodPing), 0},
         {"give-back of more than was sent, then a ping", joined(decStrong(kRoot, 5), goodPing), 0},
@@ -88,15 +77,12 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
         {"reply nobody waits for", frameOf(WireCommand::kReply, Bytes(20)), kEnds},
         {"body shorter than a transaction", frameOf(WireCommand::kTransact, Bytes(20)), kEnds},
         {"parcel larger than the body", patched(goodPing, kParcelSizeAt, int32(1000)), kEnds},
-        {"object table of 3 bytes",
-         frameOf(Call{.code = echo::kPing, .parcel = echoParcel(), .objectTable = Bytes(3)}),
-         kEnds},
+        {"object table of 3 bytes", echoFrame(echo::kPing, {}, Bytes(3)), kEnds},
         {"body of 2 GiB", patched(goodPing, kBodySizeAt, int32(INT32_MIN)), kEnds},
         {"body of 4 GiB", patched(goodPing, kBodySizeAt, int32(-1)), kEnds},
         {"body one byte above the limit", patched(goodPing, kBodySizeAt, int32(100'001)), kEnds},
-        {"address of the server's that it never made",
-         frameOf(Call{.address = {3, 5}, .code = echo::kPing}), kEnds},
-        {"address of the client's", frameOf(Call{.address = {1, 5}, .code = echo::kPing}), kEnds},
+        {"address of the server's that it never made", pingAt({3, 5}), kEnds},
+        {"address of the client's", pingAt({1, 5}), kEnds},
         {"garbage", Bytes(64, 0xa5), kEnds},
     };
     RawPeer bystander = openRaw();
@@ -114,7 +100,9 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
 }
 
 TEST_F(HostilePeerTest, OddOpeningsGetTheirAnswer) {
-    constexpr char kInit[] = "6363690000000000";
+    const std::string init = "6363690000000000";
+    const std::string none = "0000000000000000 0000";  // reserved bytes, no session's id
+    const std::string version1 = "0100000000000000";
     struct Row {
         const char* what;
         std::string opening;
@@ -122,21 +110,16 @@ TEST_F(HostilePeerTest, OddOpeningsGetTheirAnswer) {
         bool serves;
     };
     const Row rows[] = {
-        {"version 0", std::string("00000000 00 00 0000000000000000 0000") + kInit,
-         "0000000000000000", true},
-        {"version 2", std::string("02000000 00 01 0000000000000000 0000") + kInit,
-         "0100000000000000", true},
-        {"version 0xf0000000", std::string("000000f0 00 01 0000000000000000 0000") + kInit,
-         "0100000000000000", true},
-        {"unknown option", std::string("01000000 80 01 0000000000000000 0000") + kInit,
-         "0100000000000000", true},
-        {"fd mode 2", std::string("01000000 00 02 0000000000000000 0000") + kInit, "", false},
-        {"wrong init", "01000000 00 01 0000000000000000 0000 6363690100000000", "0100000000000000",
-         false},
+        {"version 0", "00000000 00 00" + none + init, "0000000000000000", true},
+        {"version 2", "02000000 00 01" + none + init, version1, true},
+        {"version 0xf0000000", "000000f0 00 01" + none + init, version1, true},
+        {"unknown option", "01000000 80 01" + none + init, version1, true},
+        {"fd mode 2", "01000000 00 02" + none + init, "", false},
+        {"wrong init", "01000000 00 01" + none + "6363690100000000", version1, false},
         {"session id of 5 bytes", "01000000 00 01 0000000000000000 0500 0102030405", "", false},
-        {"unknown session", "01000000 00 01 0000000000000000 2000" + std::string(64, '5') + kInit,
+        {"unknown session", "01000000 00 01 0000000000000000 2000" + std::string(64, '5') + init,
          "", false},
-        {"callback connection first", "01000000 01 01 0000000000000000 0000", "", false},
+        {"callback connection first", "01000000 01 01" + none, "", false},
     };
     for (const Row& row : rows) {
         RawPeer peer(mPath);
@@ -173,13 +156,6 @@ TEST_F(HostilePeerTest, OpeningsAndFramesMayComeByteByByteAndEndAnywhere) {
 
 TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    Bytes parcel;
-    append(&parcel, WireFd{kObjectFd, 0});
-    append(&parcel, int32(0));
-    auto dumpOf = [&](int32_t index, const Bytes& table) {
-        return frameOf(Call{
-            .code = kDumpCode, .parcel = patched(parcel, 4, int32(index)), .objectTable = table});
-    };
     struct Row {
         const char* what;
         Bytes frame;
@@ -187,12 +163,12 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
         int32_t status;
     };
     const Row rows[] = {
-        {"as it should be", dumpOf(0, int32(0)), 1, 0},
-        {"table left out", dumpOf(0, {}), 1, STATUS_BAD_VALUE},
-        {"no descriptor", dumpOf(0, int32(0)), 0, STATUS_BAD_VALUE},
-        {"three descriptors", dumpOf(0, int32(0)), 3, STATUS_BAD_VALUE},
-        {"index past the descriptors", dumpOf(1, int32(0)), 1, STATUS_BAD_VALUE},
-        {"negative index", dumpOf(-1, int32(0)), 1, STATUS_BAD_VALUE},
+        {"as it should be", dumpFrame(), 1, 0},
+        {"table left out", dumpFrame(0, {}), 1, STATUS_BAD_VALUE},
+        {"no descriptor", dumpFrame(), 0, STATUS_BAD_VALUE},
+        {"three descriptors", dumpFrame(), 3, STATUS_BAD_VALUE},
+        {"index past the descriptors", dumpFrame(1), 1, STATUS_BAD_VALUE},
+        {"negative index", dumpFrame(-1), 1, STATUS_BAD_VALUE},
     };
     RawPeer peer = openRaw();
     size_t before = openDescriptors();
@@ -205,7 +181,7 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     EXPECT_EQ(before, openDescriptors());
 
     // More than one message may carry, in pieces of an unfinished frame.
-    Bytes half = dumpOf(0, int32(0));
+    Bytes half = dumpFrame();
     for (size_t at = 0; at < 3; ++at) {
         peer.send({half[at]}, std::vector<int>(100, null.get()));
     }
@@ -219,12 +195,7 @@ TEST_F(HostilePeerTest, DescriptorsNeedASessionThatCarriesThem) {
     RawPeer peer(mPath);
     peer.open({}, 0, /*fdMode=*/0);
     peer.fetchRoot();
-    unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    Bytes parcel;
-    append(&parcel, WireFd{kObjectFd, 0});
-    append(&parcel, int32(0));
-    peer.send(frameOf(Call{.code = kDumpCode, .parcel = parcel, .objectTable = int32(0)}),
-              {null.get()});
+    peer.send(dumpFrame(), {STDERR_FILENO});
     std::optional<RawFrame> reply = peer.frame();
     ASSERT_TRUE(reply);
     EXPECT_EQ(STATUS_BAD_VALUE, reply->replyStatus());
@@ -233,25 +204,17 @@ TEST_F(HostilePeerTest, DescriptorsNeedASessionThatCarriesThem) {
 TEST_F(HostilePeerTest, SessionsHaveNoMoreConnectionsThanReported) {
     RawPeer first = openRaw();
     Bytes id = first.sessionId();
-    RawPeer second(mPath);
-    second.open(id);
-    EXPECT_TRUE(second.ping(1));
-    RawPeer third(mPath);
-    third.open(id);
-    EXPECT_TRUE(third.ping(1));
-    RawPeer fourth(mPath);
-    fourth.open(id);
-    EXPECT_TRUE(fourth.hasEnded());
-    EXPECT_TRUE(third.ping(1));
+    std::vector<RawPeer> others;
+    for (int i = 0; i < 3; ++i) others.emplace_back(mPath).open(id);
+    EXPECT_TRUE(others[0].ping(1));
+    EXPECT_TRUE(others[1].ping(1));
+    EXPECT_TRUE(others[2].hasEnded());
+    EXPECT_TRUE(others[1].ping(1));
 }
 
 TEST_F(HostilePeerTest, APeerThatDoesNotReadItsAnswersDelaysNobody) {
     RawPeer deaf = openRaw();
-    Bytes big = echoParcel(int32(90'000));
-    append(&big, Bytes(90'000, 0x11));
-    Bytes call = frameOf(Call{.code = echo::kEcho, .parcel = big});
-    size_t calls = 0;
-    while (calls < 64 && deaf.trySend(call)) ++calls;
+    const size_t calls = deaf.sendUnread(64);
     ASSERT_GT(calls, 1u);
     expectServed();
     for (size_t i = 0; i + 1 < calls; ++i) {
@@ -271,21 +234,15 @@ TEST_F(HostilePeerTest, OnewayCallsRunInTheirOrderWhateverConnectionBringsThem) 
     RawPeer first = openRaw();
     RawPeer second(mPath);
     second.open(first.sessionId());
-    auto oneway = [](uint64_t number) {
-        return frameOf(Call{.code = echo::kPing,
-                            .flags = kFlagOneway,
-                            .asyncNumber = number,
-                            .parcel = echoParcel(int32(static_cast<int32_t>(number)))});
-    };
-    first.send(oneway(2));
+    first.send(onewayFrame(2));
     ASSERT_TRUE(first.ping(100));  // a call with an answer: what came before has been seen
-    second.send(oneway(1));
+    second.send(onewayFrame(1));
     ASSERT_TRUE(second.ping(101));
-    first.send(oneway(0));
-    first.send(oneway(1));  // a repetition is passed over
+    first.send(onewayFrame(0));
+    first.send(onewayFrame(1));  // a repetition is passed over
     // A peer that forgot the object and was then sent it anew begins to count again.
-    first.send(oneway(0));
-    first.send(oneway(1));
+    first.send(onewayFrame(0));
+    first.send(onewayFrame(1));
     EXPECT_TRUE(eventually([&] {
         std::lock_guard guard(lock);
         return seen.size() == 7;
@@ -297,7 +254,7 @@ TEST_F(HostilePeerTest, OnewayCallsRunInTheirOrderWhateverConnectionBringsThem) 
 TEST_F(HostilePeerTest, TooManyEarlyOnewayCallsEndTheSession) {
     RawPeer peer = openRaw();
     for (uint64_t number = 1; number <= kMaxQueuedOneway + 1; ++number) {
-        peer.send(frameOf(Call{.code = echo::kPing, .flags = kFlagOneway, .asyncNumber = number}));
+        peer.send(onewayFrame(number));
     }
     EXPECT_TRUE(peer.hasEnded());
     expectServed();

@@ -3,7 +3,6 @@
 
 #include <android/binder_auto_utils.h>
 #include <android/binder_parcel_utils.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include "echo.h"
@@ -26,27 +25,16 @@ TEST(ParcelTest, StatusHeaderCutAnywhereFails) {
 }
 
 TEST(ParcelTest, ObjectsTravelWithinTheProcess) {
-    ndk::SpAIBinder binder = echo::makeCallback([](int x) { return x; });
-    int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const ndk::SpAIBinder binder = echo::makeCallback([](int x) { return x; });
     {
-        ndk::ScopedAParcel parcel(AParcel_create());
-        AParcel_writeStrongBinder(parcel.get(), binder.get());
-        AParcel_writeParcelFileDescriptor(parcel.get(), null);
-        AParcel_writeParcelFileDescriptor(parcel.get(), -1);
+        AParcel parcel;
+        AParcel_writeStrongBinder(&parcel, binder.get());
         EXPECT_EQ(2, AIBinder_debugGetRefCount(binder.get()));
-        EXPECT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
+        EXPECT_EQ(STATUS_OK, AParcel_setDataPosition(&parcel, 0));
         ndk::SpAIBinder read;
-        EXPECT_EQ(STATUS_OK, AParcel_readStrongBinder(parcel.get(), read.getR()));
-        EXPECT_EQ(binder.get(), read.get());
-        int fd = -1;
-        EXPECT_EQ(STATUS_OK, AParcel_readParcelFileDescriptor(parcel.get(), &fd));
-        EXPECT_GE(fd, 0);
-        EXPECT_NE(null, fd);
-        close(fd);
-        EXPECT_EQ(STATUS_OK, AParcel_readParcelFileDescriptor(parcel.get(), &fd));
-        EXPECT_EQ(-1, fd);
+        EXPECT_EQ(STATUS_OK, AParcel_readStrongBinder(&parcel, read.getR()));
+        EXPECT_EQ(binder, read);
     }
-    close(null);
     EXPECT_EQ(1, AIBinder_debugGetRefCount(binder.get()));
 }
 
@@ -61,11 +49,7 @@ TEST(UtfTest, TextsCrossOverAndBrokenOnesGetReplacements) {
         {"a\xc3\xa9", "6100e900", "a\xc3\xa9"},
         {"\xe2\x82\xac", "ac20", "\xe2\x82\xac"},
         {"\xf0\x9f\x94\x8b", "3dd80bdd", "\xf0\x9f\x94\x8b"},
-        {"\xff"
-         "b",
-         "fdff6200",
-         "\xef\xbf\xbd"
-         "b"},
+        {"\xff.", "fdff2e00", "\xef\xbf\xbd."},
         {"\xc0\x80", "fdfffdff", "\xef\xbf\xbd\xef\xbf\xbd"},
         {"\xed\xa0\x80", "fdfffdfffdff", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
         {"\xe2\x82", "fdfffdff", "\xef\xbf\xbd\xef\xbf\xbd"},

@@ -65,22 +65,6 @@ std::vector<uint32_t> written(const T& value) {
     return wordsOf(parcel.get());
 }
 
-// Writes and reads each value in a row, and expects the same values and an end of the parcel.
-template <typename T>
-void expectRoundTrip(std::initializer_list<T> values) {
-    ScopedAParcel parcel(AParcel_create());
-    for (const T& value : values) {
-        ASSERT_EQ(AParcel_writeNullableData(parcel.get(), value), STATUS_OK);
-    }
-    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
-    for (const T& value : values) {
-        T read{};
-        ASSERT_EQ(AParcel_readNullableData(parcel.get(), &read), STATUS_OK);
-        EXPECT_EQ(read, value);
-    }
-    EXPECT_EQ(AParcel_getDataPosition(parcel.get()), AParcel_getDataSize(parcel.get()));
-}
-
 template <typename T>
 binder_status_t readFrom(const ScopedAParcel& parcel, T* value) {
     EXPECT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
@@ -89,22 +73,8 @@ binder_status_t readFrom(const ScopedAParcel& parcel, T* value) {
 
 template <typename T>
 class ScalarTest : public testing::Test {};
-using Scalars =
-    testing::Types<bool, int8_t, char16_t, int32_t, uint32_t, int64_t, uint64_t, float, double>;
+using Scalars = testing::Types<bool, int8_t, char16_t, int32_t, int64_t, float, double>;
 TYPED_TEST_SUITE(ScalarTest, Scalars);
-
-TYPED_TEST(ScalarTest, ExtremesComeBackAloneAndInEveryList) {
-    using T = TypeParam;
-    const T low = std::numeric_limits<T>::lowest();
-    const T high = std::numeric_limits<T>::max();
-    expectRoundTrip<T>({low, high, T{0}, T{1}});
-    expectRoundTrip<std::vector<T>>({{}, {low}, {low, high, T{1}}});
-    expectRoundTrip<std::array<T, 3>>({{low, high, T{1}}});
-    expectRoundTrip<std::optional<std::vector<T>>>(
-        {std::nullopt, std::vector<T>{}, std::vector<T>{low, high}});
-    expectRoundTrip<std::optional<std::array<T, 2>>>({std::nullopt, std::array<T, 2>{high, low}});
-    expectRoundTrip<std::array<std::array<T, 2>, 2>>({{{{low, high}, {high, low}}}});
-}
 
 // Enough bytes for an element of every kind but never for the counts they announce.
 TYPED_TEST(ScalarTest, CountsWithoutBytesBehindThemAllocateNothing) {
@@ -154,14 +124,8 @@ TEST(ParcelUtilsTest, ItemsHaveTheDocumentedBytes) {
                 ElementsAre(2u, 0u, 1u, 4u));
 }
 
-TEST(ParcelUtilsTest, CompoundValuesComeBack) {
-    using namespace std::string_literals;
-    expectRoundTrip<std::string>({"", "a", "ab", "abc", "a\0b"s, "\u00e9\u20ac\U0001f50b"});
-    expectRoundTrip<std::optional<std::string>>({std::nullopt, "", "x"});
-    expectRoundTrip<std::vector<Point>>({{}, std::vector<Point>(200, Point{5})});
-    expectRoundTrip<std::vector<uint8_t>>({{}, {1}, {1, 2, 3, 4}, {1, 2, 3, 4, 5}});
-    expectRoundTrip<std::vector<Wide>>({{}, {Wide::kBig}});
-
+// What no record of the compiler's tests has.
+TEST(ParcelUtilsTest, RecordsOnTheHeapComeBack) {
     ScopedAParcel parcel(AParcel_create());
     auto point = std::make_unique<Point>(Point{6});
     ASSERT_EQ(AParcel_writeNullableData(parcel.get(), point), STATUS_OK);

@@ -12,6 +12,7 @@
 #include <iterator>
 #include <thread>
 
+#include "echo.h"
 #include "parcel.h"
 #include "unix_socket.h"
 
@@ -19,6 +20,11 @@ namespace android::host::test {
 namespace {
 
 constexpr timeval kSilence{10, 0};
+
+size_t entriesOf(const char* folder) {
+    auto entries = std::filesystem::directory_iterator(folder);
+    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+}
 
 }  // namespace
 
@@ -90,10 +96,32 @@ Bytes int32(int32_t value) {
     return bytes;
 }
 
-Bytes pingFrame(int32_t number, const Bytes& surplus) {
-    Bytes arguments = int32(number);
-    append(&arguments, surplus);
-    return frameOf(Call{.code = 2, .parcel = echoParcel(arguments)});
+Bytes echoFrame(uint32_t code, const Bytes& arguments, const Bytes& objectTable) {
+    return frameOf(Call{.code = code, .parcel = echoParcel(arguments), .objectTable = objectTable});
+}
+
+Bytes pingFrame(int32_t number) {
+    return echoFrame(echo::kPing, int32(number));
+}
+
+Bytes onewayFrame(uint64_t asyncNumber, size_t surplus) {
+    Bytes arguments = int32(static_cast<int32_t>(asyncNumber));
+    append(&arguments, Bytes(surplus));
+    return frameOf(Call{.code = echo::kPing,
+                        .flags = kFlagOneway,
+                        .asyncNumber = asyncNumber,
+                        .parcel = echoParcel(arguments)});
+}
+
+Bytes dumpFrame(int32_t index, const Bytes& objectTable) {
+    Bytes parcel;
+    append(&parcel, WireFd{kObjectFd, index});
+    append(&parcel, int32(0));
+    return frameOf(Call{.code = kDumpCode, .parcel = parcel, .objectTable = objectTable});
+}
+
+Bytes firstHalf(const Bytes& frame) {
+    return {frame.begin(), frame.begin() + 30};
 }
 
 int32_t RawFrame::replyStatus() const {
@@ -134,6 +162,15 @@ void RawPeer::send(const Bytes& bytes, const std::vector<int>& fds) {
 bool RawPeer::trySend(const Bytes& bytes) {
     return ::send(mSocket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
            static_cast<ssize_t>(bytes.size());
+}
+
+size_t RawPeer::sendUnread(size_t calls) {
+    Bytes arguments = int32(90'000);
+    append(&arguments, Bytes(90'000, 0x11));
+    const Bytes call = echoFrame(echo::kEcho, arguments);
+    size_t sent = 0;
+    while (sent < calls && trySend(call)) ++sent;
+    return sent;
 }
 
 Bytes RawPeer::receive(size_t size) {
@@ -200,8 +237,11 @@ std::optional<RawFrame> RawPeer::ping(int32_t number) {
 }
 
 size_t openDescriptors() {
-    auto folder = std::filesystem::directory_iterator("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(folder), end(folder)));
+    return entriesOf("/proc/self/fd");
+}
+
+size_t threadCount() {
+    return entriesOf("/proc/self/task");
 }
 
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {

@@ -47,7 +47,14 @@ Bytes decStrong(WireAddress address, uint32_t amount);
 // A parcel that begins with the descriptor "test.IEcho".
 Bytes echoParcel(const Bytes& arguments = {});
 Bytes int32(int32_t value);
-Bytes pingFrame(int32_t number, const Bytes& surplus = {});
+
+// Calls of the root object.
+Bytes echoFrame(uint32_t code, const Bytes& arguments, const Bytes& objectTable = {});
+Bytes pingFrame(int32_t number);
+Bytes onewayFrame(uint64_t asyncNumber, size_t surplus = 0);
+// With one descriptor, as its parcel says.
+Bytes dumpFrame(int32_t index = 0, const Bytes& objectTable = int32(0));
+Bytes firstHalf(const Bytes& frame);
 
 struct RawFrame {
     WireCommand command;
@@ -65,6 +72,8 @@ class RawPeer {
     void send(const Bytes& bytes, const std::vector<int>& fds = {});
     // Sends without waiting; false once the peer takes no more.
     bool trySend(const Bytes& bytes);
+    // Sends calls with large answers, at most so many and while the peer takes them. How many.
+    size_t sendUnread(size_t calls);
     // Exactly that many bytes, or fewer when the other side closed or stays silent for too long.
     Bytes receive(size_t size);
     // The next frame that is not a give-back of references; nothing when the connection has ended.
@@ -86,8 +95,9 @@ class RawPeer {
     android::base::unique_fd mSocket;
 };
 
-// How many descriptors this process has open, give or take one for the asking.
+// How many descriptors this process has open, give or take one for the asking, and threads.
 size_t openDescriptors();
+size_t threadCount();
 
 // Waits until the condition holds; false when it still does not after a long while.
 bool eventually(const std::function<bool()>& condition,

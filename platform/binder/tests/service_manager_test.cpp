@@ -13,14 +13,15 @@
 #include "echo.h"
 #include "host/binder_host.h"
 #include "listener.h"
-#include "other_process.h"
 #include "raw_peer.h"
+#include "testing/process.h"
 #include "unix_socket.h"
 
 namespace android::host::test {
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::Process;
 
 class ServiceManagerTest : public ::testing::Test {
   protected:
@@ -31,28 +32,34 @@ class ServiceManagerTest : public ::testing::Test {
     }
     void TearDown() override { fs::remove_all(mFolder); }
 
+    // A private folder in the run-time folder.
+    std::string makeFolder(const std::string& name) {
+        fs::create_directory(mFolder + name);
+        fs::permissions(mFolder + name, fs::perms::owner_all);
+        return mFolder + name;
+    }
+
     std::string mFolder;
 };
 
 TEST_F(ServiceManagerTest, NamesAreServedOnceWhileTheirProcessLives) {
     constexpr char kName[] = "test.IEcho/default";
     EXPECT_EQ(nullptr, AServiceManager_checkService(kName));
-    auto first =
-        std::make_unique<OtherProcess>(std::vector<std::string>{ECHO_PEER, "serve", kName});
-    ASSERT_EQ("serving", first->line());
+    Process first({ECHO_PEER, "serve", kName});
+    ASSERT_TRUE(first.waitForOutput("serving"));
     EXPECT_EQ(std::vector<std::string>{kName}, listServices());
-    OtherProcess second({ECHO_PEER, "serve", kName});
-    EXPECT_EQ(1, WEXITSTATUS(second.wait()));
+    EXPECT_EQ(1, test_support::run({ECHO_PEER, "serve", kName}).exitStatus);
     ndk::SpAIBinder binder(AServiceManager_checkService(kName));
     EXPECT_EQ(STATUS_OK, AIBinder_ping(binder.get()));
     ndk::SpAIBinder again(AServiceManager_getService(kName));
     EXPECT_EQ(binder.get(), again.get());
 
-    first.reset();
+    first.signal(SIGKILL);
+    EXPECT_EQ(SIGKILL, first.wait().signal);
     EXPECT_TRUE(fs::exists(mFolder + "/binder/test.IEcho/default")) << "a crash leaves its socket";
     EXPECT_TRUE(listServices().empty());
-    OtherProcess successor({ECHO_PEER, "serve", kName});
-    EXPECT_EQ("serving", successor.line());
+    Process successor({ECHO_PEER, "serve", kName});
+    EXPECT_TRUE(successor.waitForOutput("serving"));
     ndk::SpAIBinder next(AServiceManager_waitForService(kName));
     EXPECT_EQ(STATUS_OK, AIBinder_ping(next.get()));
 }
@@ -61,9 +68,8 @@ TEST_F(ServiceManagerTest, NamesAreServedOnceWhileTheirProcessLives) {
 TEST_F(ServiceManagerTest, ServersWithoutALockAreFoundWhileTheyListen) {
     constexpr char kName[] = "test.IEcho/foreign";
     const std::string path = mFolder + "/binder/" + kName;
-    fs::create_directories(mFolder + "/binder/test.IEcho");
-    fs::permissions(mFolder + "/binder", fs::perms::owner_all);
-    fs::permissions(mFolder + "/binder/test.IEcho", fs::perms::owner_all);
+    makeFolder("/binder");
+    makeFolder("/binder/test.IEcho");
     echo::Server server;
     ndk::SpAIBinder binder = echo::makeServer(&server);
     auto listener = std::make_shared<Listener>(listenUnix(path), binder.get());
@@ -84,8 +90,8 @@ TEST_F(ServiceManagerTest, ServersWithoutALockAreFoundWhileTheyListen) {
 }
 
 TEST_F(ServiceManagerTest, AtLeastFourThreadsOfAClientMayCallAtOnce) {
-    OtherProcess server({ECHO_PEER, "serve", "test.IEcho/many"});
-    ASSERT_EQ("serving", server.line());
+    Process server({ECHO_PEER, "serve", "test.IEcho/many"});
+    ASSERT_TRUE(server.waitForOutput("serving"));
     RawPeer peer(mFolder + "/binder/test.IEcho/many");
     peer.open();
     peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetMaxThreads}));
@@ -117,33 +123,29 @@ TEST_F(ServiceManagerTest, NamesThatLeaveTheFolderAreRefused) {
 }
 
 TEST_F(ServiceManagerTest, WhatIsNoSocketIsNeverRemoved) {
-    fs::create_directories(mFolder + "/binder");
-    fs::permissions(mFolder + "/binder", fs::perms::owner_all);
-    std::ofstream(mFolder + "/binder/precious") << "data";
+    const std::string file = makeFolder("/binder") + "/precious";
+    std::ofstream(file) << "data";
     echo::Server server;
     ndk::SpAIBinder binder = echo::makeServer(&server);
     EXPECT_NE(EX_NONE, AServiceManager_addService(binder.get(), "precious"));
-    EXPECT_EQ(4u, fs::file_size(mFolder + "/binder/precious"));
+    EXPECT_EQ(4u, fs::file_size(file));
 }
 
 TEST_F(ServiceManagerTest, LongFoldersWorkAndOpenFoldersDoNot) {
     std::string deep = mFolder + "/" + std::string(120, 'd');
     setenv("ANDROID_HOST_DIR", deep.c_str(), 1);
-    OtherProcess server({ECHO_PEER, "serve", "deep/name"});
-    ASSERT_EQ("serving", server.line());
+    Process server({ECHO_PEER, "serve", "deep/name"});
+    ASSERT_TRUE(server.waitForOutput("serving"));
     ndk::SpAIBinder binder(AServiceManager_checkService("deep/name"));
     EXPECT_EQ(STATUS_OK, AIBinder_ping(binder.get()));
 
     fs::permissions(deep, fs::perms::others_read, fs::perm_options::add);
-    OtherProcess refused({ECHO_PEER, "serve", "deep/other"});
-    EXPECT_EQ(1, WEXITSTATUS(refused.wait()));
+    EXPECT_EQ(1, test_support::run({ECHO_PEER, "serve", "deep/other"}).exitStatus);
 }
 
 TEST_F(ServiceManagerTest, DeclaredInstancesComeFromTheFragments) {
     EXPECT_FALSE(AServiceManager_isDeclared("vendor.a.IThing/default"));
-    fs::create_directories(mFolder + "/vintf");
-    fs::permissions(mFolder + "/vintf", fs::perms::owner_all);
-    std::ofstream(mFolder + "/vintf/a.xml")
+    std::ofstream(makeFolder("/vintf") + "/a.xml")
         << "<manifest><hal><name>vendor.a</name><fqname>IThing/default</fqname></hal></manifest>";
     EXPECT_TRUE(AServiceManager_isDeclared("vendor.a.IThing/default"));
 }

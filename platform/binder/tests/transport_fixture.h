@@ -4,9 +4,11 @@
 // session over the socket), raw peers and other processes.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <memory>
@@ -20,6 +22,18 @@
 #include "unix_socket.h"
 
 namespace android::host::test {
+
+// A pipe that takes nothing more.
+struct FullPipe {
+    FullPipe() {
+        EXPECT_TRUE(base::Pipe(&reader, &writer, O_CLOEXEC | O_NONBLOCK));
+        const Bytes page(4096);
+        while (write(writer.get(), page.data(), page.size()) > 0) continue;
+        (void)fcntl(writer.get(), F_SETFL, 0);
+    }
+    base::unique_fd reader;
+    base::unique_fd writer;
+};
 
 class TransportTest : public ::testing::Test {
   protected:
@@ -74,20 +88,25 @@ class TransportTest : public ::testing::Test {
     static void sendCallback(RawPeer& caller) {
         Bytes binder = int32(kObjectBinder);
         append(&binder, WireAddress{kAddressCreated, 0});
-        append(&binder, int32(0x3f));
-        caller.send(frameOf(Call{.code = echo::kRegisterCallback, .parcel = echoParcel(binder)}));
+        append(&binder, static_cast<int32_t>(Stability::kVintf));
+        caller.send(echoFrame(echo::kRegisterCallback, binder));
     }
     // The whole registration.
     static void subscribe(RawPeer& caller) {
         sendCallback(caller);
-        ASSERT_TRUE(caller.frame());
+        const std::optional<RawFrame> question = caller.frame();
+        ASSERT_TRUE(question);
+        ASSERT_EQ(WireCommand::kTransact, question->command);
         AParcel descriptor;
         descriptor.writeString("test.ICb");
         Bytes body;
         append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
         append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
         caller.send(frameOf(WireCommand::kReply, body));
-        ASSERT_TRUE(caller.frame());
+        const std::optional<RawFrame> reply = caller.frame();
+        ASSERT_TRUE(reply);
+        ASSERT_EQ(WireCommand::kReply, reply->command);
+        ASSERT_EQ(STATUS_OK, reply->replyStatus());
     }
 
     std::string mFolder;

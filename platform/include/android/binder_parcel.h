@@ -127,9 +127,7 @@ binder_status_t AParcel_writeBool(AParcel* _Nonnull parcel, bool value);
 binder_status_t AParcel_writeByte(AParcel* _Nonnull parcel, int8_t value);
 binder_status_t AParcel_writeChar(AParcel* _Nonnull parcel, char16_t value);
 binder_status_t AParcel_writeInt32(AParcel* _Nonnull parcel, int32_t value);
-binder_status_t AParcel_writeUint32(AParcel* _Nonnull parcel, uint32_t value);
 binder_status_t AParcel_writeInt64(AParcel* _Nonnull parcel, int64_t value);
-binder_status_t AParcel_writeUint64(AParcel* _Nonnull parcel, uint64_t value);
 binder_status_t AParcel_writeFloat(AParcel* _Nonnull parcel, float value);
 binder_status_t AParcel_writeDouble(AParcel* _Nonnull parcel, double value);
 
@@ -137,9 +135,7 @@ binder_status_t AParcel_readBool(const AParcel* _Nonnull parcel, bool* _Nonnull 
 binder_status_t AParcel_readByte(const AParcel* _Nonnull parcel, int8_t* _Nonnull value);
 binder_status_t AParcel_readChar(const AParcel* _Nonnull parcel, char16_t* _Nonnull value);
 binder_status_t AParcel_readInt32(const AParcel* _Nonnull parcel, int32_t* _Nonnull value);
-binder_status_t AParcel_readUint32(const AParcel* _Nonnull parcel, uint32_t* _Nonnull value);
 binder_status_t AParcel_readInt64(const AParcel* _Nonnull parcel, int64_t* _Nonnull value);
-binder_status_t AParcel_readUint64(const AParcel* _Nonnull parcel, uint64_t* _Nonnull value);
 binder_status_t AParcel_readFloat(const AParcel* _Nonnull parcel, float* _Nonnull value);
 binder_status_t AParcel_readDouble(const AParcel* _Nonnull parcel, double* _Nonnull value);
 
@@ -162,12 +158,8 @@ typedef bool (*AParcel_charArrayAllocator)(void* _Nullable arrayData, int32_t le
                                            char16_t* _Nullable* _Nullable outBuffer);
 typedef bool (*AParcel_int32ArrayAllocator)(void* _Nullable arrayData, int32_t length,
                                             int32_t* _Nullable* _Nullable outBuffer);
-typedef bool (*AParcel_uint32ArrayAllocator)(void* _Nullable arrayData, int32_t length,
-                                             uint32_t* _Nullable* _Nullable outBuffer);
 typedef bool (*AParcel_int64ArrayAllocator)(void* _Nullable arrayData, int32_t length,
                                             int64_t* _Nullable* _Nullable outBuffer);
-typedef bool (*AParcel_uint64ArrayAllocator)(void* _Nullable arrayData, int32_t length,
-                                             uint64_t* _Nullable* _Nullable outBuffer);
 typedef bool (*AParcel_floatArrayAllocator)(void* _Nullable arrayData, int32_t length,
                                             float* _Nullable* _Nullable outBuffer);
 typedef bool (*AParcel_doubleArrayAllocator)(void* _Nullable arrayData, int32_t length,
@@ -183,12 +175,8 @@ binder_status_t AParcel_writeCharArray(AParcel* _Nonnull parcel,
                                        const char16_t* _Nullable arrayData, int32_t length);
 binder_status_t AParcel_writeInt32Array(AParcel* _Nonnull parcel,
                                         const int32_t* _Nullable arrayData, int32_t length);
-binder_status_t AParcel_writeUint32Array(AParcel* _Nonnull parcel,
-                                         const uint32_t* _Nullable arrayData, int32_t length);
 binder_status_t AParcel_writeInt64Array(AParcel* _Nonnull parcel,
                                         const int64_t* _Nullable arrayData, int32_t length);
-binder_status_t AParcel_writeUint64Array(AParcel* _Nonnull parcel,
-                                         const uint64_t* _Nullable arrayData, int32_t length);
 binder_status_t AParcel_writeFloatArray(AParcel* _Nonnull parcel, const float* _Nullable arrayData,
                                         int32_t length);
 binder_status_t AParcel_writeDoubleArray(AParcel* _Nonnull parcel,
@@ -203,12 +191,8 @@ binder_status_t AParcel_readCharArray(const AParcel* _Nonnull parcel, void* _Nul
                                       AParcel_charArrayAllocator _Nonnull allocator);
 binder_status_t AParcel_readInt32Array(const AParcel* _Nonnull parcel, void* _Nullable arrayData,
                                        AParcel_int32ArrayAllocator _Nonnull allocator);
-binder_status_t AParcel_readUint32Array(const AParcel* _Nonnull parcel, void* _Nullable arrayData,
-                                        AParcel_uint32ArrayAllocator _Nonnull allocator);
 binder_status_t AParcel_readInt64Array(const AParcel* _Nonnull parcel, void* _Nullable arrayData,
                                        AParcel_int64ArrayAllocator _Nonnull allocator);
-binder_status_t AParcel_readUint64Array(const AParcel* _Nonnull parcel, void* _Nullable arrayData,
-                                        AParcel_uint64ArrayAllocator _Nonnull allocator);
 binder_status_t AParcel_readFloatArray(const AParcel* _Nonnull parcel, void* _Nullable arrayData,
                                        AParcel_floatArrayAllocator _Nonnull allocator);
 binder_status_t AParcel_readDoubleArray(const AParcel* _Nonnull parcel, void* _Nullable arrayData,

@@ -39,9 +39,7 @@ NDK_SCALAR_CODEC(bool, Bool);
 NDK_SCALAR_CODEC(int8_t, Byte);
 NDK_SCALAR_CODEC(char16_t, Char);
 NDK_SCALAR_CODEC(int32_t, Int32);
-NDK_SCALAR_CODEC(uint32_t, Uint32);
 NDK_SCALAR_CODEC(int64_t, Int64);
-NDK_SCALAR_CODEC(uint64_t, Uint64);
 NDK_SCALAR_CODEC(float, Float);
 NDK_SCALAR_CODEC(double, Double);
 #undef NDK_SCALAR_CODEC

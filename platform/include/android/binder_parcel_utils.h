@@ -5,11 +5,10 @@
 //     ndk::AParcel_writeData(parcel, value)     ndk::AParcel_writeNullableData(parcel, value)
 //     ndk::AParcel_readData(parcel, &value)     ndk::AParcel_readNullableData(parcel, &value)
 //
-// Types. bool, int8_t, char16_t, int32_t, uint32_t, int64_t, uint64_t, float, double; enums of
-// those; std::string; records and unions (readFromParcel, writeToParcel); SpAIBinder;
-// std::shared_ptr to an interface; ScopedFileDescriptor; std::vector and std::array of all these,
-// vectors of bytes also as uint8_t. std::optional and std::unique_ptr make a string, record, vector
-// or array nullable.
+// Types. bool, int8_t, char16_t, int32_t, int64_t, float, double; enums of those; std::string;
+// records and unions (readFromParcel, writeToParcel); SpAIBinder; std::shared_ptr to an interface;
+// ScopedFileDescriptor; std::vector and std::array of all these, vectors of bytes also as uint8_t.
+// std::optional and std::unique_ptr make a string, record, vector or array nullable.
 //
 // Null. The Data functions neither write nor take null: STATUS_UNEXPECTED_NULL. With the
 // NullableData functions an empty holder, binder, interface or descriptor is null, and so are
