@@ -14,6 +14,8 @@
 namespace virtual_dock {
 namespace {
 
+using android::base::unique_fd;
+
 constexpr int kBacklog = 16;
 
 std::string failure(const std::string& what) {
@@ -22,20 +24,14 @@ std::string failure(const std::string& what) {
 
 // Whether a process accepts connections at the address.
 bool isServed(const sockaddr_un& address) {
-    const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const unique_fd probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (probe < 0) return true;
-    const int result = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-    const bool refused = result != 0 && (errno == ECONNREFUSED || errno == ENOENT);
-    close(probe);
-    return !refused;
+    const int result =
+        connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    return result == 0 || (errno != ECONNREFUSED && errno != ENOENT);
 }
 
 }  // namespace
-
-ControlListener::~ControlListener() {
-    if (mSocket >= 0) close(mSocket);
-    if (mLock >= 0) close(mLock);
-}
 
 bool ControlListener::open(const std::string& path, std::string* error) {
     sockaddr_un address{};
@@ -47,12 +43,12 @@ bool ControlListener::open(const std::string& path, std::string* error) {
     std::memcpy(address.sun_path, path.data(), path.size());
 
     const std::string lockPath = path + ".lock";
-    mLock = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    mLock.reset(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (mLock < 0) {
         *error = failure("cannot open " + lockPath);
         return false;
     }
-    if (flock(mLock, LOCK_EX | LOCK_NB) != 0) {
+    if (flock(mLock.get(), LOCK_EX | LOCK_NB) != 0) {
         *error = "another virtual dock is served at " + path;
         return false;
     }
@@ -68,17 +64,16 @@ bool ControlListener::open(const std::string& path, std::string* error) {
         }
         unlink(path.c_str());
     }
-    mSocket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    mSocket.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     // The socket's file takes the mode of the socket itself, so it is private from its first
     // moment.
-    if (mSocket >= 0 && fchmod(mSocket, 0600) == 0 &&
-        bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
-        listen(mSocket, kBacklog) == 0) {
+    if (mSocket >= 0 && fchmod(mSocket.get(), 0600) == 0 &&
+        bind(mSocket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
+        listen(mSocket.get(), kBacklog) == 0) {
         return true;
     }
     *error = failure("cannot listen at " + path);
-    if (mSocket >= 0) close(mSocket);
-    mSocket = -1;
+    mSocket.reset();
     return false;
 }
 

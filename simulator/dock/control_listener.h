@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
+
 #include <string>
 
 namespace virtual_dock {
@@ -9,20 +11,15 @@ namespace virtual_dock {
 // for as long. Closes both when destroyed; the socket's name stays and is replaced by the next.
 class ControlListener {
   public:
-    ControlListener() = default;
-    ~ControlListener();
-    ControlListener(const ControlListener&) = delete;
-    ControlListener& operator=(const ControlListener&) = delete;
-
     // Replaces what a dead process left at `path`; leaves a live one, and what is not a socket,
     // alone. False with a message for people when it does not listen.
     [[nodiscard]] bool open(const std::string& path, std::string* error);
 
-    int descriptor() const { return mSocket; }  // -1 when it does not listen
+    int descriptor() const { return mSocket.get(); }  // -1 when it does not listen
 
   private:
-    int mLock = -1;
-    int mSocket = -1;
+    android::base::unique_fd mLock;
+    android::base::unique_fd mSocket;
 };
 
 }  // namespace virtual_dock

@@ -4,36 +4,14 @@
 namespace virtual_dock {
 namespace {
 
-// Start with a target: target, size (4), chunk size, flags, major, minor, compressed size (4).
-constexpr size_t kStartLength = 9;
-constexpr size_t kCompressedStartLength = 13;
-// Without: size (4), chunk size, flags, major, minor, name.
-constexpr size_t kLegacyStartLength = 8;
-// Chunk: [target], number (2), tag, data.
-constexpr size_t kChunkHeader = 4;
-constexpr size_t kLegacyChunkHeader = 3;
+// Behind the target, which the older updater does not have. Start: size (4), chunk size, flags,
+// major, minor, then the compressed size (4) or the older updater's name.
+constexpr size_t kStartLength = 8;
+constexpr size_t kCompressedStartLength = 12;
+// Chunk: number (2), tag, data.
+constexpr size_t kChunkHeader = 3;
 
 constexpr uint8_t kLegacyMaxChunk = 253;
-
-// Resumed or not, chunk size, percent still to come.
-void addStartAnswer(const FirmwareSlot& slot, bool resumed, AnswerBuffer* answer) {
-    answer->add8(resumed ? 1 : 0);
-    answer->add8(slot.transfer().request().chunkSize);
-    answer->add8(static_cast<uint8_t>(100 - slot.transfer().percent()));
-}
-
-Result addMissing(const FirmwareSlot& slot, AnswerBuffer* answer) {
-    if (!slot.transfer().isOpen()) return kRefused;
-    answer->add16(static_cast<uint16_t>(slot.transfer().firstMissing()));
-    answer->add16(static_cast<uint16_t>(slot.transfer().missingRun()));
-    return kOk;
-}
-
-void addStatus(const FirmwareSlot& slot, AnswerBuffer* answer, int64_t nowNs) {
-    const FirmwareSlot::Progress progress = slot.progress(nowNs);
-    answer->add8(static_cast<uint8_t>(progress.state));
-    answer->add8(progress.percent);
-}
 
 }  // namespace
 
@@ -57,27 +35,69 @@ void FirmwareUpdater::reboot(FirmwareEffect* effect, int64_t nowNs) {
     *effect = FirmwareEffect::kReboot;
 }
 
-Result FirmwareUpdater::startTarget(Bytes request, AnswerBuffer* answer, int64_t nowNs) {
+Result FirmwareUpdater::start(FirmwareSlot* slot, Bytes request, AnswerBuffer* answer,
+                              int64_t nowNs) {
     if (request.size() < kStartLength) return kInvalidArgument;
-    const uint8_t flags = request[6];
-    const bool compressed = (flags & firmware::kFlagCompressed) != 0;
-    if (request.size() != (compressed ? kCompressedStartLength : kStartLength)) {
+    const bool isLegacy = slot == &legacy;
+    const uint8_t flags = request[5];
+    const bool compressed = !isLegacy && (flags & firmware::kFlagCompressed) != 0;
+    if (!isLegacy && request.size() != (compressed ? kCompressedStartLength : kStartLength)) {
         return kInvalidArgument;
     }
     TransferRequest opened;
-    opened.imageSize = readLe32(request, 1);
-    opened.chunkSize = request[5];
-    opened.major = request[7];
-    opened.minor = request[8];
-    opened.compressedSize = compressed ? readLe32(request, 9) : 0;
+    opened.imageSize = readLe32(request, 0);
+    opened.chunkSize = request[4];
+    opened.major = request[6];
+    opened.minor = request[7];
+    if (compressed) opened.compressedSize = readLe32(request, kStartLength);
     if (compressed && opened.compressedSize == 0) return kInvalidArgument;
-    FirmwareSlot& slot = targets[request[0]];
     bool resumed = false;
-    const Result result = slot.start(opened, (flags & firmware::kFlagFresh) != 0, nowNs, &resumed);
+    const Result result = slot->start(opened, (flags & firmware::kFlagFresh) != 0, nowNs, &resumed);
     if (result != kOk) return result;
-    answer->add8(request[0]);
-    addStartAnswer(slot, resumed, answer);
+    if (isLegacy) mNewLegacyName.assign(request.begin() + kStartLength, request.end());
+    answer->add8(resumed ? 1 : 0);
+    answer->add8(opened.chunkSize);
+    answer->add8(static_cast<uint8_t>(100 - slot->transfer().percent()));
     return kOk;
+}
+
+Result FirmwareUpdater::takeChunk(FirmwareSlot* slot, Bytes request, AnswerBuffer* answer,
+                                  FirmwareEffect* effect, bool* expected, int64_t nowNs) {
+    if (request.size() < kChunkHeader) return kInvalidArgument;
+    const Result result =
+        slot->takeChunk(readLe16(request, 0), request.subspan(kChunkHeader), nowNs, expected);
+    if (result != kOk) return result;
+    if (*expected) countChunk(effect);
+    answer->add16(static_cast<uint16_t>(slot->transfer().firstMissing()));
+    return kOk;
+}
+
+Result FirmwareUpdater::answerSlot(FirmwareSlot* slot, int32_t type, Bytes request,
+                                   AnswerBuffer* answer, int64_t nowNs) {
+    switch (type) {
+        case firmware::kInformation:
+            answer->add32(slot->maxSize);
+            answer->add8(slot->maxChunk);
+            return kOk;
+        case firmware::kStart:
+            return start(slot, request, answer, nowNs);
+        case firmware::kMissing:
+            if (!slot->transfer().isOpen()) return kRefused;
+            answer->add16(static_cast<uint16_t>(slot->transfer().firstMissing()));
+            answer->add16(static_cast<uint16_t>(slot->transfer().missingRun()));
+            return kOk;
+        case firmware::kExecute:
+            answer->add8(static_cast<uint8_t>(slot->execute(nowNs)));
+            return kOk;
+        case firmware::kStatus: {
+            const FirmwareSlot::Progress progress = slot->progress(nowNs);
+            answer->add8(static_cast<uint8_t>(progress.state));
+            answer->add8(progress.percent);
+            return kOk;
+        }
+        default:
+            return kUnsupported;
+    }
 }
 
 Result FirmwareUpdater::answerTargeted(int32_t type, Bytes request, int8_t boostTemperature,
@@ -89,96 +109,44 @@ Result FirmwareUpdater::answerTargeted(int32_t type, Bytes request, int8_t boost
     }
     if (request.empty() || request[0] >= kTargets) return kInvalidArgument;
     const uint8_t target = request[0];
-    FirmwareSlot& slot = targets[target];
-    switch (type) {
-        case firmware::kInformation:
-            answer->add8(target);
-            answer->add32(slot.maxSize);
-            answer->add8(slot.maxChunk);
-            answer->add8(slot.version.major);
-            answer->add8(slot.version.minor);
-            return kOk;
-        case firmware::kStart:
-            return startTarget(request, answer, nowNs);
-        case firmware::kChunk: {
-            if (request.size() < kChunkHeader) return kInvalidArgument;
-            bool expected = false;
-            const Result result = slot.takeChunk(readLe16(request, 1),
-                                                 request.subspan(kChunkHeader), nowNs, &expected);
-            if (result != kOk) return result;
-            if (expected) countChunk(effect);
-            answer->add8(expected ? target : target | firmware::kUnexpectedChunk);
-            answer->add16(static_cast<uint16_t>(slot.transfer().firstMissing()));
-            answer->add8(static_cast<uint8_t>(boostTemperature));
-            answer->add8(static_cast<uint8_t>(puckTemperature));
-            return kOk;
+    FirmwareSlot* const slot = &targets[target];
+    answer->add8(target);
+    request = request.subspan(1);
+    if (type != firmware::kChunk) {
+        const Result result = answerSlot(slot, type, request, answer, nowNs);
+        if (type == firmware::kInformation) {
+            answer->add8(slot->version.major);
+            answer->add8(slot->version.minor);
         }
-        case firmware::kMissing:
-            answer->add8(target);
-            return addMissing(slot, answer);
-        case firmware::kExecute:
-            answer->add8(target);
-            answer->add8(static_cast<uint8_t>(slot.execute(nowNs)));
-            return kOk;
-        case firmware::kStatus:
-            answer->add8(target);
-            addStatus(slot, answer, nowNs);
-            return kOk;
-        default:
-            return kUnsupported;
+        return result;
     }
-}
-
-Result FirmwareUpdater::startLegacy(Bytes request, AnswerBuffer* answer, int64_t nowNs) {
-    if (request.size() < kLegacyStartLength) return kInvalidArgument;
-    TransferRequest opened;
-    opened.imageSize = readLe32(request, 0);
-    opened.chunkSize = request[4];
-    opened.major = request[6];
-    opened.minor = request[7];
-    bool resumed = false;
-    const bool fresh = (request[5] & firmware::kFlagFresh) != 0;
-    const Result result = legacy.start(opened, fresh, nowNs, &resumed);
-    if (result != kOk) return result;
-    mNewLegacyName.assign(request.begin() + kLegacyStartLength, request.end());
-    addStartAnswer(legacy, resumed, answer);
-    return kOk;
+    bool expected = false;
+    AnswerBuffer missing;
+    const Result result = takeChunk(slot, request, &missing, effect, &expected, nowNs);
+    answer->clear();
+    answer->add8(expected ? target : target | firmware::kUnexpectedChunk);
+    answer->add(missing.bytes());
+    answer->add8(static_cast<uint8_t>(boostTemperature));
+    answer->add8(static_cast<uint8_t>(puckTemperature));
+    return result;
 }
 
 Result FirmwareUpdater::answerLegacy(int32_t type, Bytes request, AnswerBuffer* answer,
                                      FirmwareEffect* effect, int64_t nowNs) {
     switch (type) {
-        case firmware::kInformation:
-            answer->add8(0);
-            answer->add32(legacy.maxSize);
-            answer->add8(legacy.maxChunk);
-            return kOk;
-        case firmware::kStart:
-            return startLegacy(request, answer, nowNs);
-        case firmware::kChunk: {
-            if (request.size() < kLegacyChunkHeader) return kInvalidArgument;
-            bool expected = false;
-            const Result result = legacy.takeChunk(
-                readLe16(request, 0), request.subspan(kLegacyChunkHeader), nowNs, &expected);
-            if (result != kOk) return result;
-            if (!expected) return kInvalidArgument;
-            countChunk(effect);
-            answer->add16(static_cast<uint16_t>(legacy.transfer().firstMissing()));
-            return kOk;
-        }
-        case firmware::kMissing:
-            return addMissing(legacy, answer);
-        case firmware::kExecute:
-            answer->add8(static_cast<uint8_t>(legacy.execute(nowNs)));
-            return kOk;
-        case firmware::kStatus:
-            addStatus(legacy, answer, nowNs);
-            return kOk;
         case firmware::kReboot:
             reboot(effect, nowNs);
             return kOk;
+        case firmware::kInformation:
+            answer->add8(0);
+            return answerSlot(&legacy, type, request, answer, nowNs);
+        case firmware::kChunk: {
+            bool expected = false;
+            const Result result = takeChunk(&legacy, request, answer, effect, &expected, nowNs);
+            return result == kOk && !expected ? kInvalidArgument : result;
+        }
         default:
-            return kUnsupported;
+            return answerSlot(&legacy, type, request, answer, nowNs);
     }
 }
 

@@ -36,8 +36,12 @@ class FirmwareUpdater {
                         int64_t nowNs);
 
   private:
-    Result startTarget(Bytes request, AnswerBuffer* answer, int64_t nowNs);
-    Result startLegacy(Bytes request, AnswerBuffer* answer, int64_t nowNs);
+    // What both sets have: the request and the answer behind the target.
+    Result answerSlot(FirmwareSlot* slot, int32_t type, Bytes request, AnswerBuffer* answer,
+                      int64_t nowNs);
+    Result start(FirmwareSlot* slot, Bytes request, AnswerBuffer* answer, int64_t nowNs);
+    Result takeChunk(FirmwareSlot* slot, Bytes request, AnswerBuffer* answer,
+                     FirmwareEffect* effect, bool* expected, int64_t nowNs);
     void countChunk(FirmwareEffect* effect);
     void reboot(FirmwareEffect* effect, int64_t nowNs);
 

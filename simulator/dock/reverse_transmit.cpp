@@ -7,17 +7,6 @@
 #include <iterator>
 
 namespace virtual_dock {
-const char* rtxModeName(ReverseTransmit::Mode mode) {
-    switch (mode) {
-        case ReverseTransmit::Mode::kActive:
-            return "active";
-        case ReverseTransmit::Mode::kAvailable:
-            return "available";
-        case ReverseTransmit::Mode::kOff:
-            break;
-    }
-    return "off";
-}
 
 Result ReverseTransmit::switchTo(Mode wanted, Event* event) {
     if (mode == Mode::kOff) return kRefused;
@@ -63,7 +52,7 @@ Result ReverseTransmit::answer(int32_t request, AnswerBuffer* answer, Event* eve
     };
     switch (request) {
         case rtx::kMode:
-            addText(rtxModeName(mode), answer);
+            addText(kRtxModeNames[static_cast<size_t>(mode)], answer);
             return kOk;
         case rtx::kSwitchOn:
             return switchTo(Mode::kActive, event);

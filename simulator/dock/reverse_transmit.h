@@ -47,6 +47,7 @@ class ReverseTransmit {
     void addText(std::string_view text, AnswerBuffer* answer) const;
 };
 
-const char* rtxModeName(ReverseTransmit::Mode mode);
+// The names of ReverseTransmit::Mode.
+constexpr const char* kRtxModeNames[] = {"off", "available", "active"};
 
 }  // namespace virtual_dock

@@ -27,14 +27,8 @@ class SettingList {
 
     // A 32-bit value that the protocol reads as signed or unsigned; negative numbers are taken.
     void word32(std::string key, Event event, uint32_t* target) {
-        number(std::move(key), event, target);
-        mSettings.back().values = "-2147483648..4294967295";
-        mSettings.back().set = [target](const std::string& word) {
-            const auto value = parseNumber(word, std::numeric_limits<int32_t>::min(),
-                                           std::numeric_limits<uint32_t>::max());
-            if (value) *target = static_cast<uint32_t>(*value);
-            return value.has_value();
-        };
+        number(std::move(key), event, target, std::numeric_limits<int32_t>::min(),
+               std::numeric_limits<uint32_t>::max());
     }
 
     void boolean(std::string key, Event event, bool* target) {
@@ -126,7 +120,8 @@ void addFans(Fans* fans, int64_t nowNs, SettingList* list) {
 
 void addRtx(ReverseTransmit* rtx, SettingList* list) {
     list->boolean("rtx.supported", Event::kRtx, &rtx->supported);
-    list->choice("rtx.mode", Event::kRtx, &rtx->mode, {"off", "available", "active"});
+    list->choice("rtx.mode", Event::kRtx, &rtx->mode,
+                 {std::begin(kRtxModeNames), std::end(kRtxModeNames)});
     list->boolean("rtx.connected", Event::kRtx, &rtx->connected);
     list->number("rtx.reading-a", Event::kRtx, &rtx->readingA);
     list->number("rtx.reading-b", Event::kRtx, &rtx->readingB);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "uevent.h"
 
+#include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <linux/if.h>
 #include <linux/if_tun.h>
@@ -19,27 +20,14 @@
 namespace virtual_dock {
 namespace {
 
+using android::base::unique_fd;
+
 constexpr const char* kSocketVariable = "ANDROID_HOST_UEVENT_SOCKET";
 constexpr const char* kDriverLine = "DRIVER=p9221";
 constexpr const char* kOffLine = "SOURCE=WLC_OFF";
 constexpr const char* kMemUevent = "/sys/class/mem/null/uevent";
 constexpr const char* kAnyUuid = "6d6f636b-646f-636b-0000-000000000001";
 constexpr int kSendTimeoutMs = 1000;
-
-class Descriptor {
-  public:
-    explicit Descriptor(int fd) : mFd(fd) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (mFd >= 0) close(mFd);
-    }
-    int get() const { return mFd; }
-    bool valid() const { return mFd >= 0; }
-
-  private:
-    int mFd;
-};
 
 UeventOutcome notSent(const std::string& what, int error) {
     return {false, what + ": " + std::strerror(error)};
@@ -68,8 +56,8 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
     message += "SEQNUM=" + std::to_string(++sequence);
     message += '\0';
 
-    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket.valid()) return notSent("cannot make a socket", errno);
+    const unique_fd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (socket < 0) return notSent("cannot make a socket", errno);
     if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         return notSent("nobody listens at " + path + "; restart the service with $" +
                            kSocketVariable + " naming a path in a folder that exists",
@@ -89,12 +77,12 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
 }
 
 UeventOutcome writeUevent(const std::string& path, const std::string& text) {
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!file.valid() && (errno == EACCES || errno == EPERM || errno == EROFS)) {
+    const unique_fd file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (file < 0 && (errno == EACCES || errno == EPERM || errno == EROFS)) {
         return {false, std::string("sending uevents requires root; start the service with $") +
                            kSocketVariable + " naming a socket path instead"};
     }
-    if (!file.valid()) return notSent("cannot open " + path, errno);
+    if (file < 0) return notSent("cannot open " + path, errno);
     if (write(file.get(), text.data(), text.size()) < 0) {
         return notSent("the kernel does not take '" + text + "'", errno);
     }
@@ -102,8 +90,8 @@ UeventOutcome writeUevent(const std::string& path, const std::string& text) {
 }
 
 UeventOutcome sendAsInterface(const std::string& name, const std::string& text) {
-    const Descriptor tun(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
-    if (!tun.valid()) {
+    const unique_fd tun(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
+    if (tun < 0) {
         return notSent("sending " + name + " requires root and /dev/net/tun", errno);
     }
     ifreq request{};

@@ -7,27 +7,32 @@
 #include <openssl/hmac.h>
 #include <openssl/sha.h>
 
-#include <memory>
-
+#include "dock/words.h"
 #include "dock_fixture.h"
 
 namespace virtual_dock::testing {
 namespace {
 
-using KeyPointer = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+// A client's pair of X25519 keys.
+const ByteVector kPrivateKey(32, 0x11);
+const ByteVector kPublicKey =
+    parseHex("7b4e909bbe7ffe44c465a220037d608ee35897d31ef972f07f74892cb0f73f13").value();
 
-// The secret that a client gets from its key and the dock's.
-ByteVector derive(EVP_PKEY* own, Bytes dockKey) {
-    const KeyPointer peer(
-        EVP_PKEY_new_raw_public_key(EVP_PKEY_X25519, nullptr, dockKey.data(), dockKey.size()),
-        EVP_PKEY_free);
-    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> context(
-        EVP_PKEY_CTX_new(own, nullptr), EVP_PKEY_CTX_free);
+// The secret that the client gets with the dock's key.
+ByteVector derive(Bytes dockKey) {
+    EVP_PKEY* const own = EVP_PKEY_new_raw_private_key(EVP_PKEY_X25519, nullptr, kPrivateKey.data(),
+                                                       kPrivateKey.size());
+    EVP_PKEY* const peer =
+        EVP_PKEY_new_raw_public_key(EVP_PKEY_X25519, nullptr, dockKey.data(), dockKey.size());
+    EVP_PKEY_CTX* const context = EVP_PKEY_CTX_new(own, nullptr);
     ByteVector secret(32);
     size_t length = secret.size();
-    EVP_PKEY_derive_init(context.get());
-    EVP_PKEY_derive_set_peer(context.get(), peer.get());
-    EXPECT_EQ(EVP_PKEY_derive(context.get(), secret.data(), &length), 1);
+    EVP_PKEY_derive_init(context);
+    EVP_PKEY_derive_set_peer(context, peer);
+    EXPECT_EQ(EVP_PKEY_derive(context, secret.data(), &length), 1);
+    EVP_PKEY_CTX_free(context);
+    EVP_PKEY_free(peer);
+    EVP_PKEY_free(own);
     return secret;
 }
 
@@ -45,19 +50,15 @@ TEST(SecretExchangeTest, ClientCanCheckChallengeBeforeAndAfterKeyExchange) {
     };
     expectAnswer(SecretExchange::kPairingKey);
 
-    const KeyPointer own(EVP_PKEY_Q_keygen(nullptr, nullptr, "X25519"), EVP_PKEY_free);
-    ByteVector ownKey(32);
-    size_t length = ownKey.size();
-    EVP_PKEY_get_raw_public_key(own.get(), ownKey.data(), &length);
     AnswerBuffer exchanged;
-    ASSERT_EQ(dock.answerKeyExchange(ownKey, &exchanged), kOk);
+    ASSERT_EQ(dock.answerKeyExchange(kPublicKey, &exchanged), kOk);
     ASSERT_EQ(exchanged.size(), 33u);
     EXPECT_EQ(exchanged.bytes()[0], SecretExchange::kHeader);
     const Bytes dockKey = exchanged.bytes().subspan(1);
     const std::string label = "virtual dock session";
     ByteVector session(label.begin(), label.end());
-    const ByteVector secret = derive(own.get(), dockKey);
-    for (const Bytes part : {Bytes(secret), Bytes(ownKey), dockKey}) {
+    const ByteVector secret = derive(dockKey);
+    for (const Bytes part : {Bytes(secret), Bytes(kPublicKey), dockKey}) {
         session.insert(session.end(), part.begin(), part.end());
     }
     uint8_t key[32];
@@ -67,16 +68,12 @@ TEST(SecretExchangeTest, ClientCanCheckChallengeBeforeAndAfterKeyExchange) {
 
 TEST(SecretExchangeTest, WrongSizesAndWorthlessKeysAreRefused) {
     VirtualDock dock;
-    const auto times = [](size_t count, const char* byte) {
-        std::string hex;
-        for (size_t i = 0; i < count; ++i) hex += byte;
-        return hex;
-    };
-    expectSteps(&dock, {{"bidi 16 " + times(31, "09"), "result 3"},
-                        {"bidi 16 " + times(33, "09"), "result 3"},
-                        {"bidi 16 " + times(32, "00"), "result 9"},
-                        {"bidi 18 " + times(9, "08"), "result 3"},
-                        {"bidi 18 " + times(10, "07"), "result 3"}});
+    const auto times = [](int count, char digit) { return std::string(2 * count, digit); };
+    expectSteps(&dock, {{"bidi 16 " + times(31, '9'), "result 3"},
+                        {"bidi 16 " + times(33, '9'), "result 3"},
+                        {"bidi 16 " + times(32, '0'), "result 9"},
+                        {"bidi 18 050801020304050607", "result 3"},
+                        {"bidi 18 05070102030405060708", "result 3"}});
 }
 
 }  // namespace

@@ -123,15 +123,12 @@ TEST(DockInformationTest, LyingLengthsAreMalformed) {
 }
 
 TEST(DockInformationTest, LongestPacketFitsAndOneByteMoreDoesNot) {
-    DockInformation information;
-    information.texts[1] = information.texts[2] = information.versionName = "";
-    information.texts[0] = std::string(DockInformation::kMaxPacket - 13, 'x');
-    AnswerBuffer packet;
-    information.encode(&packet);
-    EXPECT_EQ(packet.size(), DockInformation::kMaxPacket);
-    EXPECT_TRUE(information.fits());
-    information.texts[0] += 'x';
-    EXPECT_FALSE(information.fits());
+    VirtualDock dock;
+    const std::string longest(243, 'x');
+    expectSteps(&dock, {{"set info.text1= info.text2= info.version-name=", ""},
+                        {"set info.text0 " + longest + "x", "is not a value of info.text0"},
+                        {"set info.text0 " + longest, ""}});
+    EXPECT_EQ(perform(&dock, "bidi 0").size(), 2 * DockInformation::kMaxPacket);
 }
 
 TEST(ReverseTransmitTest, TextsAreLeftInEveryStyle) {
