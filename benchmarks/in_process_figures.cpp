@@ -53,7 +53,7 @@ class LogFrom {
 };
 
 template <typename Method>
-void call(const char* name, Method method) {
+void call(const char* name, Method&& method) {
     if (!method().isOk()) throw Trouble(std::string(name) + " fails");
 }
 

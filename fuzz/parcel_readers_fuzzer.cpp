@@ -9,7 +9,7 @@
 #include <stdint.h>
 #include <stdlib.h>
 
-#include <iterator>
+#include <array>
 #include <span>
 #include <tuple>
 #include <type_traits>
@@ -37,30 +37,17 @@ void readRecord(Input bytes) {
     if (again.readFromParcel(copy.get()) != STATUS_OK || !(again == record)) abort();
 }
 
-constexpr void (*kRecordReaders[])(Input) = {
-    readRecord<AlignInfo>,
-    readRecord<ChunkResponse>,
-    readRecord<DockInfo>,
-    readRecord<DockPresent>,
-    readRecord<FanInfo>,
-    readRecord<FirmwareVersion>,
-    readRecord<FwMissingChunk>,
-    readRecord<FwUpdateInfo>,
-    readRecord<FwUpdateStartResponse>,
-    readRecord<FwUpdateStatus>,
-    readRecord<KeyExchangeResponse>,
-    readRecord<MissingChunk>,
-    readRecord<PhoneInfo>,
-    readRecord<PowerInfo>,
-    readRecord<RtxStatusInfo>,
-    readRecord<SkinTemp>,
-    readRecord<UpdateInfo>,
-    readRecord<UpdateStartResponse>,
-    readRecord<UpdateStatus>,
-    readRecord<WlcInfo>,
-    readRecord<WpcAuthChallengeResponse>,
-    readRecord<WpcAuthDigests>,
-};
+using Reader = void (*)(Input);
+
+template <typename... Records>
+constexpr std::array<Reader, sizeof...(Records)> kReadersOf = {readRecord<Records>...};
+
+constexpr auto kRecordReaders =
+    kReadersOf<AlignInfo, ChunkResponse, DockInfo, DockPresent, FanInfo, FirmwareVersion,
+               FwMissingChunk, FwUpdateInfo, FwUpdateStartResponse, FwUpdateStatus,
+               KeyExchangeResponse, MissingChunk, PhoneInfo, PowerInfo, RtxStatusInfo, SkinTemp,
+               UpdateInfo, UpdateStartResponse, UpdateStatus, WlcInfo, WpcAuthChallengeResponse,
+               WpcAuthDigests>;
 
 // Answers every call with the current input.
 Input gReply;
@@ -87,6 +74,7 @@ T passed(Value& value) {
     }
 }
 
+// Calls the method with zeros and empty lists; what counts is the reply.
 template <typename... Args>
 void callWithNothing(ndk::ScopedAStatus (IWirelessCharger::*method)(Args...)) {
     std::tuple<std::remove_pointer_t<std::remove_cvref_t<Args>>...> values{};
@@ -94,45 +82,26 @@ void callWithNothing(ndk::ScopedAStatus (IWirelessCharger::*method)(Args...)) {
                values);
 }
 
-// Calls the method with zeros and empty lists; what counts is the reply.
 template <auto method>
-void readReply() {
+void readReply(Input bytes) {
+    gReply = bytes;
     callWithNothing(method);
 }
 
+template <auto... methods>
+constexpr std::array<Reader, sizeof...(methods)> kReadersOfReplies = {readReply<methods>...};
+
 using I = IWirelessCharger;
 // Every method whose reply has a type of its own.
-constexpr void (*kReplyReaders[])() = {
-    readReply<&I::challenge>,
-    readReply<&I::getAlignInfo>,
-    readReply<&I::getFanInfo>,
-    readReply<&I::getFanLevel>,
-    readReply<&I::getFeatures>,
-    readReply<&I::getInformation>,
-    readReply<&I::getRtxInformation>,
-    readReply<&I::getWpcAuthCertificate>,
-    readReply<&I::getWpcAuthChallengeResponse>,
-    readReply<&I::getWpcAuthDigests>,
-    readReply<&I::isDockPresent>,
-    readReply<&I::isRtxModeOn>,
-    readReply<&I::keyExchange>,
-    readReply<&I::reboot>,
-    readReply<&I::getFirstMissingChunk>,
-    readReply<&I::sendChunk>,
-    readReply<&I::getUpdateExecutionStatus>,
-    readReply<&I::getUpdateInformation>,
-    readReply<&I::executeUpdate>,
-    readReply<&I::updateStart>,
-    readReply<&I::getFirstFwMissingChunk>,
-    readReply<&I::getFwUpdateExecutionStatus>,
-    readReply<&I::getFwUpdateInformation>,
-    readReply<&I::fwUpdateStart>,
-    readReply<&I::sendCompressFwChunk>,
-    readReply<&I::getSkinTemperature>,
-    readReply<&I::getPhoneInformation>,
-    readReply<&I::getPowerInformation>,
-    readReply<&I::getInterfaceHash>,
-};
+constexpr auto kReplyReaders = kReadersOfReplies<
+    &I::challenge, &I::getAlignInfo, &I::getFanInfo, &I::getFanLevel, &I::getFeatures,
+    &I::getInformation, &I::getRtxInformation, &I::getWpcAuthCertificate,
+    &I::getWpcAuthChallengeResponse, &I::getWpcAuthDigests, &I::isDockPresent, &I::isRtxModeOn,
+    &I::keyExchange, &I::reboot, &I::getFirstMissingChunk, &I::sendChunk,
+    &I::getUpdateExecutionStatus, &I::getUpdateInformation, &I::executeUpdate, &I::updateStart,
+    &I::getFirstFwMissingChunk, &I::getFwUpdateExecutionStatus, &I::getFwUpdateInformation,
+    &I::fwUpdateStart, &I::sendCompressFwChunk, &I::getSkinTemperature, &I::getPhoneInformation,
+    &I::getPowerInformation, &I::getInterfaceHash>;
 
 }  // namespace
 }  // namespace aidl::vendor::zorvak::wireless_charger
@@ -142,11 +111,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2) return 0;
     const uint8_t choice = data[1];
     const Input bytes(data + 2, size - 2);
-    if (data[0] % 2 == 0) {
-        kRecordReaders[choice % std::size(kRecordReaders)](bytes);
-    } else {
-        gReply = bytes;
-        kReplyReaders[choice % std::size(kReplyReaders)]();
-    }
+    const std::span<const Reader> readers =
+        data[0] % 2 == 0 ? std::span<const Reader>(kRecordReaders) : kReplyReaders;
+    readers[choice % readers.size()](bytes);
     return 0;
 }
