@@ -13,8 +13,7 @@ namespace {
 
 // The priority of each severity, in their order.
 constexpr int kPriorities[] = {ANDROID_LOG_VERBOSE, ANDROID_LOG_DEBUG, ANDROID_LOG_INFO,
-                               ANDROID_LOG_WARN,    ANDROID_LOG_ERROR, ANDROID_LOG_FATAL,
-                               ANDROID_LOG_FATAL};
+                               ANDROID_LOG_WARN,    ANDROID_LOG_ERROR, ANDROID_LOG_FATAL};
 
 LogSeverity severityOf(int priority) {
     for (int severity = VERBOSE; severity <= ERROR; ++severity) {
@@ -57,29 +56,27 @@ void InitLogging(char* argv[], LogFunction&& logger, AbortFunction&& aborter) {
     if (argv != nullptr && argv[0] != nullptr) __android_log_set_default_tag(fileName(argv[0]));
 }
 
-bool ShouldLog(LogSeverity severity, const char* tag) {
-    return __android_log_is_loggable(kPriorities[severity], tag, ANDROID_LOG_INFO) != 0;
+bool ShouldLog(LogSeverity severity) {
+    return __android_log_is_loggable(kPriorities[severity], nullptr, ANDROID_LOG_INFO) != 0;
 }
 
 struct LogMessage::Data {
     const char* file;
     unsigned int line;
     LogSeverity severity;
-    const char* tag;
     int error;
     int savedErrno;
     std::ostringstream text;
 };
 
-LogMessage::LogMessage(const char* file, unsigned int line, LogSeverity severity, const char* tag,
-                       int error)
-    : mData(new Data{fileName(file), line, severity, tag, error, errno, {}}) {}
+LogMessage::LogMessage(const char* file, unsigned int line, LogSeverity severity, int error)
+    : mData(new Data{fileName(file), line, severity, error, errno, {}}) {}
 
 LogMessage::~LogMessage() {
     if (mData->error != -1) mData->text << ": " << strerror(mData->error);
     const std::string text = mData->text.str();
     __android_log_message entry = {sizeof(entry), LOG_ID_DEFAULT, kPriorities[mData->severity],
-                                   mData->tag,    mData->file,    mData->line,
+                                   nullptr,       mData->file,    mData->line,
                                    text.c_str()};
     __android_log_write_log_message(&entry);
     if (mData->severity == FATAL) {

@@ -16,8 +16,8 @@
 //     PLOG(WARNING) << "cannot open " << path;      // adds ": " and the text of errno
 //     CHECK_EQ(status, EX_NONE) << "while registering";
 //
-// A statement below its threshold evaluates nothing after the first parenthesis. The tag is LOG_TAG
-// where that is defined before this header, else the default tag. errno stays as it was.
+// A statement below its threshold evaluates nothing after the first parenthesis. Severities are
+// given by their bare names; entries carry the default tag. errno stays as it was.
 //
 // FATAL logs "file:line] text", the file without its folders, calls the aborter, and ends the
 // process even if that returns. The text of a failed check is "Check failed: a == b (a=1, b=2) "
@@ -33,7 +33,6 @@ enum LogSeverity {
     INFO,
     WARNING,
     ERROR,
-    FATAL_WITHOUT_ABORT,
     FATAL,
 };
 
@@ -41,8 +40,6 @@ enum LogId {
     DEFAULT,
     MAIN,
     SYSTEM,
-    RADIO,
-    CRASH,
 };
 
 // `file` is null when unknown. The strings are valid during the call only. May be called from
@@ -69,15 +66,15 @@ void DefaultAborter(const char* abort_message);
 void InitLogging(char* argv[], LogFunction&& logger = LogdLogger(),
                  AbortFunction&& aborter = DefaultAborter);
 
-bool ShouldLog(LogSeverity severity, const char* tag);
+// Whether an entry without a tag of its own is above its threshold.
+bool ShouldLog(LogSeverity severity);
 
 // One entry in the making, logged when destroyed. For the macros below.
 class LogMessage {
   public:
     // Of `file` the logger gets what is behind the last slash. `error` is an errno value whose text
     // is added, or -1.
-    LogMessage(const char* file, unsigned int line, LogSeverity severity, const char* tag,
-               int error);
+    LogMessage(const char* file, unsigned int line, LogSeverity severity, int error);
     ~LogMessage();
     LogMessage(const LogMessage&) = delete;
     void operator=(const LogMessage&) = delete;
@@ -103,34 +100,12 @@ EagerEvaluator<std::decay_t<L>, std::decay_t<R>> MakeEagerEvaluator(L&& lhs, R&&
 
 }  // namespace android::base
 
-#ifdef LOG_TAG
-#define _LOG_TAG_INTERNAL LOG_TAG
-#else
-#define _LOG_TAG_INTERNAL nullptr
-#endif
+#define WOULD_LOG(severity)                                                            \
+    (__builtin_expect(::android::base::ShouldLog(::android::base::severity), false) || \
+     ::android::base::severity == ::android::base::FATAL)
 
-// Makes the bare names of severities known, and takes any other expression of their type too.
-#define SEVERITY_LAMBDA(severity)                   \
-    ([&]() -> ::android::base::LogSeverity {        \
-        using ::android::base::VERBOSE;             \
-        using ::android::base::DEBUG;               \
-        using ::android::base::INFO;                \
-        using ::android::base::WARNING;             \
-        using ::android::base::ERROR;               \
-        using ::android::base::FATAL_WITHOUT_ABORT; \
-        using ::android::base::FATAL;               \
-        return (severity);                          \
-    }())
-
-#define WOULD_LOG(severity)                                                                     \
-    (__builtin_expect(::android::base::ShouldLog(SEVERITY_LAMBDA(severity), _LOG_TAG_INTERNAL), \
-                      false) ||                                                                 \
-     SEVERITY_LAMBDA(severity) == ::android::base::FATAL)
-
-#define LOG_STREAM_WITH_ERROR(severity, error)                                                    \
-    ::android::base::LogMessage(__FILE__, __LINE__, SEVERITY_LAMBDA(severity), _LOG_TAG_INTERNAL, \
-                                error)                                                            \
-        .stream()
+#define LOG_STREAM_WITH_ERROR(severity, error) \
+    ::android::base::LogMessage(__FILE__, __LINE__, ::android::base::severity, error).stream()
 #define LOG_STREAM(severity) LOG_STREAM_WITH_ERROR(severity, -1)
 
 #define LOG(severity) WOULD_LOG(severity) && LOG_STREAM(severity)
