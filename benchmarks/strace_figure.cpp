@@ -65,7 +65,7 @@ int runUnderStrace(int count, const char* socketPath) {
         for (int i = 0; i < count; ++i) raw.call();
     } else {
         const Proxy proxy = charger::IWirelessCharger::fromBinder(
-            ndk::SpAIBinder(host::binder::connectService(socketPath)));
+            ndk::SpAIBinder(android::host::connectService(socketPath)));
         charger::FanInfo info;
         for (int i = 0; i < count; ++i) {
             if (!proxy->getFanInfo(0, &info).isOk()) throw Trouble("getFanInfo fails");
