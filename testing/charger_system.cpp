@@ -31,8 +31,9 @@ using android::base::unique_fd;
 constexpr size_t kMemoryMarginKiB = kSanitized ? 64 * 1024 : 4 * 1024;
 
 std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return std::move(text).str();
 }
 
 size_t entriesOf(const std::string& folder) {
