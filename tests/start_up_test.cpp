@@ -42,6 +42,7 @@ TEST_F(StartUpTest, FailingLibraryEndsItWithStatus2BeforeAnythingIsThere) {
          {std::pair{"VIRTUAL_DOCK_FAIL_INIT=chargelink", "error initializing WirelessCharger"},
           {"VIRTUAL_DOCK_FAIL_INIT=reverselink", "error initializing RtxWirelessCharger"}}) {
         EXPECT_EQ(2, runService({"/usr/bin/env", setting}).exitStatus) << setting;
+        EXPECT_THAT(system.log(), HasSubstr("WirelessCharger AIDL HAL service is starting"));
         EXPECT_THAT(system.log(), HasSubstr(message));
         expectNothingRegistered();
     }

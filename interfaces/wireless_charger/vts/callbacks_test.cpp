@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
 #include <semaphore>
 
 #include "charger_vts.h"
@@ -41,45 +40,37 @@ struct RtxSubscriber : BnWirelessChargerRtxStatusCallback {
     std::counting_semaphore<> told{0};
 };
 
-/** A subscriber of one of the kinds; what the verbs give is an error as errorOf tells it. */
-struct Subscription {
-    const char* kind;
-    std::function<int(I&)> add, remove, addNull, removeNull;
+class Callbacks : public ChargerVts {
+  protected:
+    /** Calls test(add, remove, subscriber) for each kind; add and remove tell their error. */
+    template <typename Test>
+    void forEachKind(Test test) {
+        const auto with = [&](const auto& subscriber, auto add, auto remove) {
+            SCOPED_TRACE(subscriber->descriptor);
+            test([&](const auto& one) { return errorOf((charger.get()->*add)(one)); },
+                 [&](const auto& one) { return errorOf((charger.get()->*remove)(one)); },
+                 subscriber);
+        };
+        with(ndk::SharedRefBase::make<InfoSubscriber>(), &I::registerCallback,
+             &I::unregisterCallback);
+        with(ndk::SharedRefBase::make<RtxSubscriber>(), &I::registerRtxCallback,
+             &I::unregisterRtxCallback);
+        with(ndk::SharedRefBase::make<FanSubscriber>(), &I::registerFanLevelChangedCallback,
+             &I::unregisterFanLevelChangedCallback);
+    }
 };
 
-template <typename Subscriber, typename Callback>
-Subscription subscription(const char* kind,
-                          ScopedAStatus (I::*add)(const std::shared_ptr<Callback>&),
-                          ScopedAStatus (I::*remove)(const std::shared_ptr<Callback>&)) {
-    const auto subscriber = ndk::SharedRefBase::make<Subscriber>();
-    return {kind, [=](I& charger) { return errorOf((charger.*add)(subscriber)); },
-            [=](I& charger) { return errorOf((charger.*remove)(subscriber)); },
-            [=](I& charger) { return errorOf((charger.*add)(nullptr)); },
-            [=](I& charger) { return errorOf((charger.*remove)(nullptr)); }};
-}
-
-std::vector<Subscription> oneOfEachKind() {
-    return {subscription<InfoSubscriber>("alignment", &I::registerCallback, &I::unregisterCallback),
-            subscription<RtxSubscriber>("reverse transmit", &I::registerRtxCallback,
-                                        &I::unregisterRtxCallback),
-            subscription<FanSubscriber>("fan level", &I::registerFanLevelChangedCallback,
-                                        &I::unregisterFanLevelChangedCallback)};
-}
-
-class Callbacks : public ChargerVts {};
-
 TEST_P(Callbacks, EachIsRegisteredOnceAndNullNever) {
-    for (const Subscription& one : oneOfEachKind()) {
-        SCOPED_TRACE(one.kind);
-        EXPECT_EQ(one.addNull(*charger), kInvalidArgument);
-        EXPECT_EQ(one.removeNull(*charger), kInvalidArgument);
-        EXPECT_EQ(one.remove(*charger), 0);
+    forEachKind([](auto add, auto remove, const auto& subscriber) {
+        EXPECT_EQ(add(nullptr), kInvalidArgument);
+        EXPECT_EQ(remove(nullptr), kInvalidArgument);
+        EXPECT_EQ(remove(subscriber), 0);
         for (int round = 0; round < 2; round++) {
-            EXPECT_EQ(one.add(*charger), 0);
-            EXPECT_EQ(one.add(*charger), kAlreadyExists);
-            EXPECT_EQ(one.remove(*charger), 0);
+            EXPECT_EQ(add(subscriber), 0);
+            EXPECT_EQ(add(subscriber), kAlreadyExists);
+            EXPECT_EQ(remove(subscriber), 0);
         }
-    }
+    });
 }
 
 TEST_P(Callbacks, SwitchOfReverseTransmitIsTold) {
@@ -101,17 +92,17 @@ TEST_P(Callbacks, SwitchOfReverseTransmitIsTold) {
 
 TEST_P(Callbacks, SubscribersThatDieAreNoObstacle) {
     const auto subscribeAndDie = [&] {
-        for (const Subscription& one : oneOfEachKind()) {
-            if (one.add(*charger) != 0) _exit(1);
-        }
+        forEachKind([](auto add, auto, const auto& subscriber) {
+            if (add(subscriber) != 0) _exit(1);
+        });
         kill(getpid(), SIGKILL);
     };
     for (int i = 0; i < 3; i++) {
         EXPECT_EXIT(subscribeAndDie(), testing::KilledBySignal(SIGKILL), "");
-        for (const Subscription& one : oneOfEachKind()) {
-            EXPECT_EQ(one.add(*charger), 0) << one.kind;
-            EXPECT_EQ(one.remove(*charger), 0) << one.kind;
-        }
+        forEachKind([](auto add, auto remove, const auto& subscriber) {
+            EXPECT_EQ(add(subscriber), 0);
+            EXPECT_EQ(remove(subscriber), 0);
+        });
     }
 }
 

@@ -18,6 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint32_t result = input.ConsumeIntegralInRange<uint32_t>(0, 40) / 40;
     const auto bytes = input.ConsumeBytes<uint8_t>(input.ConsumeIntegral<uint8_t>());
     fake::protocol().answer = [&](const fake::Sent& sent) {
+        if (sent.request.size() > 256) __builtin_trap();
         // The EDS test would go on for thousands of passes; it ends at the first failure.
         if (sent.channel == fake::Sent::PROP && sent.type == kEdsTest) return fake::Answer{1};
         return fake::Answer{.result = result, .bytes = bytes};

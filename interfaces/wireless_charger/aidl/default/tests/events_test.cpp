@@ -3,7 +3,6 @@
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerFanLevelChangedCallback.h>
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerInfoCallback.h>
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerRtxStatusCallback.h>
-#include <android-base/properties.h>
 
 #include "charger_test.h"
 
@@ -171,7 +170,6 @@ class HandlerTest : public CallbackTest<Info> {
         charger->alignCallback(info);
         return info.status;
     }
-    void charging(int off) { charger->wlcCallback(off); }
 };
 
 TEST_F(HandlerTest, AlignmentIsLimitedAndToldUnlessItCannotBeRead) {
@@ -186,20 +184,12 @@ TEST_F(HandlerTest, AlignmentIsLimitedAndToldUnlessItCannotBeRead) {
 
 TEST_F(HandlerTest, ChargingOffIsReportedOnceByTheNextAlignment) {
     protocol().alignment = {.result = 7, .status = 1};
-    charging(1);
-    charging(1);
+    chargingOff();
+    chargingOff();
     EXPECT_EQ(aligned(), 1);  // not read: nobody is told, and it is still to be told
     protocol().alignment.result = 6;
     EXPECT_EQ(aligned(), 3);
     EXPECT_EQ(aligned(), 1);
-}
-
-TEST_F(HandlerTest, ChargingStatusSetsTheProperty) {
-    ::android::base::SetProperty("vendor.wlcservice.start", "0");
-    charging(1);
-    EXPECT_EQ(::android::base::GetProperty("vendor.wlcservice.start", ""), "0");
-    charging(0);
-    EXPECT_EQ(::android::base::GetProperty("vendor.wlcservice.start", ""), "1");
 }
 
 TEST_F(HandlerTest, FanLevelThatCannotBeReadIsToldToNobody) {

@@ -58,13 +58,6 @@ using fake::protocol;
 
 extern "C" {
 
-int initWlcProto() {
-    return protocol().initResult;
-}
-int initRtxProto() {
-    return protocol().initResult;
-}
-
 uint32_t getWlcInfo(int32_t selector, uint32_t* value) {
     std::lock_guard lock(protocol().lock);
     protocol().selectors.push_back(selector);

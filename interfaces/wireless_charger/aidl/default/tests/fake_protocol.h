@@ -64,7 +64,6 @@ struct Protocol {
     std::map<int64_t, int64_t> features;
     uint32_t simpleResult = 0;  // of getFeature, setFeature, setAuthStart
     std::map<int32_t, RtxText> rtx;
-    int initResult = 0;
 
     // Record.
     std::vector<Sent> sent;

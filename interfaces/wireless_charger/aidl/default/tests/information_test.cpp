@@ -3,9 +3,26 @@
 #include <atomic>
 
 #include "charger_test.h"
+#include "utf8_text.h"
 
 namespace aidl::vendor::zorvak::wireless_charger {
 namespace {
+
+using Elements = std::vector<std::pair<uint8_t, std::string>>;
+
+/** A dock's answer of these elements, in the fake's TLV coding. */
+Bytes packet(const Elements& elements) {
+    Bytes bytes;
+    for (const auto& [tag, value] : elements) {
+        bytes.push_back(tag);
+        bytes.push_back(static_cast<uint8_t>(value.size()));
+        bytes.insert(bytes.end(), value.begin(), value.end());
+    }
+    return bytes;
+}
+Bytes packetOf(const std::string& name, char flags, const std::string& version) {
+    return packet({{0, name + "0"}, {1, name + "1"}, {2, name + "2"}, {3, {flags}}, {4, version}});
+}
 
 class InformationTest : public ChargerTest {
   protected:
@@ -14,10 +31,7 @@ class InformationTest : public ChargerTest {
     PowerInfo power() { return ask(&W::getPowerInformation); }
     /** The record is filled before, so that what the method leaves alone shows. */
     DockPresent presence() {
-        DockPresent out;
-        out.docked = out.getInfoSupported = true;
-        out.dockKind = out.dockClass = 1;
-        out.id = out.ptmc = out.product = 99;
+        DockPresent out{true, 1, 1, true, 99, 99, 99};
         EXPECT_EQ(errorOf(charger->isDockPresent(&out)), 0);
         return out;
     }
@@ -35,32 +49,24 @@ class InformationTest : public ChargerTest {
 };
 
 TEST_F(InformationTest, ValuesOutsideTheDefinedSetsAreZero) {
-    const struct {
-        int32_t selector;
-        std::function<int()> get;
-        std::vector<int> kept, others;
-    } kCases[] = {
-        {0,
-         [&] { return qiSpec(); },
-         {-1, 0x1200, 0x1201, 0x1300, 0x1301, 0x2003, 0x2102, 0x2203},
-         {-2, 0, 1, 0x11FF, 0x1202, 0x2101, 0x2103, 0x7FFFFFFF}},
-        {1,
-         [&] { return dock().compatibility; },
-         {1, 2, 3, 4, 5, 6, 7, 127, -1, -2},
-         {0, 8, 126, 128, 255, 257, -3}},
-        {4,
-         [&] { return power().limitReason; },
-         {2, 3, 4, 5, 6, 7, 8, 10, 11},
-         {-1, 0, 1, 9, 12, 258}},
+    const auto expect = [&](int32_t selector, const std::function<int()>& get,
+                            const std::vector<int>& defined, const std::vector<int>& others) {
+        for (int value : defined) {
+            protocol().values[selector] = static_cast<uint32_t>(value);
+            EXPECT_EQ(get(), value);
+        }
+        for (int value : others) {
+            protocol().values[selector] = static_cast<uint32_t>(value);
+            EXPECT_EQ(get(), 0) << value;
+        }
     };
-    for (const auto& [selector, get, kept, others] : kCases) {
-        const auto with = [&, s = selector, g = get](int value) {
-            protocol().values[s] = static_cast<uint32_t>(value);
-            return g();
-        };
-        for (int value : kept) EXPECT_EQ(with(value), value);
-        for (int value : others) EXPECT_EQ(with(value), 0) << value;
-    }
+    expect(0, [&] { return qiSpec(); },
+           {-1, 0x1200, 0x1201, 0x1300, 0x1301, 0x2003, 0x2102, 0x2203},
+           {-2, 0, 1, 0x11FF, 0x1202, 0x2101, 0x2103, 0x7FFFFFFF});
+    expect(1, [&] { return dock().compatibility; }, {1, 2, 3, 4, 5, 6, 7, 127, -1, -2},
+           {0, 8, 126, 128, 255, 257, -3});
+    expect(4, [&] { return power().limitReason; }, {2, 3, 4, 5, 6, 7, 8, 10, 11},
+           {-1, 0, 1, 9, 12, 258});
 }
 
 TEST_F(InformationTest, FailedReadsShowAsDefaultsAndStopNothing) {
@@ -68,8 +74,7 @@ TEST_F(InformationTest, FailedReadsShowAsDefaultsAndStopNothing) {
     EXPECT_EQ(dock().compatibility, 0);
     EXPECT_EQ(power(), PowerInfo());
     protocol().values[3] = static_cast<uint32_t>(-5);
-    EXPECT_EQ(power().maxPower, -1);
-    EXPECT_EQ(power().negotiatedPower, -5);
+    EXPECT_EQ(power(), (PowerInfo{-1, -5, 0}));
 }
 
 TEST_F(InformationTest, OverrideReplacesTheChargerUnlessZero) {
@@ -81,7 +86,7 @@ TEST_F(InformationTest, OverrideReplacesTheChargerUnlessZero) {
     shell({"diag.limitreason", "9"});
     EXPECT_EQ(qiSpec(), 0x2003);
     EXPECT_EQ(dock().compatibility, 127);
-    EXPECT_EQ(power().toString(), "PowerInfo{maxPower: 493, negotiatedPower: -7, limitReason: 0}");
+    EXPECT_EQ(power(), (PowerInfo{493, -7, 0}));
     shell({"diag.qispec", "0x1234"});
     EXPECT_EQ(qiSpec(), 0);
     EXPECT_THAT(protocol().selectors, IsEmpty());
@@ -91,9 +96,10 @@ TEST_F(InformationTest, OverrideReplacesTheChargerUnlessZero) {
 
 TEST_F(InformationTest, PresenceTellsWhichDockItIsAndLogsEachChange) {
     const struct {
-        uint32_t identifier, ptmc;
+        uint32_t identifier;
+        int ptmc;
         bool infoSupported;
-        int kind, dockClass;
+        int8_t kind, dockClass;
         uint32_t id;
     } kCases[] = {
         {0xA5123456, 0x72, true, 15, 2, 0x123456},
@@ -108,19 +114,14 @@ TEST_F(InformationTest, PresenceTellsWhichDockItIsAndLogsEachChange) {
         {0, 0x10, false, 15, 0, 0},
         {0, 0x72, false, 15, 0, 0},
     };
-    for (const auto& row : kCases) {
-        protocol().values = {{7, row.identifier}, {5, row.ptmc}, {8, 77}};
+    for (const auto& [identifier, ptmc, infoSupported, kind, dockClass, id] : kCases) {
+        protocol().values = {{7, identifier}, {5, static_cast<uint32_t>(ptmc)}, {8, 77}};
+        const DockPresent expected{true, kind, dockClass, infoSupported, static_cast<int>(id),
+                                   ptmc, 77};
         countInLog("dockpresent: ptmc=");
-        const DockPresent got = presence();
-        EXPECT_EQ(got, presence());
-        EXPECT_EQ(countedInLog(), 1) << std::hex << row.identifier;
-        EXPECT_TRUE(got.docked);
-        EXPECT_EQ(got.getInfoSupported, row.infoSupported) << std::hex << row.identifier;
-        EXPECT_EQ(got.dockKind, row.kind);
-        EXPECT_EQ(got.dockClass, row.dockClass);
-        EXPECT_EQ(static_cast<uint32_t>(got.id), row.id);
-        EXPECT_EQ(static_cast<uint32_t>(got.ptmc), row.ptmc);
-        EXPECT_EQ(got.product, 77);
+        EXPECT_EQ(presence(), expected);
+        EXPECT_EQ(presence(), expected);
+        EXPECT_EQ(countedInLog(), 1) << std::hex << identifier;
     }
 }
 
@@ -128,20 +129,14 @@ TEST_F(InformationTest, PresenceWithoutReadableValues) {
     countInLog("dockpresent: ptmc=");
     EXPECT_EQ(presence(), DockPresent());
     EXPECT_EQ(countedInLog(), 0);
-    EXPECT_THAT(protocol().selectors, ElementsAre(7));
-
     protocol().values = {{7, 0xE0000001}, {8, 77}};
-    const DockPresent got = presence();  // no ptmc: the product is not read
-    EXPECT_EQ(got.ptmc, 0);
-    EXPECT_EQ(got.product, 0);
-    EXPECT_EQ(got.id, 1);
-    EXPECT_THAT(protocol().selectors, ElementsAre(7, 7, 5));
+    EXPECT_EQ(presence(), (DockPresent{true, 0, 3, true, 1, 0, 0}));
+    EXPECT_THAT(protocol().selectors, ElementsAre(7, 7, 5));  // no ptmc: no product either
 }
 
 TEST_F(InformationTest, AlignmentIsLimitedAlsoOnFailure) {
     protocol().alignment = {.status = 7, .subStatus = 200, .value1 = -1, .value2 = 5};
-    EXPECT_EQ(ask(&W::getAlignInfo).toString(),
-              "AlignInfo{status: 3, subStatus: -56, value1: -1, value2: 5}");
+    EXPECT_EQ(ask(&W::getAlignInfo), (AlignInfo{3, -56, -1, 5}));
     AlignInfo info;
     protocol().alignment = {.result = 6, .status = 2};
     EXPECT_EQ(errorOf(charger->getAlignInfo(&info)), 4);
@@ -159,119 +154,75 @@ TEST_F(InformationTest, FeaturesPassThroughUnchanged) {
     EXPECT_EQ(errorOf(charger->setFeatures(0, all)), 10);
 }
 
-// Elements of the fake's TLV coding.
-Bytes element(uint8_t tag, const Bytes& value) {
-    Bytes bytes{tag, static_cast<uint8_t>(value.size())};
-    bytes.insert(bytes.end(), value.begin(), value.end());
-    return bytes;
-}
-Bytes text(const std::string& value) {
-    return Bytes(value.begin(), value.end());
-}
-Bytes packet(const std::vector<Bytes>& elements) {
-    Bytes bytes;
-    for (const Bytes& e : elements) bytes.insert(bytes.end(), e.begin(), e.end());
-    return bytes;
-}
-Bytes packetOf(const std::string& name, uint8_t flags, const Bytes& version) {
-    return packet({element(0, text(name + "0")), element(1, text(name + "1")),
-                   element(2, text(name + "2")), element(3, {flags}), element(4, version)});
-}
-
 TEST_F(InformationTest, DockInformationFillsTheCacheUntilChargingGoesOff) {
     DockInfo info;
-    EXPECT_EQ(information(packetOf("a", 0x23, hex("FF 02 41 42")), &info), 0);
-    DockInfo expected;
-    expected.infoText0 = "a0";
-    expected.infoText1 = "a1";
-    expected.infoText2 = "a2";
-    expected.getInfoSupported = true;
-    expected.dockKind = 2;
-    expected.flagBits = 3;
-    expected.firmwareVersion = {255, 2, "AB"};
-    EXPECT_EQ(info, expected);
+    EXPECT_EQ(information(packetOf("a", 0x23,
+                                   "\xFF\x02"
+                                   "AB"),
+                          &info),
+              0);
+    EXPECT_EQ(info, (DockInfo{"a0", "a1", "a2", 0, true, {255, 2, "AB"}, 3, 2, "", "", -1, {}}));
     qiId("12");
-
     // A version without a name keeps the last one.
-    EXPECT_EQ(information(packetOf("", 0x05, hex("03 04")), &info), 0);
-    expected.infoText0 = "0";
-    expected.infoText1 = "1";
-    expected.infoText2 = "2";
-    expected.getInfoSupported = false;
-    expected.dockKind = 15;
-    expected.flagBits = 1;
-    expected.firmwareVersion = {3, 4, "AB"};
-    expected.qiId = "12";
-    EXPECT_EQ(info, expected);
-
+    EXPECT_EQ(information(packetOf("", 0x05, "\x03\x04"), &info), 0);
+    EXPECT_EQ(info, (DockInfo{"0", "1", "2", 0, false, {3, 4, "AB"}, 1, 15, "12", "", -1, {}}));
     chargingOff();
-    expected = DockInfo();
-    expected.compatibility = 0;
-    EXPECT_EQ(dock(), expected);
+    info = DockInfo();
+    info.compatibility = 0;
+    EXPECT_EQ(dock(), info);
 }
 
 TEST_F(InformationTest, ClientsGetTheDocksTextsAsValidUtf8) {
-    const struct {
-        const char* sent;
-        const char* read;  // '?' stands for U+FFFD
-    } kCases[] = {
-        {"ab\xFF", "ab?"},
-        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x8B", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x8B"},
-        {"\xC3", "?"},
-        {"\xC1\x81z", "??z"},
-        {"\xED\xA0\x80", "???"},
-        {"\xE0\x9F\xBF", "???"},
-        {"\xF4\x90\x80\x80", "????"},
-        {"\xF0\x8F\x80\x80", "????"},
+    constexpr char kWrong[] = "\xEF\xBF\xBD";
+    const std::pair<std::string, int> kCases[] = {
+        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x8B", 0},
+        {"\xC3", 1},
+        {"\xC1\x81", 2},
+        {"\xED\xA0\x80", 3},
+        {"\xE0\x9F\xBF", 3},
+        {"\xF4\x90\x80\x80", 4},
+        {"\xF0\x8F\x80\x80", 4},
     };
-    for (const auto& [sent, read] : kCases) {
-        std::string expected;
-        for (const char* c = read; *c != '\0'; c++) {
-            expected += *c == '?' ? std::string("\xEF\xBF\xBD") : std::string(1, *c);
-        }
-        const Bytes bytes = text(sent);
-        DockInfo info;
-        information(packet({element(0, bytes), element(1, bytes), element(2, bytes),
-                            element(3, {0}), element(4, packet({{1, 2}, bytes}))}),
-                    &info);
-        for (const DockInfo& got : {info, dock()}) {
-            EXPECT_EQ(got.infoText0, expected);
-            EXPECT_EQ(got.infoText1, expected);
-            EXPECT_EQ(got.infoText2, expected);
-            EXPECT_EQ(got.firmwareVersion.name, expected);
-        }
+    for (const auto& [sent, wrong] : kCases) {
+        std::string text = "a" + sent + "z";
+        std::string expected = wrong == 0 ? text : "a";
+        for (int i = 0; i < wrong; i++) expected += kWrong;
+        if (wrong != 0) expected += "z";
+        makeValidUtf8(text);
+        EXPECT_EQ(text, expected);
     }
+    const std::string bad = std::string("\xFF"), good = kWrong;
+    DockInfo info;
+    information(packet({{0, bad}, {1, bad}, {2, bad}, {3, {0}}, {4, "\x01\x02" + bad}}), &info);
+    qiId(bad);
+    const DockInfo expected{good, good, good, 0, false, {1, 2, good}, 0, 0, good, "", 0, {}};
+    EXPECT_EQ(dock(), expected);
+    EXPECT_EQ(info.infoText0 + info.firmwareVersion.name, good + good);
 }
 
 TEST_F(InformationTest, FaultyElementStopsTheWalkAndKeepsWhatCameBefore) {
-    const Bytes t0 = element(0, text("new")), t1 = element(1, {}), t2 = element(2, {});
-    const Bytes flags = element(3, {0}), version = element(4, {1, 2});
-    const struct {
-        Bytes bytes;
-        int error;
-        const char* text0;
-    } kCases[] = {
-        {packet({t1, t2, flags, version}), 3, "old"},
-        {packet({t0, t2, flags, version}), 3, "new"},
-        {packet({t0, t1, flags, version}), 3, "new"},
-        {packet({t0, t1, t2, version}), 3, "new"},
-        {packet({t0, t1, t2, flags}), 3, "new"},
-        {packet({t0, t1, t2, element(3, {}), version}), 2, "new"},
-        {packet({t0, t1, t2, element(3, {1, 2}), version}), 2, "new"},
-        {packet({t0, t1, t2, flags, element(4, {1})}), 2, "new"},
-        {packet({t0, t1, t2, flags, version}), 0, "new"},
-        {packet({t0, {1, 200}}), 2, "new"},
-    };
-    for (const auto& [bytes, error, text0] : kCases) {
+    const Elements whole = {{0, "new"}, {1, ""}, {2, ""}, {3, "f"}, {4, "vv"}};
+    const auto expect = [&](const Elements& elements, int error, const char* text0) {
         DockInfo info;
-        information(packet({element(0, text("old"))}), &info);
-        EXPECT_EQ(information(bytes, &info), error);
+        information(packet({{0, "old"}}), &info);
+        EXPECT_EQ(information(packet(elements), &info), error);
         EXPECT_EQ(dock().infoText0, text0);
+    };
+    expect(whole, 0, "new");
+    for (size_t missing = 0; missing < whole.size(); missing++) {
+        Elements rest = whole;
+        rest.erase(rest.begin() + missing);
+        expect(rest, 3, missing == 0 ? "old" : "new");
+    }
+    for (const auto& [at, value] : {std::pair{3, ""}, {3, "12"}, {4, "1"}}) {
+        Elements wrong = whole;
+        wrong[at].second = value;
+        expect(wrong, 2, "new");
     }
 }
 
 TEST_F(InformationTest, DockInformationCutAtEveryLengthFails) {
-    const Bytes whole = packetOf("abc", 0x21, Bytes(200, 'v'));
+    const Bytes whole = packetOf("abc", 0x21, std::string(200, 'v'));
     DockInfo info;
     for (size_t length = 0; length < whole.size(); length++) {
         EXPECT_NE(information(Bytes(whole.begin(), whole.begin() + length), &info), 0) << length;
@@ -285,8 +236,8 @@ TEST_F(InformationTest, DockInformationCutAtEveryLengthFails) {
 TEST_F(InformationTest, ConcurrentReadersSeeWholeRecords) {
     std::atomic<int> turn = 0;
     protocol().answer = [&](const Sent&) {
-        const char* name = turn++ % 2 ? "a dock with long texts, not kept in place " : "b";
-        return fake::Answer{.bytes = packetOf(name, 0, text(std::string("12") + name))};
+        const std::string name = turn++ % 2 ? "a dock with long texts, not kept in place " : "b";
+        return fake::Answer{.bytes = packetOf(name, 0, "12" + name)};
     };
     const auto write = [&] { ask(&W::getInformation); };
     const auto read = [&] {
@@ -304,7 +255,6 @@ TEST_F(InformationTest, QiIdIsHandedOverWhenItIsADecimalNumber) {
     for (const char* id : {"12345", "70000", "", " 7", "010", "-1", "99999999999999999999"}) {
         qiId(id);
     }
-    EXPECT_THAT(protocol().qiIds, ElementsAre(12345, 4464, 0, 7, 10, 65535, 65535));
     for (const char* id : {"12a", "x", " ", "12 "}) {
         qiId(id);
         EXPECT_EQ(dock().qiId, id);
@@ -313,7 +263,7 @@ TEST_F(InformationTest, QiIdIsHandedOverWhenItIsADecimalNumber) {
     other.set<WlcInfo::Tag::powerInfo>(PowerInfo());
     EXPECT_EQ(errorOf(charger->updateInformation(other)), 0);
     EXPECT_EQ(dock().qiId, "12 ");
-    EXPECT_EQ(protocol().qiIds.size(), 7u);
+    EXPECT_THAT(protocol().qiIds, ElementsAre(12345, 4464, 0, 7, 10, 65535, 65535));
 }
 
 }  // namespace
