@@ -162,7 +162,6 @@ class Checker {
                 checkContainment(*field.type.item().decl);
             }
         }
-        mContaining.erase(&type);
         mContained.insert(&type);
     }
 

@@ -127,7 +127,7 @@ const Case kFields[] = {
     {"Color x = Shade.RED; Color y = RED; Color z = 0; int n = Color.BLUE;",
      {"2:11: a value of a.Color must be one", "2:32: 'T' has no constant or value",
       "2:47: a value of a.Color must", "2:58: 'Color' has no constant"}},
-    {"const int A = 2147483647 + 1; const int B = 1 << 31; const int C = 1 << 32;\n"
+    {"const int A = 2147483647 + 1; const int B = 1 << 31; const int C = 1 << 32L;\n"
      "const long D = 0x7fffffffffffffff + 1; const int E = -2147483648 / -1;\n"
      "const int F = 1 % 0; const int G = 65536 * 65536; const int H = 1 >> -1;\n"
      "const long I = 0x8000000000000000 / -1; const long J = -0x8000000000000000;\n"
