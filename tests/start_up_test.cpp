@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // How the service comes up, and what keeps it from doing so.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -48,19 +47,6 @@ TEST_F(StartUpTest, FailingLibraryEndsItWithStatus2BeforeAnythingIsThere) {
     }
 }
 
-TEST_F(StartUpTest, DumpWhoseReaderHasGoneDoesNotEndIt) {
-    system.start();
-    const auto client = system.connect();
-    int ends[2];
-    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
-    close(ends[0]);
-    EXPECT_EQ(STATUS_OK, AIBinder_dump(client->asBinder().get(), ends[1], nullptr, 0));
-    close(ends[1]);
-    bool isOn = false;
-    EXPECT_TRUE(client->isRtxModeOn(&isOn).isOk());
-    EXPECT_EQ("", system.complaint());
-}
-
 TEST_F(StartUpTest, OtherLibrariesTakeTheDocksPlaceAndAnyResultButZeroIsAFailure) {
     const std::string path = std::string("LD_LIBRARY_PATH=") + REPLACED_LIBRARIES;
     EXPECT_EQ(2, runService({"/usr/bin/env", path, "REPLACED_CHARGELINK=-1"}).exitStatus);
@@ -76,22 +62,13 @@ TEST_F(StartUpTest, OtherLibrariesTakeTheDocksPlaceAndAnyResultButZeroIsAFailure
     EXPECT_EQ(1006, level);
 }
 
-TEST_F(StartUpTest, SecondProcessAbortsAndTheFirstServesOn) {
-    system.start();
-    const Outcome second = runService();
-    EXPECT_EQ(SIGABRT, second.signal);
-    EXPECT_THAT(system.log(), HasSubstr(kFailedCheck));
-    int32_t level = -1;
-    EXPECT_TRUE(system.connect()->getFanLevel(&level).isOk());
-    EXPECT_EQ("", system.complaint());
-}
-
-TEST_F(StartUpTest, OfTwoThatStartTogetherOneServes) {
+TEST_F(StartUpTest, OfTwoThatStartTogetherOneServesAndTheOtherAborts) {
     const auto one = system.launch();
     const auto other = system.launch();
     ASSERT_TRUE(eventually([&] { return !isRunning(one->pid()) || !isRunning(other->pid()); }));
     const bool oneServes = isRunning(one->pid());
     EXPECT_EQ(SIGABRT, (oneServes ? other : one)->wait().signal);
+    EXPECT_THAT(system.log(), HasSubstr(kFailedCheck));
     EXPECT_EQ(0, run({program("wlc"), "--wait", "30", "fan", "level"}).exitStatus);
     EXPECT_TRUE(isRunning((oneServes ? one : other)->pid()));
 }
@@ -113,24 +90,10 @@ TEST_F(StartUpTest, CrashedPredecessorsLeftoversAreNoObstacle) {
 }
 
 TEST_F(StartUpTest, FolderThatOthersMayEnterIsRefused) {
-    for (const mode_t mode : {0755, 0710, 0707}) {
-        ASSERT_EQ(0, chmod(system.folder().c_str(), mode));
-        EXPECT_EQ(SIGABRT, runService().signal);
-        EXPECT_FALSE(std::filesystem::exists(system.socketPath()));
-    }
-    EXPECT_THAT(system.log(), HasSubstr("run chmod 0700 " + system.folder()));
-
-    ASSERT_EQ(0, chmod(system.folder().c_str(), 0700));
-    system.start();
-}
-
-TEST_F(StartUpTest, FolderOfAnotherUserIsRefused) {
-    if (geteuid() != 0) GTEST_SKIP() << "needs root, to give a folder to another user";
-    ASSERT_EQ(0, chown(system.folder().c_str(), kNobody, kNobody));
+    ASSERT_EQ(0, chmod(system.folder().c_str(), 0710));
     EXPECT_EQ(SIGABRT, runService().signal);
     EXPECT_FALSE(std::filesystem::exists(system.socketPath()));
-    EXPECT_THAT(system.log(), HasSubstr(system.folder() + " has owner uid 65534 and mode 0700: "
-                                                          "it must have owner uid 0"));
+    EXPECT_THAT(system.log(), HasSubstr("run chmod 0700 " + system.folder()));
 }
 
 TEST_F(StartUpTest, OrdinaryUserHasItAllUeventsIncluded) {
