@@ -8,6 +8,7 @@
 #include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerRtxStatusCallback.h>
 #include <android-base/thread_annotations.h>
 
+#include <algorithm>
 #include <functional>
 #include <mutex>
 #include <vector>
@@ -32,10 +33,11 @@ class Received {
     bool waitForCount(size_t count) const {
         return eventually([&] { return all().size() >= count; });
     }
-    bool waitForLast(const std::function<bool(const Value&)>& is) const {
+    // Until one has come that is so.
+    bool waitFor(const std::function<bool(const Value&)>& is) const {
         return eventually([&] {
             std::lock_guard lock(mLock);
-            return !mValues.empty() && is(mValues.back());
+            return std::any_of(mValues.rbegin(), mValues.rend(), is);
         });
     }
 

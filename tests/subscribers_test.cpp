@@ -76,8 +76,7 @@ class SubscribersTest : public testing::Test {
     bool sendEvent(bool withReport = false) {
         const int32_t number = ++mNumber;
         system.dock("align 1 0 " + std::to_string(number) + (withReport ? " 1" : " 0"));
-        return mOwn->waitForLast(
-            [&](const charger::AlignInfo& info) { return info.value1 == number; });
+        return mOwn->waitFor([&](const charger::AlignInfo& info) { return info.value1 == number; });
     }
     // One that all these processes have to have, too. They cannot fall far behind then: a
     // subscriber that does would be dropped.
