@@ -19,7 +19,6 @@ uint32_t exchange(Sent::Channel channel, int32_t type, const uint8_t* request, s
               type,
               request == nullptr ? Bytes() : Bytes(request, request + length),
               request != nullptr,
-              response != nullptr,
               responseLength == nullptr ? 0 : *responseLength,
               timeLimit};
     const Answer answer = p.answer ? p.answer(sent) : Answer{};

@@ -30,8 +30,7 @@ struct Sent {
     int32_t type;
     Bytes request;
     bool hasRequestArea;
-    bool wantsAnswer;
-    size_t capacity;
+    size_t capacity;  // 0: no answer wanted
     uint32_t timeLimit;
 };
 

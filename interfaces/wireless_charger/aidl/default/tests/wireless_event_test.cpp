@@ -49,7 +49,6 @@ TEST(UeventTest, LinesDecideWhichHandlersRun) {
         {"change@/x|SOURCE=WLC_OFF|DRIVER=zorvak_wlc|", "OA"},
         {"change@/x|SOURCE=FAN|DRIVER=p9221|", "F"},
         {"change@/x|DRIVER=p9221|", "RWAF"},
-        {"change@/x|DRIVER=zorvak_wlc|", "RWAF"},
         // The order of the lines counts: a source after the driver line comes too late for it.
         {"DRIVER=p9221|SOURCE=RTX|", "RWAF"},
         {"DRIVER=p9221|SOURCE=RTX|DRIVER=p9221|", "RWAFR"},
