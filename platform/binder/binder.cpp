@@ -190,7 +190,7 @@ binder_status_t LocalBinder::runShellCommand(const AParcel& in) {
     }
     Arguments arguments;
     if (binder_status_t status = arguments.read(in); status != STATUS_OK) return status;
-    AIBinder* shellCallback = nullptr;  // for opening files in the shell's name; nobody here does
+    AIBinder* shellCallback = nullptr;  // for opening files as the shell; not used here
     AIBinder* receiver = nullptr;
     binder_status_t status = in.readBinder(&shellCallback);
     if (status == STATUS_OK) status = in.readBinder(&receiver);
@@ -255,8 +255,8 @@ bool ProxyBinder::associate(const AIBinder_Class* clazz) {
         mDescriptor = descriptor;
     }
     if (descriptor != clazz->descriptor) {
-        LOG(ERROR) << "A binder object of interface '" << descriptor << "' came where '"
-                   << clazz->descriptor << "' is wanted";
+        LOG(ERROR) << "Expected a binder object of interface '" << clazz->descriptor << "', got '"
+                   << descriptor << "'";
         return false;
     }
     mClass = clazz;

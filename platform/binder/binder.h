@@ -20,8 +20,7 @@ struct AIBinder_Class {
                    AIBinder_Class_onDestroy destroy, AIBinder_Class_onTransact transact);
 
     const std::string descriptor;
-    const std::vector<uint8_t>
-        token;  // the descriptor as a parcel has it in front of the arguments
+    const std::vector<uint8_t> token;  // the descriptor as a parcel begins with it
     const AIBinder_Class_onCreate onCreate;
     const AIBinder_Class_onDestroy onDestroy;
     const AIBinder_Class_onTransact onTransact;
@@ -30,8 +29,8 @@ struct AIBinder_Class {
     AIBinder_handleShellCommand onShellCommand = nullptr;
 };
 
-// Counted by hand because C code holds references: the object is usable while somebody holds it
-// strongly, its memory stays while somebody holds it weakly. Born with one strong reference.
+// Counted by hand because C code holds references: the object is usable while it has strong
+// references, its memory stays while it has weak ones. Born with one strong reference.
 struct AIBinder {
   public:
     AIBinder(const AIBinder&) = delete;
@@ -177,21 +176,6 @@ class ProxyBinder final : public AIBinder {
 struct Caller {
     uid_t uid;
     pid_t pid;
-};
-
-// For the time of its life the current thread serves a call of `caller`.
-class CallerScope {
-  public:
-    explicit CallerScope(const Caller& caller);
-    ~CallerScope();
-    CallerScope(const CallerScope&) = delete;
-    CallerScope& operator=(const CallerScope&) = delete;
-
-    // Null when the thread serves nobody.
-    static const Caller* current();
-
-  private:
-    const Caller* const mPrevious;
 };
 
 }  // namespace android::host

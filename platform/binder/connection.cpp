@@ -278,7 +278,7 @@ Connection::Read Connection::read(bool wait) {
     }
     bool hasFds = mOptions.passesFds && message.msg_controllen > 0;
     // After a short read the socket is empty, and what comes later wakes the pool again: one system
-    // call a frame. But a read also ends behind a message with descriptors, taken or not, and the
+    // call a frame. But a read also ends after a message with descriptors, taken or not, and the
     // news of a hang-up may have come together with that of these bytes.
     const bool broughtFds = hasFds || (message.msg_flags & MSG_CTRUNC) != 0;
     mUnread = mDrain || broughtFds || static_cast<size_t>(count) == space.size();
@@ -325,7 +325,7 @@ Connection::Sent Connection::send(std::span<iovec> pieces, std::span<const int> 
         }
     }
     if (full == Full::kWait) return flushUntil(deadline);
-    // Nobody else would send the rest.
+    // No other thread would send the rest.
     if (!mOptions.isWatched) return flushUntil(Clock::now() + kPeerTimeout);
     return Sent::kAll;
 }

@@ -30,7 +30,7 @@ class ConnectionUser {
     // The peer closed the connection, or broke a rule: `reason`, or null. May come more than once.
     virtual void connectionBroken(Connection& connection, const char* reason) = 0;
 
-    // Nobody owns the connection any more.
+    // The connection has no owner any more.
     virtual void connectionFreed() = 0;
 };
 
@@ -51,7 +51,8 @@ class Connection : public Pollable {
     struct Options {
         Caller caller;
         bool passesFds;
-        // Whether the pool reads it and limits apply, or only whoever calls on it: a client's own.
+        // Whether the pool reads it and limits apply, or only the threads that call on it: a
+        // client's own.
         bool isWatched;
         // Whether a pool thread may wait for the next call of a busy caller in the socket itself.
         bool mayLinger;
@@ -82,7 +83,7 @@ class Connection : public Pollable {
     // As above, but waits for it. kNothing: the deadline has passed.
     [[nodiscard]] Received receiveUntil(Deadline deadline, Frame* frame);
 
-    // Wakes whoever waits in it; every later send and receive fails. Any thread.
+    // Wakes all threads that wait in it; every later send and receive fails. Any thread.
     void shutDown();
 
     // Whether the other side has closed. Any thread.

@@ -21,8 +21,8 @@ bool ConnectionPool::add(const std::shared_ptr<Connection>& connection) {
         auto& list = connection->caller() == Connection::Caller::kPeer ? mServing : mCalling;
         const bool clientCalls = mIsServer == (connection->caller() == Connection::Caller::kPeer);
         if (list.size() >= (clientCalls ? mMaxClientCalls : kMaxIncomingConnections)) {
-            LOG(WARNING) << "A binder peer asks for more than the " << list.size()
-                         << " connections its session may have";
+            LOG(WARNING) << "Refusing a connection: a binder session may have at most "
+                         << list.size();
             return false;
         }
         // Under the lock: once the client reads it, its callbacks find the connection here.
@@ -83,7 +83,7 @@ std::shared_ptr<Connection> ConnectionPool::acquire(Deadline deadline, binder_st
             const bool opened = mOpenAnother();
             lock.lock();
             --mOpening;
-            // A server that refuses gets no further attempts; what is open must do.
+            // After a refusal, make do with the open ones.
             if (!opened) mMaxClientCalls = std::max<size_t>(mCalling.size(), 1);
         } else if (deadline == kNoDeadline) {
             mFreed.wait(lock);

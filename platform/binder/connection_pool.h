@@ -41,7 +41,7 @@ class ConnectionPool {
     // connection on which another thread's call waits. Null when there is none.
     std::shared_ptr<Connection> forMessage() EXCLUDES(mLock);
 
-    // Whether the other side is known to have closed, for a pool whose connections nobody watches.
+    // Whether the other side is known to have closed, for a pool whose connections are not watched.
     bool isHungUp() EXCLUDES(mLock);
 
     size_t maxClientCalls() EXCLUDES(mLock);

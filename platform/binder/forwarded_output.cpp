@@ -127,7 +127,7 @@ bool ForwardedOutput::start() {
         sigaddset(&pipe, SIGPIPE);
         pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
         run(*state);
-        std::lock_guard guard(state->lock);
+        std::lock_guard inner(state->lock);
         state->channels.clear();
         state->isRunning = false;
         state->ended.notify_all();

@@ -17,15 +17,15 @@ namespace android::host {
 
 class ForwardedOutput {
   public:
-    // `requester` is the socket of who asked, which stays open meanwhile: when it hangs up, nothing
-    // is passed on any more.
+    // `requester` is the requester's socket, which stays open meanwhile; once it hangs up, nothing
+    // more is passed on.
     explicit ForwardedOutput(int requester);
     ~ForwardedOutput();
     ForwardedOutput(const ForwardedOutput&) = delete;
     ForwardedOutput& operator=(const ForwardedOutput&) = delete;
 
     // A descriptor to write to instead of `target`; not ok when the process has none left. When
-    // nobody reads from the target, writes to it fail with EPIPE, as they would to the target.
+    // the target has no reader, writes to it fail with EPIPE, as they would to the target.
     android::base::unique_fd add(android::base::unique_fd target);
 
     // Begins to pass on. False when there is no thread for it.

@@ -29,14 +29,14 @@ class Listener : public Pollable {
     std::shared_ptr<Session> find(const Session::Id& id) EXCLUDES(mLock);
 
   private:
-    // Not ok when nobody waits; `*isExhausted`: or when there is no descriptor for who does.
+    // Not ok when no client waits, or, with `*isExhausted`, when there is no descriptor for it.
     android::base::unique_fd accept(bool* isExhausted);
 
     const android::base::unique_fd mSocket;
     AIBinder* const mRoot;
     const size_t mMaxCalls;
 
-    // Given up for a moment when the process has no descriptor left, to turn a caller away at once.
+    // Given up for a moment when the process has no descriptor left, to turn a client away at once.
     android::base::unique_fd mReserve;  // the owning thread's
 
     std::mutex mLock;

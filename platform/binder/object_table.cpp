@@ -9,8 +9,8 @@
 namespace android::host {
 namespace {
 
-// A oneway call brings no answer that could carry its reference back. So many may gather on one
-// object while a frame may yet come that carries them: while this side holds a proxy to call.
+// A oneway call has no answer with which its DEC_STRONG could travel. Up to this many stay pending
+// per object while this side holds a proxy, whose next call will carry them.
 constexpr uint32_t kMaxPendingForOneway = 32;
 
 bool isKnownStability(int32_t stability) {

@@ -2,9 +2,9 @@
 //
 // The objects that the two sides of a session know of each other, and how often each has sent them.
 //
-// Sending an address counts one reference, which the receiver gives back (DEC_STRONG) when it needs
-// it no more. What is to be given back is collected per object and travels in front of the next
-// frame that goes out anyway, so that a call costs no system call for it.
+// Sending an address counts one reference, which the receiver returns (DEC_STRONG) when it no
+// longer needs it. Pending DEC_STRONGs are counted per object and travel with the next frame, so
+// that they cost no system call of their own.
 #pragma once
 
 #include <sys/uio.h>
@@ -20,7 +20,7 @@
 
 namespace android::host {
 
-// DEC_STRONG frames for one message, off the table's books.
+// The pending DEC_STRONGs that travel with one message; the table no longer counts them.
 struct PendingDecs {
     static constexpr size_t kMax = 8;
     struct Entry {
@@ -60,19 +60,19 @@ class ObjectTable {
     // The latest prepareOneway for this target was not sent.
     void cancelOneway(const ProxyBinder& target, const AParcel& in);
 
-    // Takes pending DEC_STRONGs off the books; what is not sent has to come back. False when there
-    // are none.
+    // Takes pending DEC_STRONGs for sending; returnPending() takes back what was not sent. False
+    // when there are none.
     bool takePending(PendingDecs* pending);
     void returnPending(const PendingDecs& pending);
 
     // ---- Frames that come in ----------------------------------------------------------------
 
-    // The object of ours that a call names, with a strong reference; null when there is none.
+    // The object of ours that a call addresses, with a strong reference; null when there is none.
     AIBinder* called(WireAddress address);
 
     // A oneway call on an object of ours arrived, see OnewayQueue.
     OnewayQueue::Arrival onewayArrived(WireAddress address, uint64_t number, OnewayCall* call);
-    // The next oneway call on it that is due. `*sendNow`: its references should go back at once.
+    // The next oneway call on it that is due. `*sendNow`: its DEC_STRONGs should be sent now.
     OnewayCall nextOneway(WireAddress address, bool* sendNow);
     // Whether oneway calls wait for an earlier one; `*since` from when on, at the earliest.
     bool hasGap(Deadline* since);
@@ -82,11 +82,12 @@ class ObjectTable {
     binder_status_t addressArrived(std::shared_ptr<Session> session, WireAddress address,
                                    int32_t stability, bool isFirst, AIBinder** binder);
 
-    // The peer gave references back. True when a DEC_STRONG became pending that nothing else may
-    // ever carry. Not `*known` when the peer gives back more than it was sent.
+    // A DEC_STRONG arrived. True when one became pending here that no later frame may ever carry.
+    // Not
+    // `*known` when the peer returns more references than it was sent.
     bool referencesReturned(WireAddress address, uint32_t amount, bool* known);
     // The last strong reference to a proxy is gone. False when the table does not know it (any
-    // more); else nothing may ever come that carries pending DEC_STRONGs.
+    // more); else no later frame may ever carry pending DEC_STRONGs.
     bool proxyDropped(const ProxyBinder& proxy);
 
     // ---- The whole --------------------------------------------------------------------------
@@ -94,7 +95,7 @@ class ObjectTable {
     // Cheap when there is nothing.
     Leftovers takeLeftovers();
 
-    // Forgets everything: gives the references to drop, and the proxies somebody here holds, each
+    // Forgets everything: gives the references to drop, and the proxies still in use here, each
     // with a strong reference.
     void close(std::vector<AIBinder*>* released, std::vector<ProxyBinder*>* proxies);
 
@@ -105,10 +106,10 @@ class ObjectTable {
     struct Node {
         WireAddress address;
         AIBinder* local = nullptr;     // ours: a strong reference while sent > 0
-        ProxyBinder* proxy = nullptr;  // theirs, while somebody here holds it
+        ProxyBinder* proxy = nullptr;  // theirs, while in use here
         bool kept = false;             // one reference stays with us while the proxy lives
-        uint32_t sent = 0;             // times we sent it and were not given it back
-        uint32_t pending = 0;          // times we received it and have yet to give it back
+        uint32_t sent = 0;             // times we sent it, less the DEC_STRONGs received
+        uint32_t pending = 0;          // pending DEC_STRONGs: times we received it
         uint64_t nextAsyncNumber = 0;  // of our oneway calls
         OnewayQueue oneway;            // theirs
     };
@@ -141,7 +142,7 @@ class ObjectTable {
     std::vector<AIBinder*> mReleased GUARDED_BY(mLock);
     std::atomic<bool> mHasLeftovers{false};
     uint32_t mNextNumber GUARDED_BY(mLock) = 0;
-    size_t mProxies GUARDED_BY(mLock) = 0;  // nodes whose proxy somebody here holds
+    size_t mProxies GUARDED_BY(mLock) = 0;  // nodes whose proxy is in use here
     size_t mWaitingOnewayBytes GUARDED_BY(mLock) = 0;
 };
 

@@ -8,8 +8,8 @@
 namespace android::host {
 
 OnewayQueue::Arrival OnewayQueue::arrived(uint64_t number, OnewayCall* call, size_t* budget) {
-    // A peer that had forgotten the object when we sent it anew counts from 0 again, while the news
-    // that it forgot was still on its way. Its calls come behind all those of before.
+    // A peer that had forgotten the object and was sent it again counts from 0, although its last
+    // DEC_STRONG had not arrived here. Its calls come after all earlier ones.
     if (number == 0 && std::exchange(mFirstCame, true)) {
         mFirst = !mWaiting.empty() ? mWaiting.rbegin()->first + 1 : mNext + (mIsRunning ? 1 : 0);
     }

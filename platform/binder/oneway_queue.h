@@ -31,7 +31,7 @@ class OnewayQueue {
         kRun,       // it is due: the caller runs it, then all that next() gives
         kKept,      // it waits for earlier ones, or for the one that runs
         kRepeated,  // it has been there before
-        kGone,      // nobody has the object any more
+        kGone,      // the object has no references any more
         kRefused,   // it may not wait: descriptors, or more than the budget allows
     };
 

@@ -2,7 +2,7 @@
 //
 // The inside of an AParcel: the bytes as they go over the wire, and beside them the objects that
 // bytes cannot carry. Binders get their wire address only when the parcel is sent, so that a parcel
-// that is dropped unsent owes nothing to anybody.
+// that is dropped unsent leaves no DEC_STRONG pending.
 #pragma once
 
 #include <android-base/unique_fd.h>
@@ -54,7 +54,7 @@ struct AParcel {
     binder_status_t setPosition(size_t position) const;
     size_t remaining() const { return mData.size() - mPosition; }
 
-    // Appends (or, behind setPosition, overwrites) `size` bytes and zeros up to a multiple of 4.
+    // Appends (or, after setPosition, overwrites) `size` bytes and zeros up to a multiple of 4.
     void write(const void* data, size_t size);
     template <typename T>
     void writeValue(T value) {
@@ -67,7 +67,7 @@ struct AParcel {
     void writeBinder(AIBinder* binder);
     void writeFd(android::base::unique_fd fd);
 
-    // The next `size` bytes (padded to a multiple of 4), or null when there are not so many.
+    // The next `size` bytes (padded to a multiple of 4), or null when fewer remain.
     const uint8_t* read(size_t size) const;
     template <typename T>
     binder_status_t readValue(T* value) const {

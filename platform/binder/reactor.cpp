@@ -103,7 +103,7 @@ class Reactor::TaskQueue : public Pollable {
     std::deque<std::function<void()>> mTasks GUARDED_BY(mLock);
 };
 
-// Rings while somebody has something pending, and not otherwise: an idle process sleeps.
+// Rings only while something is pending: an idle process sleeps.
 class Reactor::Ticker : public Pollable {
   public:
     Ticker() : mTimer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
@@ -270,7 +270,7 @@ bool Reactor::startSpareThread() {
 
 bool Reactor::retire() {
     uint32_t spawned = mSpawned;
-    // The last idle thread stays: somebody has to notice what comes.
+    // The last idle thread stays, to notice what arrives.
     if (spawned <= mMaxSpawned + mWaiting || mIdle == 0 ||
         !mSpawned.compare_exchange_strong(spawned, spawned - 1)) {
         return false;
@@ -302,7 +302,7 @@ Reactor::PeerWait::~PeerWait() {
     if (!mCounts) return;
     Reactor& reactor = Reactor::get();
     --reactor.mWaiting;
-    // The thread that took the place shall notice that it is one too many.
+    // The thread that took the place has to notice that it is one too many.
     if (reactor.mSpawned > reactor.mMaxSpawned + reactor.mWaiting) reactor.mWakeUp->ring();
 }
 

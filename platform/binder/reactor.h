@@ -66,7 +66,7 @@ class Pollable : public std::enable_shared_from_this<Pollable>, public Timed {
 
     bool isOwned() const { return mState != State::kIdle; }
 
-    // Takes ownership when nobody has it.
+    // Takes ownership when it is free.
     [[nodiscard]] bool tryOwn();
 
     // Gives ownership up. False: something arrived meanwhile; the thread still owns the object and
@@ -76,7 +76,7 @@ class Pollable : public std::enable_shared_from_this<Pollable>, public Timed {
     // Ends an ownership that onReady() handed on: the pool serves what has arrived meanwhile.
     void giveBack();
 
-    // Ownership for the pool: when somebody has it, that thread is told to look once more.
+    // Serves it in this pool thread; when another thread owns it, that one is told to look again.
     void serve(uint32_t epollEvents);
 
   private:
@@ -111,13 +111,13 @@ class Reactor {
     }
 
     // Around Pollable::linger(): takes the object's input from the pool, and gives it back. False
-    // when nobody would be left to wait for all others, or another thread lingers already.
+    // when no thread would be left to wait for all others, or another one lingers already.
     [[nodiscard]] bool beginLinger(Pollable& object);
     void endLinger(Pollable& object, bool writable);
-    // Whether a lingering thread should return to the pool, since nobody waits for the others.
+    // Whether a lingering thread should return to the pool, since no thread waits for the others.
     bool isNeeded() const { return mIdle == 0; }
 
-    // Runs `task` on a pool thread, behind earlier tasks; waits for one where the pool has not been
+    // Runs `task` on a pool thread, after earlier tasks; waits for one where the pool has not been
     // started yet.
     void post(std::function<void()> task);
 
@@ -128,10 +128,10 @@ class Reactor {
     // Starts the first thread, once; later calls do nothing.
     void startPool();
 
-    // Makes the caller a pool thread, for good.
+    // Makes the calling thread a pool thread; does not return.
     void joinPool();
 
-    // For the time of its life the calling thread waits for a peer. When that leaves nobody to
+    // For the time of its life the calling thread waits for a peer. When that leaves no thread to
     // serve the others, a further thread takes its place until the wait is over.
     class PeerWait {
       public:
@@ -154,7 +154,7 @@ class Reactor {
     class WakeUp;
 
     struct Event {
-        uint64_t token = 0;  // 0 is nobody's
+        uint64_t token = 0;  // 0 for none
         uint32_t events = 0;
     };
 
@@ -163,7 +163,7 @@ class Reactor {
     // Starts one more thread when the limit, and those waiting for peers, leave room for it.
     bool startSpareThread();
     bool startPoolThread();
-    // Whether the calling thread, which replaced a waiting one, is no longer needed and shall end.
+    // Whether the calling thread, which replaced a waiting one, is no longer needed and has to end.
     bool retire();
     void serveOne() EXCLUDES(mReadyLock);
     void schedule(Pollable& object) EXCLUDES(mReadyLock);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The RPC-binder wire format, versions 0 and 1, as the platform's libbinder speaks it over stream
-// sockets. Every struct that crosses a socket stands here and nowhere else. All integers are
-// little-endian; the structs are copied to and from the wire as they stand.
+// sockets. Every struct that crosses a socket is defined here and nowhere else. All integers are
+// little-endian; the structs are copied to and from the wire as they are.
 #pragma once
 
 #include <stddef.h>

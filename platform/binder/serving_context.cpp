@@ -7,21 +7,8 @@ namespace android::host {
 namespace {
 
 thread_local ServingContext* tInnermost = nullptr;
-thread_local const Caller* tCaller = nullptr;
 
 }  // namespace
-
-CallerScope::CallerScope(const Caller& caller) : mPrevious(tCaller) {
-    tCaller = &caller;
-}
-
-CallerScope::~CallerScope() {
-    tCaller = mPrevious;
-}
-
-const Caller* CallerScope::current() {
-    return tCaller;
-}
 
 ServingContext::ServingContext(Session& session, Connection& connection, const Caller& caller,
                                Kind kind)
@@ -36,6 +23,10 @@ ServingContext::ServingContext(Session& session, Connection& connection, const C
 
 ServingContext::~ServingContext() {
     tInnermost = mOuter;
+}
+
+const Caller* ServingContext::caller() {
+    return tInnermost == nullptr ? nullptr : &tInnermost->mCaller;
 }
 
 Connection* ServingContext::takeRequester() {

@@ -25,6 +25,9 @@ class ServingContext {
     ServingContext(const ServingContext&) = delete;
     ServingContext& operator=(const ServingContext&) = delete;
 
+    // Who makes the innermost call that this thread serves; null when it serves none.
+    static const Caller* caller();
+
     // The connection of the peer whose dump or shell command this thread serves, for the first who
     // asks; null for others, and when it serves no such call.
     static Connection* takeRequester();
@@ -35,7 +38,7 @@ class ServingContext {
     // How many calls of that session the current thread serves, one inside the other.
     static size_t depth(const Session& session);
 
-    // False once a dump or shell command shall not wait for further peers.
+    // False once a dump or shell command may not wait for further peers.
     static bool mayCall();
 
   private:
@@ -44,7 +47,7 @@ class ServingContext {
     const Kind mKind;
     const Deadline mCallsUntil;
     bool mRequesterTaken = false;
-    const CallerScope mCaller;
+    const Caller mCaller;
     ServingContext* const mOuter;
 };
 

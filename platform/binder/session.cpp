@@ -122,7 +122,7 @@ bool Session::addConnection(unique_fd socket, Connection::Caller caller) {
     const Connection::Options options{
         .caller = caller,
         .passesFds = mSetup.passesFds,
-        // A client's own connections are read by whoever calls on them and by nobody else.
+        // A client's own connections are read only by the threads that call on them.
         .isWatched = mSetup.isServer || caller == Connection::Caller::kPeer,
         .mayLinger = mSetup.isServer && caller == Connection::Caller::kPeer};
     auto connection =
@@ -149,7 +149,7 @@ bool Session::onTick(Deadline now) {
     Deadline since;
     if (!mObjects.hasGap(&since)) return false;
     if (now - since <= kPeerTimeout) return true;
-    end("a oneway call that others wait for did not come in time");
+    end("an earlier oneway call did not arrive in time");
     return false;
 }
 
@@ -159,7 +159,7 @@ binder_status_t Session::addressArrived(WireAddress address, int32_t stability, 
 }
 
 void Session::proxyDropped(ProxyBinder& proxy) {
-    // While this thread serves the same peer, the answer carries what is to be given back.
+    // While this thread serves the same peer, its answer carries the pending DEC_STRONGs.
     if (mObjects.proxyDropped(proxy) && ServingContext::nestedConnection(*this) == nullptr) {
         sendPending();
     }

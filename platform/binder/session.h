@@ -41,7 +41,7 @@ class Session : public std::enable_shared_from_this<Session>, public ConnectionU
 
     const Id& id() const { return mSetup.id; }
     bool hasEnded() const { return mEnded; }
-    // Also asks a client's socket, which nobody reads between calls.
+    // Also checks a client's socket, which is not read between calls.
     bool isAlive();
 
     // Takes a further connection in. False when the session has ended or has as many as it may.
@@ -71,8 +71,8 @@ class Session : public std::enable_shared_from_this<Session>, public ConnectionU
     void connectionFreed() override { mConnections.notifyFreed(); }
     bool onTick(Deadline now) override;
 
-    // Ends it for good: closes every connection, forgets every address, has the death recipients
-    // told. `reason` goes to the log unless it is null.
+    // Ends it for good: closes every connection, forgets every address, and has the death
+    // recipients called. `reason` goes to the log unless it is null.
     void end(const char* reason) EXCLUDES(mLock);
 
     // Number of addresses known, for tests.

@@ -115,7 +115,7 @@ binder_status_t Session::takeReply(Frame& frame, AParcel& out) {
     WireReply head{};
     size_t headSize = mSetup.version == 0 ? kReplySizeV0 : sizeof(head);
     if (frame.body.size() < headSize) {
-        end("it sent a reply shorter than a reply's head");
+        end("it sent a reply shorter than its header");
         return STATUS_BAD_VALUE;
     }
     memcpy(&head, frame.body.data(), headSize);
@@ -137,7 +137,7 @@ binder_status_t Session::callOneway(ProxyBinder& target, uint32_t code, AParcel&
     Connection* chosen = connection ? connection.get() : ServingContext::nestedConnection(*this);
     if (chosen == nullptr) return mEnded ? STATUS_DEAD_OBJECT : STATUS_WOULD_BLOCK;
     {
-        std::lock_guard order(mOnewayLock);
+        std::lock_guard lock(mOnewayLock);  // numbers go out in their order
         WireTransaction transaction{};
         binder_status_t status = mObjects.prepareOneway(target, in, &transaction.asyncNumber);
         if (status != STATUS_OK) return status;
@@ -152,7 +152,7 @@ binder_status_t Session::callOneway(ProxyBinder& target, uint32_t code, AParcel&
     if (sent == Connection::Sent::kAll) return STATUS_OK;
     tidyUp();
     if (sent == Connection::Sent::kFull) {
-        // Who is no longer called shall notice: its session goes, and its death recipients run.
+        // A subscriber that is dropped finds out: its session ends, its death recipients run.
         if (mSetup.isServer) end("it does not read its oneway calls");
         return STATUS_FAILED_TRANSACTION;
     }

@@ -22,9 +22,9 @@ bool Session::serveFrame(Connection& connection, Frame& frame) {
                connection.caller() == Connection::Caller::kPeer) {
         return serveTransaction(connection, frame, Connection::Full::kQueue);
     } else if (command == WireCommand::kTransact) {
-        end("it called on a connection that is not for its calls");
+        end("it called on a connection for this side's calls");
     } else if (command == WireCommand::kReply) {
-        end("it sent a reply that nobody waits for");
+        end("it sent an unexpected reply");
     } else {
         end("it sent an unknown command");
     }
@@ -41,11 +41,11 @@ void Session::referencesReturned(const Frame& frame) {
     bool isKnown;
     const bool becamePending = mObjects.referencesReturned(body.address, body.amount, &isKnown);
     if (!isKnown) {
-        LOG(DEBUG) << "Process " << mSetup.peer.pid << " gives back " << body.amount
+        LOG(DEBUG) << "Process " << mSetup.peer.pid << " returns " << body.amount
                    << " references that it does not have";
         return;
     }
-    // Perhaps the last thing this side ever has to say.
+    // There may be no later frame to carry it.
     if (becamePending && ServingContext::nestedConnection(*this) == nullptr) sendPending();
     tidyUp();
 }
@@ -66,7 +66,7 @@ bool Session::serveTransaction(Connection& connection, Frame& frame, Connection:
                                Clock::duration* busy) {
     Incoming incoming;
     if (!parse(frame, &incoming)) {
-        end("it sent a call that does not fit its own sizes");
+        end("it sent a call with inconsistent sizes");
         return true;
     }
     const WireTransaction transaction = incoming.transaction;
@@ -84,7 +84,7 @@ bool Session::serveTransaction(Connection& connection, Frame& frame, Connection:
         return true;
     }
     if (ServingContext::depth(*this) >= kMaxNesting) {
-        end("its calls inside calls are nested too deep");
+        end("its calls are nested too deeply");
         return true;
     }
     AIBinder* local = mObjects.called(transaction.address);
@@ -133,15 +133,16 @@ void Session::serveCall(Connection& connection, IncomingCall& call, Connection::
         }
         if (busy != nullptr) *busy += Clock::now() - begin;
         connection.setPeerWaits(false);
-        call.in.reset();  // what it held is given back in front of the reply
+        call.in.reset();  // its DEC_STRONGs travel with the reply
         reply(connection, call.status, *out, full);
-        if (forwards && call.status == STATUS_TIMED_OUT) end("it does not read what it asked for");
+        if (forwards && call.status == STATUS_TIMED_OUT)
+            end("it does not read its dump or shell command's output");
     }
     call.local->decStrong();
 }
 
-// Dumps and shell commands may write to somebody who does not read: they get threads of their own.
-// The connection goes with the call.
+// Dumps and shell commands may have to wait for a reader: they get threads of their own. The
+// connection's ownership goes with the call.
 bool Session::serveElsewhere(Connection& connection, IncomingCall& call) {
     auto shared = std::make_shared<IncomingCall>(std::move(call));
     auto held = std::static_pointer_cast<Connection>(connection.shared_from_this());
@@ -200,7 +201,7 @@ void Session::serveOneway(const WireTransaction& transaction, AIBinder* local, P
                          << transaction.asyncNumber << "; ignoring it";
             return;
         case OnewayQueue::Arrival::kRefused:
-            end("too many oneway calls, or one with descriptors, wait for an earlier one");
+            end("too many oneway calls, or one with descriptors, arrived early");
             return;
     }
     // This thread also runs what has become due meanwhile, on whichever connection it came.

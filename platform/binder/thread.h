@@ -8,7 +8,7 @@
 
 namespace android::host {
 
-// Starts a thread that nobody joins. False when the system has no thread left; std::thread would
+// Starts a detached thread. False when the system has no thread left; std::thread would
 // end the process.
 [[nodiscard]] inline bool startThread(const char* name, std::function<void()> run) {
     struct Start {

@@ -51,8 +51,7 @@ unique_fd listenUnix(const std::string& path) {
     Address address(path);
     unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!address.valid) errno = ENAMETOOLONG;
-    // The mode of a socket file comes from its descriptor, so nobody else can connect at any
-    // moment.
+    // The mode of a socket file comes from its descriptor, so other users can never connect.
     if (!fd.ok() || !address.valid || fchmod(fd.get(), 0600) != 0 ||
         bind(fd.get(), address.get(), sizeof(address.address)) != 0 ||
         listen(fd.get(), SOMAXCONN) != 0) {

@@ -11,8 +11,8 @@
 
 namespace android::host {
 
-// A blocking, close-on-exec socket connected to `path`; not ok (errno says why) when nobody
-// listens.
+// A blocking, close-on-exec socket connected to `path`; not ok (errno says why) when no
+// process listens.
 android::base::unique_fd connectUnix(const std::string& path);
 
 // A non-blocking, close-on-exec socket that listens at `path`, which must not exist; for this user

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char32_t kReplacement = 0xfffd;
 
-// What is no UTF-8 becomes replacement characters, one a byte.
+// Each byte that is not UTF-8 becomes a replacement character.
 char32_t nextCodePoint(std::string_view* text) {
     const char32_t c = takeCharacter(text);
     return c != kNoCharacter ? c : kReplacement;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Strings are UTF-8 in our interfaces and UTF-16 on the wire. Bytes that are no UTF-8, where the
+// Strings are UTF-8 in our interfaces and UTF-16 on the wire. Bytes that are not UTF-8, where the
 // caller has let them through, and surrogates without a partner become U+FFFD.
 #pragma once
 

@@ -2,7 +2,7 @@
 //
 // Stands in for the device's VINTF manifest. Of a fragment it reads what names an AIDL instance:
 // within each <hal>, the <name> of the package and each <fqname>, or each <interface> with its
-// <name> and <instance>s. It is no XML validator.
+// <name> and <instance>s. It is not an XML validator.
 #pragma once
 
 #include <string>

@@ -37,24 +37,6 @@ Bytes framed(size_t bodySize) {
     return frameOf(WireCommand::kReply, Bytes(bodySize, 0x5a));
 }
 
-TEST(FrameBufferTest, FramesComeOutWhereverTheStreamIsCut) {
-    Bytes stream = framed(0);
-    append(&stream, framed(7));
-    append(&stream, framed(5000));
-    for (size_t cut = 0; cut <= stream.size(); ++cut) {
-        FrameBuffer buffer;
-        Frame frame;
-        std::vector<size_t> sizes;
-        for (const Bytes& part : {Bytes(stream.begin(), stream.begin() + static_cast<long>(cut)),
-                                  Bytes(stream.begin() + static_cast<long>(cut), stream.end())}) {
-            feed(&buffer, part);
-            while (buffer.next(&frame) == Result::kFrame) sizes.push_back(frame.body.size());
-        }
-        ASSERT_EQ((std::vector<size_t>{0, 7, 5000}), sizes) << "cut at " << cut;
-        ASSERT_TRUE(buffer.empty());
-    }
-}
-
 TEST(FrameBufferTest, AnAnnouncedBodyCostsNoMemory) {
     FrameBuffer buffer;
     Bytes header;

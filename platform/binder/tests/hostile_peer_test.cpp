@@ -74,7 +74,7 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
         {"the last give-back, then a ping", joined(decStrong(kRoot, 1), goodPing), kEnds},
         {"give-back of a wrong size", frameOf(WireCommand::kDecStrong, Bytes(8)), kEnds},
         {"unknown command", frameOf(WireCommand{7}, {}), kEnds},
-        {"reply nobody waits for", frameOf(WireCommand::kReply, Bytes(20)), kEnds},
+        {"unexpected reply", frameOf(WireCommand::kReply, Bytes(20)), kEnds},
         {"body shorter than a transaction", frameOf(WireCommand::kTransact, Bytes(20)), kEnds},
         {"parcel larger than the body", patched(goodPing, kParcelSizeAt, int32(1000)), kEnds},
         {"object table of 3 bytes", echoFrame(echo::kPing, {}, Bytes(3)), kEnds},
@@ -178,7 +178,7 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
         ASSERT_TRUE(reply) << row.what;
         EXPECT_EQ(row.status, reply->replyStatus()) << row.what;
     }
-    EXPECT_EQ(before, openDescriptors());
+    EXPECT_TRUE(eventually([&] { return openDescriptors() <= before; }));
 
     // More than one message may carry, in pieces of an unfinished frame.
     Bytes half = dumpFrame();
@@ -228,7 +228,7 @@ TEST_F(HostilePeerTest, OnewayCallsRunInTheirOrderWhateverConnectionBringsThem) 
     std::mutex lock;
     std::vector<int> seen;
     mServer.onPing([&](int x) {
-        std::lock_guard guard(lock);
+        std::lock_guard held(lock);
         seen.push_back(x);
     });
     RawPeer first = openRaw();
@@ -244,7 +244,7 @@ TEST_F(HostilePeerTest, OnewayCallsRunInTheirOrderWhateverConnectionBringsThem) 
     first.send(onewayFrame(0));
     first.send(onewayFrame(1));
     EXPECT_TRUE(eventually([&] {
-        std::lock_guard guard(lock);
+        std::lock_guard held(lock);
         return seen.size() == 7;
     }));
     EXPECT_EQ((std::vector<int>{100, 101, 0, 1, 2, 0, 1}), seen);

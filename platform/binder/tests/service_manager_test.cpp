@@ -143,12 +143,5 @@ TEST_F(ServiceManagerTest, LongFoldersWorkAndOpenFoldersDoNot) {
     EXPECT_EQ(1, test_support::run({ECHO_PEER, "serve", "deep/other"}).exitStatus);
 }
 
-TEST_F(ServiceManagerTest, DeclaredInstancesComeFromTheFragments) {
-    EXPECT_FALSE(AServiceManager_isDeclared("vendor.a.IThing/default"));
-    std::ofstream(makeFolder("/vintf") + "/a.xml")
-        << "<manifest><hal><name>vendor.a</name><fqname>IThing/default</fqname></hal></manifest>";
-    EXPECT_TRUE(AServiceManager_isDeclared("vendor.a.IThing/default"));
-}
-
 }  // namespace
 }  // namespace android::host::test

@@ -52,7 +52,7 @@ typedef struct AIBinder_Weak AIBinder_Weak;
 struct AIBinder_Class;
 typedef struct AIBinder_Class AIBinder_Class;
 
-// Somebody to tell when objects of other processes die.
+// Called when objects of other processes die.
 struct AIBinder_DeathRecipient;
 typedef struct AIBinder_DeathRecipient AIBinder_DeathRecipient;
 
@@ -66,10 +66,10 @@ typedef void* _Nullable (*AIBinder_Class_onCreate)(void* _Nullable args);
 typedef void (*AIBinder_Class_onDestroy)(void* _Nullable userData);
 
 // Serves one call on a local object. Runs on a thread of the pool, or on the caller's own when the
-// call comes from this process. `in` stands behind the interface descriptor, which has been
-// checked; both parcels belong to the runtime and are gone afterwards. For a oneway call `out` is
-// discarded. Returns STATUS_OK when `out` holds the answer, STATUS_UNKNOWN_TRANSACTION for a number
-// it does not know, else the transport status the caller shall see instead of an answer.
+// call comes from this process. `in` is positioned after the interface descriptor, which has
+// been checked; both parcels belong to the runtime and are gone afterwards. For a oneway call `out`
+// is discarded. Returns STATUS_OK when `out` holds the answer, STATUS_UNKNOWN_TRANSACTION for a
+// number it does not know, else the transport status that the caller gets instead of an answer.
 typedef binder_status_t (*AIBinder_Class_onTransact)(AIBinder* _Nonnull binder,
                                                      transaction_code_t code,
                                                      const AParcel* _Nonnull in,
@@ -109,7 +109,7 @@ bool AIBinder_isRemote(const AIBinder* _Nullable binder);
 // alive. False for null. A true may be out of date by the time it is looked at.
 bool AIBinder_isAlive(const AIBinder* _Nullable binder);
 
-// Asks the object's process for a sign of life. STATUS_OK at once for a local object,
+// Checks that the object's process responds. STATUS_OK at once for a local object,
 // STATUS_UNEXPECTED_NULL for null. Blocks.
 binder_status_t AIBinder_ping(AIBinder* _Nullable binder);
 
@@ -122,7 +122,7 @@ binder_status_t AIBinder_dump(AIBinder* _Nullable binder, int fd,
                               const char* _Nullable* _Nullable args, uint32_t numArgs);
 
 // The user and process that made the call this thread is serving; this process itself when it
-// serves none. Known from the socket's credentials, so nobody can forge them. In a oneway call the
+// serves none. From the socket's credentials, which cannot be forged. In a oneway call the
 // process is 0: whoever made it may be gone.
 __attribute__((warn_unused_result)) uid_t AIBinder_getCallingUid(void);
 __attribute__((warn_unused_result)) pid_t AIBinder_getCallingPid(void);
@@ -156,7 +156,7 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* _Nullable binder,
 
 // Makes the call. Takes ownership of *in in any case and sets it to null; `in` must come from
 // AIBinder_prepareTransaction for the same object, else STATUS_BAD_VALUE.
-// With STATUS_OK the caller owns the answer in *out, which stands at its beginning; on an error
+// With STATUS_OK the caller owns the answer in *out, which is positioned at its start; on an error
 // *out is null.
 //
 // Blocks until the answer is there, for as long as the other side takes. While it waits, this
@@ -196,7 +196,7 @@ AIBinder* _Nullable AIBinder_Weak_promote(AIBinder_Weak* _Nullable weakBinder);
 typedef void (*AIBinder_DeathRecipient_onBinderDied)(void* _Nullable cookie);
 
 // Tells that the runtime will not use a link's cookie again: after its death call, after
-// AIBinder_unlinkToDeath, when an AIBinder_linkToDeath fails, when nobody holds the object any more
+// AIBinder_unlinkToDeath, when an AIBinder_linkToDeath fails, with the last reference to the object
 // or when the recipient is deleted. Once per link.
 typedef void (*AIBinder_DeathRecipient_onBinderUnlinked)(void* _Nullable cookie);
 
@@ -213,13 +213,13 @@ void AIBinder_DeathRecipient_setOnUnlinked(
 // already runs on another thread may go on until it returns.
 void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* _Nullable recipient);
 
-// Has the recipient told, with `cookie`, when the object dies. Somebody has to hold the object and
-// the recipient: the link ends without a death call with either. The cookie is the caller's: the
-// runtime only passes it on. May block while a connection for the other side's calls is opened.
-// STATUS_DEAD_OBJECT when the object is dead already, STATUS_FAILED_TRANSACTION when the server
-// accepts no such connection, STATUS_INVALID_OPERATION for a local object, which dies with this
-// process only, STATUS_UNEXPECTED_NULL for a null object or recipient. Nothing is linked then; but
-// for a null, the recipient's onUnlinked has been called.
+// Calls the recipient with `cookie` when the object dies. The caller keeps a reference to the
+// object and keeps the recipient: the link ends without a death call with either. The cookie is the
+// caller's: the runtime only passes it on. May block while a connection for the other side's calls
+// is opened. STATUS_DEAD_OBJECT when the object is dead already, STATUS_FAILED_TRANSACTION when the
+// server accepts no such connection, STATUS_INVALID_OPERATION for a local object, which dies with
+// this process only, STATUS_UNEXPECTED_NULL for a null object or recipient. Nothing is linked then;
+// but for a null, the recipient's onUnlinked has been called.
 binder_status_t AIBinder_linkToDeath(AIBinder* _Nullable binder,
                                      AIBinder_DeathRecipient* _Nullable recipient,
                                      void* _Nullable cookie);

@@ -108,7 +108,7 @@ class ICInterface : public SharedRefBase {
 
     // The implementation behind a local object of an interface, with the type ICInterface. Null for
     // a proxy, for null, and for an object without user data. The object's class must have been
-    // made by defineClass, which AIBinder_associateClass with such a class has made sure of.
+    // made by defineClass, which AIBinder_associateClass with such a class ensures.
     static inline std::shared_ptr<ICInterface> asInterface(AIBinder* binder);
 
     // The class of an interface, for a static initialiser of generated code: objects made with it
@@ -141,7 +141,7 @@ class BnCInterface : public INTERFACE {
     BnCInterface() = default;
     ~BnCInterface() override = default;
 
-    // The same binder object as long as anybody holds it, made at the first call.
+    // The same binder object as long as it has references, made at the first call.
     SpAIBinder asBinder() override;
 
     bool isRemote() override { return false; }
@@ -236,7 +236,7 @@ inline binder_status_t ICInterface::ICInterfaceData::handleShellCommand(AIBinder
 
 template <typename INTERFACE>
 SpAIBinder BnCInterface<INTERFACE>::asBinder() {
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard lock(mMutex);
     SpAIBinder binder = mWeakBinder.promote();
     if (binder.get() == nullptr) {
         binder = createBinder();

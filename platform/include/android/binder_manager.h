@@ -23,15 +23,15 @@ __BEGIN_DECLS
 
 // Offers a local object under a name for as long as the process lives; the runtime keeps a
 // reference. EX_NONE when it is registered. EX_ILLEGAL_ARGUMENT for a null object, the object of
-// another process or a name that is none, EX_ILLEGAL_STATE when another living process has the
-// name, EX_SECURITY when the run-time folder is not this user's own or open to others,
-// EX_TRANSACTION_FAILED when the socket cannot be made. What a dead process left under the name is
-// replaced.
+// another process or an invalid name, EX_ILLEGAL_STATE when another living process has the name or
+// the socket cannot be made, EX_SECURITY when the run-time folder is not this user's own or open to
+// others. What a dead process left under the name is replaced.
 __attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
     AIBinder* _Nonnull binder, const char* _Nonnull instance);
 
-// The object of that name with a reference owned by the caller, or null when nobody serves it now.
-// Blocks only for opening the session. A name of this process gives the local object.
+// The object of that name with a reference owned by the caller, or null when the
+// service is not running. Blocks only to open the session. A name registered by this process gives
+// the local object.
 __attribute__((warn_unused_result))
 AIBinder* _Nullable AServiceManager_checkService(const char* _Nonnull instance);
 
@@ -39,12 +39,13 @@ AIBinder* _Nullable AServiceManager_checkService(const char* _Nonnull instance);
 __attribute__((warn_unused_result))
 AIBinder* _Nullable AServiceManager_getService(const char* _Nonnull instance);
 
-// As above without a limit: returns when the name is served, which may be never. Null only when the
-// name is none or the run-time folder cannot be used.
+// As above without a limit: returns once the service is running, which may be never. Null only when
+// the name is invalid.
 __attribute__((warn_unused_result))
 AIBinder* _Nullable AServiceManager_waitForService(const char* _Nonnull instance);
 
-// True when a VINTF fragment in the run-time folder declares the name, whether it is served or not.
+// True when a VINTF fragment in the run-time folder declares the name, whether the service is
+// running or not.
 __attribute__((warn_unused_result)) bool AServiceManager_isDeclared(const char* _Nonnull instance);
 
 __END_DECLS

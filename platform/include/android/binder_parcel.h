@@ -2,9 +2,9 @@
 //
 // AParcel: the bytes, objects and descriptors of one call or one answer, written and read in order.
 //
-// A parcel has one position, shared by reading and writing. Each read moves it behind the item; a
+// A parcel has one position, shared by reading and writing. Each read moves it past the item; a
 // read that fails leaves it where it was or inside the failed item, so after an error a parcel is
-// only good for being deleted or positioned anew. A write that fails leaves the contents
+// only good for being deleted or repositioned. A write that fails leaves the contents
 // unusable. Every item begins at a multiple of four bytes.
 //
 // Null. Where a parameter is nullable, null is written as a length of -1 and read back as one:
@@ -49,7 +49,7 @@ typedef struct AParcel AParcel;
 // An empty parcel that belongs to no call. Owned by the caller, to give to AParcel_delete.
 AParcel* _Nonnull AParcel_create(void) __attribute__((warn_unused_result));
 
-// Frees a parcel and what it holds: references, and the descriptors nobody has taken. Takes null.
+// Frees a parcel and what it holds: references, and descriptors that were not taken. Takes null.
 void AParcel_delete(AParcel* _Nullable parcel);
 
 // Moves the position, in bytes from the start, at most the size and not negative: else
@@ -79,7 +79,7 @@ binder_status_t AParcel_unmarshal(AParcel* _Nonnull parcel, const uint8_t* _Nonn
 binder_status_t AParcel_writeStrongBinder(AParcel* _Nonnull parcel, AIBinder* _Nullable binder);
 
 // Reads an object with a new reference owned by the caller, or null. An error, among them
-// STATUS_BAD_TYPE, for what is no binder, has an address nobody could have sent, or a stability
+// STATUS_BAD_TYPE, for an item that is not a binder, has an invalid address, or a stability that
 // this side does not accept; *binder is then null.
 binder_status_t AParcel_readStrongBinder(const AParcel* _Nonnull parcel,
                                          AIBinder* _Nullable* _Nonnull binder);
@@ -90,8 +90,9 @@ binder_status_t AParcel_readStrongBinder(const AParcel* _Nonnull parcel,
 binder_status_t AParcel_writeParcelFileDescriptor(AParcel* _Nonnull parcel, int fd);
 
 // Reads a descriptor, close-on-exec and owned by the caller, or -1 for null. STATUS_BAD_TYPE when
-// the item is no descriptor, STATUS_INVALID_OPERATION when it comes with a channel for its state,
-// which only other kinds of sender make, -errno when this process can open no more. *fd is then -1.
+// the item is not a descriptor, STATUS_INVALID_OPERATION when it comes with a channel for its
+// state, which only other kinds of sender make, -errno when this process can open no more. *fd is
+// then -1.
 binder_status_t AParcel_readParcelFileDescriptor(const AParcel* _Nonnull parcel, int* _Nonnull fd);
 
 // Writes how a method ended, at the head of an answer. A status with EX_TRANSACTION_FAILED is not

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The part of binder_parcel_utils.h that knows scalars and lists of scalars. Not to be included by
-// itself, and no name in it is for others to use: the platform has no such header.
+// itself, and its names are internal: the platform has no such header.
 
 #pragma once
 

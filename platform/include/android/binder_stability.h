@@ -15,7 +15,7 @@
 __BEGIN_DECLS
 
 // Flags that generated stubs pass to AIBinder_transact for calls that stay within one partition.
-// All of Linux is one, so the local flag is none at all.
+// Linux is one partition, so the local flag is 0.
 enum {
     FLAG_PRIVATE_VENDOR = 0x10000000,
     FLAG_PRIVATE_LOCAL = 0,

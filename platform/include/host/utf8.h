@@ -11,10 +11,10 @@
 
 namespace android::host {
 
-// What takeCharacter gives for bytes that are no UTF-8.
+// What takeCharacter gives for bytes that are not UTF-8.
 inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
-// Takes the first character off `*text`, which is not empty. What is no UTF-8 (a cut sequence, an
+// Takes the first character off `*text`, which is not empty. What is not UTF-8 (a cut sequence, an
 // overlong form, a surrogate, a number beyond 0x10FFFF) costs one byte and gives kNoCharacter.
 inline char32_t takeCharacter(std::string_view* text) {
     constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};

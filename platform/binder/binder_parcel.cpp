@@ -21,7 +21,7 @@ constexpr int32_t kNullCount = -1;
 // In the place of an exception: a head of extra data, which its own size lets a reader skip.
 constexpr int32_t kHasReplyHeader = -128;
 
-// Arrays of items that stand in the parcel as they stand in memory.
+// Arrays whose items have the same layout in the parcel and in memory.
 template <typename T>
 binder_status_t writeArray(AParcel* parcel, const T* data, int32_t length) {
     if (length < kNullCount || (data == nullptr && length > 0)) return STATUS_BAD_VALUE;
@@ -164,7 +164,7 @@ binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd)
 }
 
 binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status) {
-    // A call that failed as such has no status to send: the frame says so.
+    // A failed transaction has no status header: the frame carries its status.
     if (AStatus_getExceptionCode(status) == EX_TRANSACTION_FAILED) return AStatus_getStatus(status);
     binder_exception_t exception = AStatus_getExceptionCode(status);
     parcel->writeValue(exception);
@@ -319,7 +319,7 @@ binder_status_t AParcel_readBoolArray(const AParcel* parcel, void* arrayData,
         });
 }
 
-// Characters of an array stand in 32 bits each.
+// Each character of an array takes 32 bits.
 binder_status_t AParcel_writeCharArray(AParcel* parcel, const char16_t* arrayData, int32_t length) {
     if (arrayData == nullptr && length > 0) return STATUS_BAD_VALUE;
     return writeElements(parcel, length,

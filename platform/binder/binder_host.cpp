@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The calling side of shell commands, which the NDK does not offer.
+#include "host/binder_host.h"
+
+#include <android-base/logging.h>
 #include <android/binder_auto_utils.h>
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <utility>
 
 #include "binder.h"
-#include "host/binder_host.h"
+#include "host/runtime_dir.h"
 #include "parcel.h"
+#include "service_lock.h"
 #include "session.h"
 
 namespace android::host {
@@ -55,14 +59,46 @@ binder_status_t awaitResult(Result& result, binder_status_t* status)
     std::unique_lock lock(result.lock);
     auto end = std::chrono::steady_clock::now() + kResultTimeout;
     while (!result.known) {
-        if (result.arrived.wait_until(lock, end) == std::cv_status::timeout)
+        if (result.arrived.wait_until(lock, end) == std::cv_status::timeout) {
             return STATUS_TIMED_OUT;
+        }
     }
     *status = result.status;
     return STATUS_OK;
 }
 
+void listFolder(const std::string& folder, const std::string& prefix,
+                std::vector<std::string>* names) {
+    std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(folder.c_str()), closedir);
+    if (!dir) return;
+    while (const dirent* entry = readdir(dir.get())) {
+        std::string name = entry->d_name;
+        if (name.starts_with('.')) continue;
+        if (entry->d_type == DT_DIR) listFolder(folder + "/" + name, prefix + name + "/", names);
+        if (entry->d_type == DT_SOCK && isServed(folder + "/" + name)) {
+            names->push_back(prefix + name);
+        }
+    }
+}
+
 }  // namespace
+
+std::vector<std::string> listServices() {
+    std::string folder;
+    std::string error;
+    if (!hostRuntimeSubdir("binder", &folder, &error)) {
+        LOG(ERROR) << error;
+        return {};
+    }
+    std::vector<std::string> names;
+    listFolder(folder, "", &names);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+AIBinder* connectService(const std::string& path) {
+    return Session::connect(path);
+}
 
 binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
                              const std::vector<std::string>& args, binder_status_t* result) {
@@ -77,7 +113,7 @@ binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
     }
     request.writeValue(static_cast<int32_t>(args.size()));
     for (const std::string& arg : args) request.writeString(arg);
-    request.writeBinder(nullptr);  // no shell callback: nobody opens files in our name
+    request.writeBinder(nullptr);  // no shell callback: no files are opened for the service
     auto* state = new Result;
     ndk::SpAIBinder receiver(AIBinder_new(resultReceiverClass(), state));
     request.writeBinder(receiver.get());

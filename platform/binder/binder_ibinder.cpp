@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The C functions of android/binder_ibinder.h, binder_shell.h and binder_stability.h.
+#include "binder.h"
+
 #include <android-base/logging.h>
 #include <android/binder_ibinder.h>
 #include <android/binder_shell.h>
@@ -10,8 +12,8 @@
 
 #include <utility>
 
-#include "binder.h"
 #include "parcel.h"
+#include "serving_context.h"
 #include "session.h"
 
 using namespace android::host;
@@ -96,19 +98,19 @@ binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint3
     if (binder == nullptr) return STATUS_UNEXPECTED_NULL;
     AParcel in;
     AParcel out;
-    // A descriptor that is none is what the platform finds when it sends the call.
+    // The platform finds an invalid descriptor only when it sends the call.
     if (writeFdCopy(&in, fd) != STATUS_OK) return STATUS_FAILED_TRANSACTION;
     writeArguments(&in, args, numArgs);
     return binder->transact(kDumpCode, in, out, 0);
 }
 
 uid_t AIBinder_getCallingUid() {
-    const Caller* caller = CallerScope::current();
+    const Caller* caller = ServingContext::caller();
     return caller != nullptr ? caller->uid : getuid();
 }
 
 pid_t AIBinder_getCallingPid() {
-    const Caller* caller = CallerScope::current();
+    const Caller* caller = ServingContext::caller();
     return caller != nullptr ? caller->pid : getpid();
 }
 
@@ -217,7 +219,7 @@ binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* 
     if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
     ProxyBinder* proxy = asProxy(binder);
     const std::shared_ptr<DeathLink> link = recipient->makeLink(cookie);
-    // An object of this process dies with everybody who could be told.
+    // An object of this process dies with all who could be told.
     const binder_status_t status = proxy == nullptr ? STATUS_INVALID_OPERATION : proxy->link(link);
     if (status != STATUS_OK) link->end();
     return status;

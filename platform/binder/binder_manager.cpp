@@ -6,42 +6,33 @@
 #include <android-base/logging.h>
 #include <android/binder_auto_utils.h>
 #include <android/binder_manager.h>
-#include <dirent.h>
 #include <errno.h>
-#include <fcntl.h>
 #include <string.h>
-#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <functional>
 #include <map>
 #include <mutex>
-#include <sstream>
 #include <string_view>
 #include <thread>
 
-#include "host/binder_host.h"
 #include "host/runtime_dir.h"
 #include "listener.h"
+#include "service_lock.h"
 #include "unix_socket.h"
 #include "vintf.h"
 
-namespace android::host {
-namespace {
-
+using namespace android::host;
 using android::base::unique_fd;
+
+namespace {
 
 constexpr size_t kMaxNameLength = 127;     // as the platform's service manager
 constexpr size_t kMaxLastPartLength = 80;  // what is left of a socket address by a short folder
-constexpr std::string_view kLockSuffix = ".lock";
 constexpr std::chrono::milliseconds kLookAgainAfter(20);
-constexpr std::chrono::milliseconds kLockAgainAfter(1);
-constexpr int kLockTries = 50;
 
 bool isValidName(std::string_view name) {
     if (name.empty() || name.size() > kMaxNameLength) return false;
@@ -69,7 +60,7 @@ Registry& registry() {
     return *instance;
 }
 
-// Where the service's socket stands; empty, with the reason in the log, when it can stand nowhere.
+// The path of the service's socket; empty, with the reason in the log, when there can be none.
 std::string socketPath(const std::string& name) {
     size_t slash = name.rfind('/');
     std::string folder = "binder";
@@ -81,28 +72,6 @@ std::string socketPath(const std::string& name) {
         return {};
     }
     return path + "/" + (slash == std::string::npos ? name : name.substr(slash + 1));
-}
-
-unique_fd openLock(const std::string& socket, int flags) {
-    return unique_fd(open((socket + std::string(kLockSuffix)).c_str(),
-                          flags | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
-}
-
-// Takes the lock of a name, unless another process serves it. Whoever looks for the name holds the
-// lock for a moment, see isServed().
-bool lockForGood(const unique_fd& lock) {
-    for (int tries = 0; flock(lock.get(), LOCK_EX | LOCK_NB) != 0; ++tries) {
-        if (errno != EWOULDBLOCK || tries == kLockTries) return false;
-        std::this_thread::sleep_for(kLockAgainAfter);
-    }
-    return true;
-}
-
-bool isServed(const std::string& socket) {
-    unique_fd lock = openLock(socket, 0);
-    if (lock.ok()) return flock(lock.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    // A server built on another library listens there without a lock.
-    return errno == ENOENT && connectUnix(socket).ok();
 }
 
 // Every connection is a descriptor: a service should not run out of them before its users do.
@@ -123,7 +92,20 @@ bool removeLeftover(const std::string& socket) {
     return unlink(socket.c_str()) == 0;
 }
 
-binder_exception_t addService(AIBinder* binder, const std::string& name) {
+// Polls: nothing announces a service that starts.
+AIBinder* lookFor(const char* name, std::chrono::milliseconds limit) {
+    auto end = std::chrono::steady_clock::now() + limit;
+    while (true) {
+        if (AIBinder* binder = AServiceManager_checkService(name)) return binder;
+        if (limit.count() >= 0 && std::chrono::steady_clock::now() >= end) return nullptr;
+        std::this_thread::sleep_for(kLookAgainAfter);
+    }
+}
+
+}  // namespace
+
+binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
+    const std::string name = instance;
     if (binder == nullptr || binder->isRemote()) return EX_ILLEGAL_ARGUMENT;
     if (!isValidName(name)) {
         LOG(ERROR) << "'" << name << "' cannot be the name of a service: at most " << kMaxNameLength
@@ -133,12 +115,12 @@ binder_exception_t addService(AIBinder* binder, const std::string& name) {
     }
     std::string path = socketPath(name);
     if (path.empty()) return EX_SECURITY;
-    unique_fd lock = openLock(path, O_CREAT);
-    if (!lock.ok()) {
+    unique_fd serviceLock = openLock(path, /*create=*/true);
+    if (!serviceLock.ok()) {
         PLOG(ERROR) << "Cannot open the lock of " << path;
         return EX_ILLEGAL_STATE;
     }
-    if (!lockForGood(lock)) {
+    if (!takeLock(serviceLock)) {
         LOG(ERROR) << "Service '" << name << "' is already registered by another process";
         return EX_ILLEGAL_STATE;
     }
@@ -156,18 +138,19 @@ binder_exception_t addService(AIBinder* binder, const std::string& name) {
         return EX_ILLEGAL_STATE;
     }
     Registry& names = registry();
-    std::lock_guard guard(names.lock);
+    std::lock_guard lock(names.lock);
     binder->incStrong();
     names.served[name] = ndk::SpAIBinder(binder);
-    names.locks.push_back(std::move(lock));
+    names.locks.push_back(std::move(serviceLock));
     return EX_NONE;
 }
 
-AIBinder* checkService(const std::string& name) {
+AIBinder* AServiceManager_checkService(const char* instance) {
+    const std::string name = instance;
     if (!isValidName(name)) return nullptr;
     Registry& names = registry();
     {
-        std::lock_guard guard(names.lock);
+        std::lock_guard lock(names.lock);
         if (auto own = names.served.find(name); own != names.served.end()) {
             own->second.get()->incStrong();
             return own->second.get();
@@ -182,64 +165,9 @@ AIBinder* checkService(const std::string& name) {
     if (path.empty() || !isServed(path)) return nullptr;
     AIBinder* binder = Session::connect(path);
     if (binder == nullptr) return nullptr;
-    std::lock_guard guard(names.lock);
+    std::lock_guard lock(names.lock);
     names.known[name].set(AIBinder_Weak_new(binder));
     return binder;
-}
-
-// Looks again and again, since a name that appears tells nobody.
-AIBinder* lookFor(const std::string& name, std::chrono::milliseconds limit) {
-    auto end = std::chrono::steady_clock::now() + limit;
-    while (true) {
-        if (AIBinder* binder = checkService(name)) return binder;
-        if (limit.count() >= 0 && std::chrono::steady_clock::now() >= end) return nullptr;
-        std::this_thread::sleep_for(kLookAgainAfter);
-    }
-}
-
-void listFolder(const std::string& folder, const std::string& prefix,
-                std::vector<std::string>* names) {
-    std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(folder.c_str()), closedir);
-    if (!dir) return;
-    while (const dirent* entry = readdir(dir.get())) {
-        std::string name = entry->d_name;
-        if (name.starts_with('.')) continue;
-        if (entry->d_type == DT_DIR) listFolder(folder + "/" + name, prefix + name + "/", names);
-        if (entry->d_type == DT_SOCK && isServed(folder + "/" + name)) {
-            names->push_back(prefix + name);
-        }
-    }
-}
-
-}  // namespace
-
-std::vector<std::string> listServices() {
-    std::string folder;
-    std::string error;
-    if (!hostRuntimeSubdir("binder", &folder, &error)) {
-        LOG(ERROR) << error;
-        return {};
-    }
-    std::vector<std::string> names;
-    listFolder(folder, "", &names);
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-AIBinder* connectService(const std::string& path) {
-    return Session::connect(path);
-}
-
-}  // namespace android::host
-
-using namespace android::host;
-
-binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
-    return addService(binder, instance);
-}
-
-AIBinder* AServiceManager_checkService(const char* instance) {
-    return checkService(instance);
 }
 
 // As on the platform, a service that is about to start is waited for, but not for long.
