@@ -16,14 +16,14 @@ struct CertificateSlot {
     bool present = false;
     Bytes chain;  // as shipped: length, root hash, manufacturer and product unit certificates
     Bytes key;    // PKCS #8 DER
-    int32_t flippedByte = -1;  // offset of a byte that is sent with all its bits changed
+    int32_t flippedByte = -1;  // offset of a byte that is sent inverted; -1: none
 
     // The chain with the changed byte, as the dock sends it.
     std::vector<uint8_t> sentChain() const;
 };
 
-// The dock's side of WPC (Qi) authentication. Requests that make no sense get the protocol's ERROR
-// answer. A value type.
+// The dock's side of WPC (Qi) authentication. Malformed requests get the protocol's ERROR answer. A
+// value type.
 class WpcAuthenticator {
   public:
     static constexpr size_t kSlots = 4;
@@ -33,7 +33,7 @@ class WpcAuthenticator {
         kRight,
         kReplayed,   // the signature before this one; the first is right
         kWrongSlot,  // the key of another slot
-        kGarbage,    // 64 bytes that are no signature
+        kGarbage,    // 64 bytes that are not a signature
     };
 
     WpcAuthenticator();
@@ -44,7 +44,7 @@ class WpcAuthenticator {
     int32_t claimedLength = -1;  // the chain length that is sent; -1: the true one
     uint8_t error = 0;           // not 0: every answer is this ERROR
 
-    // Digests are of the shipped chains, whatever byte is changed on its way.
+    // Digests are of the shipped chains, even when a byte is sent inverted.
     uint8_t populatedMask() const;
     Digest digest(size_t slot) const { return extras().sha256({slots[slot].chain}); }
 

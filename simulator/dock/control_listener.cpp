@@ -49,7 +49,7 @@ bool ControlListener::open(const std::string& path, std::string* error) {
         return false;
     }
     if (flock(mLock.get(), LOCK_EX | LOCK_NB) != 0) {
-        *error = "another virtual dock is served at " + path;
+        *error = "another virtual dock listens at " + path;
         return false;
     }
     struct stat status;
@@ -59,14 +59,13 @@ bool ControlListener::open(const std::string& path, std::string* error) {
             return false;
         }
         if (isServed(address)) {
-            *error = "another process is served at " + path;
+            *error = "another process listens at " + path;
             return false;
         }
         unlink(path.c_str());
     }
     mSocket.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    // The socket's file takes the mode of the socket itself, so it is private from its first
-    // moment.
+    // The file takes the mode of the socket, so it is private from the start.
     if (mSocket >= 0 && fchmod(mSocket.get(), 0600) == 0 &&
         bind(mSocket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
         listen(mSocket.get(), kBacklog) == 0) {

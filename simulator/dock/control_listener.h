@@ -7,12 +7,12 @@
 
 namespace virtual_dock {
 
-// A listening Unix socket that no second process can take while it lives: <path>.lock is locked
-// for as long. Closes both when destroyed; the socket's name stays and is replaced by the next.
+// A listening Unix socket that no other process can replace while this object lives: it holds a
+// lock on <path>.lock. The socket file stays behind; the next listener replaces it.
 class ControlListener {
   public:
-    // Replaces what a dead process left at `path`; leaves a live one, and what is not a socket,
-    // alone. False with a message for people when it does not listen.
+    // Replaces what a dead process left at `path`; leaves a live socket, and anything
+    // that is not a socket, alone. False with a message when it cannot listen.
     [[nodiscard]] bool open(const std::string& path, std::string* error);
 
     int descriptor() const { return mSocket.get(); }  // -1 when it does not listen

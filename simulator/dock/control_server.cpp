@@ -67,7 +67,7 @@ void ControlServer::sendPendingEvents() {
     for (const Event event : mDock->clearWake()) {
         const UeventOutcome outcome = sendUevent(event);
         if (!outcome.sent) {
-            __android_log_print(ANDROID_LOG_WARN, kLogTag, "a change without a uevent: %s",
+            __android_log_print(ANDROID_LOG_WARN, kLogTag, "no uevent was sent for a change: %s",
                                 outcome.detail.c_str());
         }
     }
@@ -110,7 +110,7 @@ void ControlServer::run() {
 void startProcessDock() {
     static std::once_flag once;
     std::call_once(once, [] {
-        // Like the dock they live until the process ends.
+        // These live until the process ends, as the dock does.
         auto* const listener = new ControlListener();
         std::string folder;
         std::string error;
@@ -119,7 +119,7 @@ void startProcessDock() {
             complain(error);
         }
         auto* const server = new ControlServer(&processDock(), listener);
-        // Signals are the business of the process's own threads.
+        // Signals are for the process's own threads.
         sigset_t all;
         sigset_t before;
         sigfillset(&all);

@@ -12,15 +12,15 @@
 
 namespace virtual_dock {
 
-// Serves the control socket and sends the uevents of what requests changed. One thread; it sleeps
-// in the kernel while nobody asks. At most kMaxClients at once; when one more comes, whoever has
-// been idle longest goes, those that follow the log last. Each has bounded buffers, and one that
-// does not read its replies is not read from.
+// Serves the control socket and sends the uevents of what requests changed. One thread, without
+// wake-ups while idle. At most kMaxClients at once; one more replaces the client that was idle
+// longest, followers of the log last. Each has bounded buffers, and nothing is read from one that
+// does not read its replies.
 class ControlServer {
   public:
     static constexpr size_t kMaxClients = 32;
 
-    // Works without a control socket when the listener does not listen. Both must outlive it.
+    // Without a listening socket it only sends uevents. Both must outlive it.
     ControlServer(VirtualDock* dock, ControlListener* listener);
     ~ControlServer();
     ControlServer(const ControlServer&) = delete;

@@ -128,6 +128,7 @@ Json dockJson(VirtualDock* dock) {
 Json entryJson(const LogEntry& entry) {
     return {{"number", entry.number},
             {"timeNs", entry.timeNs},
+            {"wallTimeNs", entry.wallTimeNs},
             {"operation", operationName(entry.operation)},
             {"type", entry.type},
             {"result", entry.result},

@@ -14,10 +14,10 @@ namespace virtual_dock {
 //
 // Finds the first element with the tag. kMalformedPacket when an element before it, or it itself,
 // does not fit the packet; kUnavailable when the packet is sound and has none. On kOk *value lies
-// inside the packet. Survives any packet.
+// inside the packet. Any packet is safe.
 Result findElement(Bytes packet, int32_t tag, Bytes* value);
 
-// What the dock says of itself. A value type.
+// What the dock reports about itself. A value type.
 struct DockInformation {
     static constexpr size_t kMaxPacket = 256;
 
@@ -27,8 +27,7 @@ struct DockInformation {
     uint8_t minor = 0;
     std::string versionName = "desk";
 
-    // The length of the packet; it can be sent when it is at most kMaxPacket and every element's
-    // value at most 255.
+    // Whether the packet has at most kMaxPacket bytes and each element at most 255.
     bool fits() const;
     void encode(AnswerBuffer* answer) const;
 };

@@ -31,7 +31,7 @@ struct Extras {
     bool (*inflate)(Bytes compressed, uint8_t* bytes, size_t size);
 };
 
-// Loads the library, which stands beside this one, at the first call; so a service that neither
+// Loads the library, which lies beside this one, at the first call, so that a service that neither
 // authenticates nor updates firmware has no OpenSSL in memory. It stays loaded. The process ends
 // with a message when it is missing. Any thread.
 const Extras& extras();

@@ -9,7 +9,7 @@
 
 namespace virtual_dock {
 
-// One thing that is to go wrong with an operation, or with one request type of it.
+// A fault injected into an operation, or into one request type of it.
 struct Fault {
     enum class Kind : uint8_t { kFail, kDelay, kAnswer };
 
@@ -22,26 +22,26 @@ struct Fault {
     std::optional<uint32_t> remaining;  // requests it still applies to; absent: until cleared
 };
 
-// What becomes of one request.
+// What the faults do to one request.
 struct FaultOutcome {
     uint32_t delayMs = 0;
     uint32_t result = 0;  // not 0: the request fails with it and changes nothing
     std::optional<std::vector<uint8_t>> answer;
 };
 
-// The faults that are set. At most one of a kind for an operation and type; a rule for the type
-// goes before one for the whole operation. Guarded by its owner.
+// The faults that are set. At most one of a kind for an operation and type; one for a type
+// takes precedence over one for the whole operation. Guarded by its owner.
 class Faults {
   public:
     static constexpr size_t kMaxFaults = 64;
 
-    // Adds a fault in the place of the one it replaces. False when kMaxFaults are set already.
+    // Adds or replaces a fault. False when kMaxFaults are set already.
     [[nodiscard]] bool set(Fault fault);
 
     // Removes the fault of that kind, when there is one.
     void clear(Operation operation, std::optional<int32_t> type, Fault::Kind kind);
 
-    // Counts one request. Cheap when no fault is set: callers ask empty() first.
+    // Counts one request. Callers ask empty() first, which is cheap.
     bool empty() const { return mFaults.empty(); }
     FaultOutcome take(Operation operation, int32_t type);
 

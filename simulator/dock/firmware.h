@@ -26,7 +26,7 @@ class FirmwareUpdater {
     FirmwareSlot legacy;
     std::string legacyName = "desk";  // version name of what the older updater installed
 
-    int32_t powerOffAfter = -1;  // the dock loses its power after so many more chunks; -1: never
+    int32_t powerOffAfter = -1;  // the dock loses its power after this many more chunks; -1: never
 
     // Requests of a firmware::Type. The temperatures go out with chunk answers.
     Result answerTargeted(int32_t type, Bytes request, int8_t boostTemperature,

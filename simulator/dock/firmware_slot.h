@@ -16,8 +16,8 @@ struct FirmwareVersionNumber {
     uint8_t minor = 0;
 };
 
-// Where the dock takes, checks and runs one piece of firmware. The frames around it are those of
-// FirmwareUpdater. Times are nanoseconds of one monotonic clock. A value type.
+// Receives, checks and runs one firmware image. FirmwareUpdater handles the frames around it. Times
+// are nanoseconds of one monotonic clock. A value type.
 class FirmwareSlot {
   public:
     // The answer to an execute request.
@@ -61,7 +61,7 @@ class FirmwareSlot {
   private:
     bool isApplying(int64_t nowNs) const { return progress(nowNs).state == State::kApplying; }
 
-    // How applying an image goes is settled when it begins.
+    // The settings that apply to an execution are those at its start.
     struct Execution {
         int64_t startNs;
         uint32_t durationMs;

@@ -7,13 +7,13 @@
 
 #include "packet.h"
 
-// JSON as the control protocol has it.
+// JSON as the control protocol uses it.
 namespace virtual_dock {
 
 using Json = nlohmann::ordered_json;
 
-// Any bytes as a text: each byte becomes the character of that number, so that they can be told
-// again.
+// Any bytes as a text: each byte becomes the character with its number, so that the bytes can be
+// recovered.
 Json textJson(std::string_view bytes);
 
 // Bytes as hex digits.

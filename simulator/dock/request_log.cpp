@@ -2,6 +2,7 @@
 #include "request_log.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace virtual_dock {
 namespace {
@@ -32,6 +33,8 @@ void RequestLog::append(Operation operation, int32_t type, uint32_t result, Byte
     LogEntry& entry = mEntries[++mNewest % kCapacity];
     entry.number = mNewest;
     entry.timeNs = timeNs;
+    entry.wallTimeNs =
+        std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
     entry.result = result;
     entry.type = type;
     entry.operation = operation;

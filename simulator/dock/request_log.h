@@ -14,8 +14,9 @@ namespace virtual_dock {
 struct LogEntry {
     static constexpr size_t kMaxBytes = 256;  // of each of request and answer; the rest is cut
 
-    uint64_t number;  // counts from 1
-    int64_t timeNs;   // monotonic clock, when the answer went out
+    uint64_t number;     // counts from 1
+    int64_t timeNs;      // monotonic clock, when the answer went out
+    int64_t wallTimeNs;  // the same moment since 1970
     uint32_t result;
     int32_t type;  // request type; the selector of getWlcInfo; 0 where there is neither
     Operation operation;

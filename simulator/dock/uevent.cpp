@@ -59,7 +59,7 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
     const unique_fd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (socket < 0) return notSent("cannot make a socket", errno);
     if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        return notSent("nobody listens at " + path + "; restart the service with $" +
+        return notSent("no process listens at " + path + "; restart the service with $" +
                            kSocketVariable + " naming a path in a folder that exists",
                        errno);
     }

@@ -31,7 +31,7 @@ bool VirtualDock::waitOut(uint32_t delayMs, uint32_t timeLimitMs) {
     const bool tooLong = timeLimitMs != 0 && delayMs > timeLimitMs;
     const auto end = std::chrono::steady_clock::now() +
                      std::chrono::milliseconds(tooLong ? timeLimitMs : delayMs);
-    std::unique_lock<std::mutex> lock(mDelayLock);
+    std::unique_lock lock(mDelayLock);
     const android::base::ScopedLockAssertion assertion(mDelayLock);
     const uint64_t resets = mResets;
     while (mResets == resets) {
@@ -69,7 +69,7 @@ uint32_t VirtualDock::perform(Operation operation, int32_t type, Bytes request,
                               uint32_t timeLimitMs, AnswerBuffer* answer, Work work) {
     FaultOutcome outcome;
     {
-        const std::lock_guard<std::mutex> lock(mLock);
+        std::lock_guard lock(mLock);
         if (mFaults.empty()) {
             return performLocked(operation, type, request, nullptr, answer, work);
         }
@@ -78,7 +78,7 @@ uint32_t VirtualDock::perform(Operation operation, int32_t type, Bytes request,
     if (outcome.delayMs != 0 && !waitOut(outcome.delayMs, timeLimitMs)) {
         outcome.result = kTimedOut;
     }
-    const std::lock_guard<std::mutex> lock(mLock);
+    std::lock_guard lock(mLock);
     return performLocked(operation, type, request, &outcome, answer, work);
 }
 
@@ -220,17 +220,17 @@ uint32_t VirtualDock::rtxRequest(int32_t type, char* area) {
 
 void VirtualDock::reset() {
     {
-        const std::lock_guard<std::mutex> lock(mLock);
+        std::lock_guard lock(mLock);
         mModel = DockModel();
         mFaults = Faults();
     }
-    const std::lock_guard<std::mutex> lock(mDelayLock);
+    std::lock_guard lock(mDelayLock);
     ++mResets;
     mDelayEnded.notify_all();
 }
 
 std::vector<Event> VirtualDock::clearWake() {
-    const std::lock_guard<std::mutex> lock(mLock);
+    std::lock_guard lock(mLock);
     eventfd_t ignored;
     eventfd_read(mWakeFd, &ignored);
     mAwake = false;
@@ -238,13 +238,13 @@ std::vector<Event> VirtualDock::clearWake() {
 }
 
 uint64_t VirtualDock::addFollower() {
-    const std::lock_guard<std::mutex> lock(mLock);
+    std::lock_guard lock(mLock);
     ++mFollowers;
     return mLog.newest();
 }
 
 void VirtualDock::removeFollower() {
-    const std::lock_guard<std::mutex> lock(mLock);
+    std::lock_guard lock(mLock);
     --mFollowers;
 }
 

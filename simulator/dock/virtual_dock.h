@@ -51,21 +51,21 @@ class VirtualDock {
     // back into the dock.
     template <typename Work>
     auto withModel(Work work) EXCLUDES(mLock) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        std::lock_guard lock(mLock);
         return work(mModel, now());
     }
     template <typename Work>
     auto withFaults(Work work) EXCLUDES(mLock) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        std::lock_guard lock(mLock);
         return work(mFaults);
     }
     template <typename Work>
     auto withLog(Work work) const EXCLUDES(mLock) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        std::lock_guard lock(mLock);
         return work(mLog);
     }
 
-    // Makes the dock as it was at the start, clears all faults, ends all delays. The log stays.
+    // Restores the initial state, clears all faults, ends all delays. The log stays.
     void reset() EXCLUDES(mLock, mDelayLock);
 
     // The descriptor that becomes readable when a request made an event happen or, while somebody

@@ -22,7 +22,7 @@ std::optional<int64_t> parseNumber(std::string_view word, int64_t min, int64_t m
 // Bytes from an even number of hex digits.
 std::optional<std::vector<uint8_t>> parseHex(std::string_view word);
 
-// The candidate that is so close to the word that it may be meant; empty when there is none.
+// The candidate most similar to the word; empty when none is similar.
 std::string closest(std::string_view word, const std::vector<std::string>& candidates);
 
 // `unknown <what> "<word>"`, with the closest candidate when there is one.

@@ -70,12 +70,12 @@ constexpr PlainCommand kPlainCommands[] = {
     {"fan-level", "LEVEL", "Set the dock's fan level"},
     {"temperature", "BOOST PUCK", "Set the skin temperatures, degrees Celsius"},
     {"fail", "OPERATION[:TYPE] RESULT [COUNT]", "Make requests fail", Show::kOutcome, resultNotes},
-    {"delay", "OPERATION[:TYPE] MS [COUNT]", "Make requests late; 0 ends it", Show::kOutcome,
+    {"delay", "OPERATION[:TYPE] MS [COUNT]", "Delay requests; 0 ends it", Show::kOutcome,
      operationNotes},
     {"answer", "OPERATION[:TYPE] HEX|none [COUNT]", "Replace answers; none ends it", Show::kOutcome,
      operationNotes},
     {"uevent", "NAME=VALUE...", "Send a uevent with these lines"},
-    {"reset", "", "Make the dock as it was at the start, without faults"},
+    {"reset", "", "Restore the dock's initial state, without faults"},
 };
 
 // A command that takes any words; its help is `description`, usage and notes.
@@ -172,18 +172,18 @@ void addCommands(CLI::App* app, Invocation* invocation) {
     }
     addPlace(app, invocation);
     CLI::App* const rtx =
-        addCommand(app, "rtx", kRtxForms, "Steer the device on the phone's back", rtxNotes);
+        addCommand(app, "rtx", kRtxForms, "Control the device on the phone's back", rtxNotes);
     rtx->callback([=] { invocation->words = rtxWords(rtx->remaining()); });
 
     CLI::App* const log = app->add_subcommand("log", "Show the requests the dock saw, decoded");
     auto follow = std::make_shared<bool>(false);
-    log->add_flag("-f,--follow", *follow, "those that come from now on, until interrupted");
+    log->add_flag("-f,--follow", *follow, "new requests, until interrupted");
     log->callback([=] {
         invocation->words = {*follow ? "follow" : "log"};
         invocation->show = *follow ? Show::kFollow : Show::kLog;
     });
 
-    CLI::App* const run = app->add_subcommand("run", "Carry out a scenario");
+    CLI::App* const run = app->add_subcommand("run", "Run a scenario");
     auto file = std::make_shared<std::string>();
     run->add_option("FILE", *file, "one dockctl command a line; - is standard input")->required();
     run->footer(
@@ -199,7 +199,7 @@ void addCommands(CLI::App* app, Invocation* invocation) {
     });
 }
 
-// CLI11's message, or the word that is no command.
+// CLI11's message, or the word that is not a command.
 std::string messageOf(const CLI::ParseError& error, const CLI::App& app, const Words& arguments) {
     Words names;
     for (const CLI::App* command : app.get_subcommands(nullptr)) {
@@ -217,7 +217,7 @@ std::string messageOf(const CLI::ParseError& error, const CLI::App& app, const W
 
 Invocation parseArguments(std::vector<std::string> arguments) {
     Invocation invocation;
-    CLI::App app("Steers the virtual dock behind the wireless-charger service on this machine.",
+    CLI::App app("Query and control the virtual dock behind the wireless-charger service.",
                  "dockctl");
     app.add_flag("--json", invocation.json, "one JSON object (one line each for log)");
     app.set_version_flag("--version", "dockctl " PROJECT_VERSION);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// dockctl: steers the virtual dock behind a service on this machine.
+// dockctl: queries and controls the virtual dock behind a service on this machine.
 #include <cstdio>
 
 #include "command_line.h"

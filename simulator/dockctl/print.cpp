@@ -4,7 +4,6 @@
 #include <fmt/core.h>
 #include <host/utf8.h>
 
-#include <chrono>
 #include <ctime>
 #include <set>
 #include <string>
@@ -22,7 +21,7 @@ bool isHexKey(const std::string& key) {
     return kHexKeys.count(key) != 0;
 }
 
-// The dock gives each byte of its texts as one character (see JsonWriter).
+// The dock gives each byte of its texts as one character (see textJson).
 std::string bytesOf(std::string_view characters) {
     std::string bytes;
     for (std::string_view rest = characters; !rest.empty();) {
@@ -76,17 +75,14 @@ void printBytes(const char* title, const std::string& hex, size_t length) {
         kept < length ? fmt::format(" ... {} bytes in all", length) : "");
 }
 
-// A moment of the monotonic clock as the wall clock has it, in the form of the service's log.
-std::string wallClock(int64_t monotonicNs) {
-    using namespace std::chrono;
-    const auto age = steady_clock::now().time_since_epoch() - nanoseconds(monotonicNs);
-    const auto wall = floor<milliseconds>(system_clock::now() - age);
-    const std::time_t seconds = system_clock::to_time_t(wall);
+// A moment since 1970 in the form of the service's log.
+std::string wallClock(int64_t nanoseconds) {
+    const std::time_t seconds = nanoseconds / 1'000'000'000;
     std::tm local{};
     localtime_r(&seconds, &local);
     char text[32];
     std::strftime(text, sizeof(text), "%m-%d %H:%M:%S", &local);
-    return fmt::format("{}.{:03}", text, wall.time_since_epoch().count() % 1000);
+    return fmt::format("{}.{:03}", text, nanoseconds / 1'000'000 % 1000);
 }
 
 // Two lines: what lies there, and what the dock is.
@@ -159,7 +155,7 @@ void explainLogEntry(Json* entry) {
         virtual_dock::parseHex((*entry)["request"].get<std::string>()).value_or(ByteVector());
     logged.answer =
         virtual_dock::parseHex((*entry)["answer"].get<std::string>()).value_or(ByteVector());
-    (*entry)["time"] = wallClock((*entry)["timeNs"]);
+    (*entry)["time"] = wallClock((*entry)["wallTimeNs"]);
     (*entry)["meaning"] = describeRequest(logged);
     (*entry)["answerMeaning"] = describeAnswer(logged);
     (*entry)["resultMeaning"] = describeResult(logged.result);

