@@ -41,17 +41,6 @@ std::string footer() {
            "not\nbe measured because something failed, 2 on bad usage.";
 }
 
-// Measures a group; false when something failed.
-bool measureGroup(const Group& group, const Run& run) {
-    try {
-        group.measure(run);
-        return true;
-    } catch (const std::exception& trouble) {
-        run.add(skippedFigure(group.name, group.what, trouble.what()));
-        return false;
-    }
-}
-
 int runBenchmarks(bool json, bool quick, const std::vector<std::string>& names) {
     unsetenv("ANDROID_LOG_TAGS");
     signal(SIGPIPE, SIG_IGN);
@@ -69,7 +58,12 @@ int runBenchmarks(bool json, bool quick, const std::vector<std::string>& names) 
         if (!names.empty() && std::find(names.begin(), names.end(), group.name) == names.end()) {
             continue;
         }
-        good = measureGroup(group, run) && good;
+        try {
+            group.measure(run);
+        } catch (const std::exception& trouble) {
+            run.add(skippedFigure(group.name, group.what, trouble.what()));
+            good = false;
+        }
     }
     if (json) printJson(figures);
     return good ? 0 : 1;
