@@ -22,6 +22,8 @@ add_library(project_options INTERFACE)
 target_compile_options(project_options INTERFACE
   -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Werror
   -fno-semantic-interposition
+  # Messages name files as they are called here, wherever that is.
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 target_link_libraries(project_options INTERFACE Threads::Threads)
 
