@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every test program of the service gets a run-time folder of its own (which means nothing on a
-// phone), and stands in for what the service reads.
+// Listens to the log and stands in for what the service reads.
 #include "test_environment.h"
 
 #include <android/log.h>
@@ -9,14 +8,11 @@
 #include <gtest/gtest.h>
 #include <stdint.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <string>
 
 namespace {
 
@@ -25,24 +21,18 @@ std::atomic<const char*> textInLog = nullptr;
 std::atomic<int> linesInLog = 0;
 size_t freadLimit = SIZE_MAX;
 
-class HostFolder : public testing::Environment {
-  public:
+struct Environment : testing::Environment {
     void SetUp() override {
-        ASSERT_NE(mkdtemp(mFolder.data()), nullptr);
-        ASSERT_EQ(setenv("ANDROID_HOST_DIR", mFolder.c_str(), 1), 0);
         __android_log_set_logger([](const __android_log_message* message) {
             const char* text = textInLog;
             if (text != nullptr && strstr(message->message, text) != nullptr) linesInLog++;
             __android_log_logd_logger(message);
         });
     }
-    void TearDown() override { std::filesystem::remove_all(mFolder); }
-
-  private:
-    std::string mFolder = testing::TempDir() + "charger-XXXXXX";
 };
 
-[[maybe_unused]] const auto* const kHostFolder = testing::AddGlobalTestEnvironment(new HostFolder);
+[[maybe_unused]] const auto* const kEnvironment =
+    testing::AddGlobalTestEnvironment(new Environment);
 
 }  // namespace
 
