@@ -2,6 +2,7 @@
 #include "expression_parser.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
