@@ -10,6 +10,7 @@ instance=vendor.zorvak.wireless_charger.IWirelessCharger/default
 
 ANDROID_HOST_DIR=$(mktemp -d "${TMPDIR:-/tmp}/dock-demo.XXXXXX")
 export ANDROID_HOST_DIR
+export XDG_STATE_HOME=$ANDROID_HOST_DIR/state
 uevents="the kernel's netlink socket"
 if [[ -n ${DEMO_UEVENT_SOCKET:-} ]]; then
     export ANDROID_HOST_UEVENT_SOCKET=$ANDROID_HOST_DIR/uevent
@@ -95,6 +96,7 @@ show '^level +80$' wlc fan set 2 manual 80
 show '"fan":2,"valid":true,"level":80' wlc --json fan get 2
 show '0f ?0a ?50 ?00' dockctl log
 refused 1 'error 1 ' wlc fan get 8
+show '^presence +on a dock' wlc status
 
 tell "Something happens at the dock: uevents come through $uevents, subscribers are called"
 watched=$ANDROID_HOST_DIR/watched
@@ -103,13 +105,13 @@ watcher=$!
 children+=("$watcher")
 wait_for "$watched" '^watching' 1
 show '' dockctl align 0
-wait_for "$watched" '^align +status 0' 1
+wait_for "$watched" ' align +status 0' 1
 show '' dockctl fan-level 3
-wait_for "$watched" '^fan +level 3' 1
+wait_for "$watched" ' fan +level 3' 1
 show '' dockctl rtx connect
-wait_for "$watched" '^rtx .*connected yes' 1
+wait_for "$watched" ' rtx .*connected yes' 1
 show '' dockctl remove
-wait_for "$watched" '^align +status 3' 1
+wait_for "$watched" ' align +status 3' 1
 show '' dockctl place
 show '^1$' getprop vendor.wlcservice.start
 kill "$watcher"

@@ -68,6 +68,7 @@ ChargerSystem::ChargerSystem(Uevents uevents) {
     mFolder = (std::filesystem::temp_directory_path() / "charger-system.XXXXXX").string();
     if (mkdtemp(mFolder.data()) == nullptr) throw std::runtime_error("cannot make " + mFolder);
     setenv("ANDROID_HOST_DIR", mFolder.c_str(), 1);
+    setenv("XDG_STATE_HOME", (mFolder + "/state").c_str(), 1);  // of wlc
     // The address sanitizer holds freed memory back, 256 MiB and 1 MiB for each thread unless told
     // otherwise; other options stay.
     const char* const given = std::getenv("ASAN_OPTIONS");

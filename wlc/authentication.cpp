@@ -31,7 +31,9 @@ class Steps {
         } catch (const Failure& failure) {
             add(name, false, failure.what());
             throw Failure(failure.exitCode(), failure.code(), failure.name(),
-                          fmt::format("dock authentication failed: {}", failure.what()),
+                          failure.exitCode() == kNoService
+                              ? failure.what()
+                              : fmt::format("dock authentication failed: {}", failure.what()),
                           {{"authentic", false}, {"steps", mSteps}});
         }
     }

@@ -22,6 +22,10 @@ running, connection lost, or no answer in time.
 With --json every command prints one object on one line (watch and update: one per line). An error
 is printed as {"error": {"code": N, "name": "...", "message": "..."}}.)";
 
+// Of every command.
+constexpr const char* kShortFooter =
+    "See wlc --help for --json, --wait, --timeout and exit statuses.";
+
 // The innermost command that was recognized.
 const CLI::App* innermost(const CLI::App& app) {
     const CLI::App* at = &app;
@@ -60,9 +64,7 @@ std::string usageText(const CLI::App& app, const CLI::ParseError& error) {
 
 int report(bool json, const Failure& failure) {
     if (json && failure.name() != "OUTPUT") {
-        Json object;
-        object["error"] = {
-            {"code", failure.code()}, {"name", failure.name()}, {"message", failure.what()}};
+        Json object = errorJson(failure);
         object.update(failure.details());
         std::fputs((toText(object) + "\n").c_str(), stdout);
     } else {
@@ -88,11 +90,12 @@ CLI::Validator secondsFrom(double lowest) {
 int run(int argc, const char* const* argv) {
     Context context;
     CLI::App app("Query and control the wireless charger", "wlc");
-    app.footer(kFooter);
+    app.footer(kShortFooter);
+    app.set_version_flag("--version", "wlc " PROJECT_VERSION, "Print the version of this program");
     app.fallthrough();
     app.require_subcommand(1);
     app.add_flag("--json", context.json, "Print JSON instead of text");
-    app.add_option("--wait", context.waitSeconds, "Wait up to SECONDS for the service to start")
+    app.add_option("--wait", context.waitSeconds, "Wait up to SECONDS for the service")
         ->type_name("SECONDS")
         ->check(secondsFrom(0));
     app.add_option("--timeout", context.timeoutSeconds,
@@ -100,11 +103,13 @@ int run(int argc, const char* const* argv) {
                                Context::kAnswerSeconds, Context::kAuthenticationSeconds))
         ->type_name("SECONDS")
         ->check(secondsFrom(0.1));
-    for (const auto add : {addInformationCommands, addFeatureCommands, addFanCommands,
-                           addRtxCommands, addWatchCommand, addAuthCommands, addExchangeCommands,
-                           addFirmwareCommands, addLegacyFirmwareCommands, addDiagnosticCommands}) {
+    for (const auto add :
+         {addStatusCommand, addInformationCommands, addFeatureCommands, addFanCommands,
+          addRtxCommands, addWatchCommand, addAuthCommands, addExchangeCommands,
+          addFirmwareCommands, addLegacyFirmwareCommands, addDiagnosticCommands}) {
         add(app, context);
     }
+    app.footer(kFooter);
     try {
         app.parse(argc, argv);
         return kDone;

@@ -10,6 +10,9 @@
 // `context` must outlive `app`.
 namespace wlc {
 
+// The fans of a dock are numbered from 0 to one less.
+inline constexpr int8_t kFans = 8;
+
 // Validates a duration in seconds: a number from `lowest` to one day.
 CLI::Validator secondsFrom(double lowest);
 
@@ -17,6 +20,7 @@ void addInformationCommands(CLI::App& app, Context& context);  // version, phone
 void addFeatureCommands(CLI::App& app, Context& context);      // features, qi-id
 void addFanCommands(CLI::App& app, Context& context);
 void addRtxCommands(CLI::App& app, Context& context);
+void addStatusCommand(CLI::App& app, Context& context);
 void addWatchCommand(CLI::App& app, Context& context);
 void addAuthCommands(CLI::App& app, Context& context);
 void addExchangeCommands(CLI::App& app, Context& context);  // challenge, key-exchange

@@ -1,55 +1,56 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "failure.h"
 #include "host_adapter.h"
+#include "service_dump.h"
 
 namespace wlc {
 namespace {
 
-std::vector<const char*> pointers(const std::vector<std::string>& words) {
-    std::vector<const char*> out;
-    out.reserve(words.size());
-    for (const std::string& word : words) out.push_back(word.c_str());
-    return out;
-}
+constexpr const char* kShellHelp =
+    R"(Usage: wlc shell COMMAND [ARGS...]
 
-std::string contents(int descriptor) {
-    std::string text;
-    char piece[4096];
-    ssize_t got = 0;
-    while ((got = pread(descriptor, piece, sizeof(piece), static_cast<off_t>(text.size()))) > 0) {
-        text.append(piece, static_cast<size_t>(got));
-    }
-    return text;
-}
+Commands of the service. VALUE is decimal, 0x... or octal with a leading 0; an override of 0 hands
+the value back to the charger.
+  diag.qispec VALUE          override the phone's Qi specification code
+  diag.compatibility VALUE   override the dock's compatibility
+  diag.maxpower VALUE        override the maximum power
+  diag.negopower VALUE       override the negotiated power
+  diag.limitreason VALUE     override the reason of a power limit
+  cert.request_length N      bytes per certificate request, decimal
+  eds.test MODE LOOPS SIZE   test the data path to the dock; MODE 0 data, 1 loopback; SIZE up to 92
+Command of this program:
+  diag.reset                 set all five overrides to 0
+The service answers in its log only: logcat on a phone, standard error of the service on a desk. The
+exit status is 0 even when the service rejects a command.)";
 
-// To standard output as it comes, or, through a file in memory, as one JSON object.
+constexpr const char* kOverrides[] = {"diag.qispec", "diag.compatibility", "diag.maxpower",
+                                      "diag.negopower", "diag.limitreason"};
+
 void dump(Context& context, const std::vector<std::string>& words) {
-    AIBinder* const binder = context.service()->asBinder().get();
-    if (!context.json) return check(dumpEscaped(binder, words, STDOUT_FILENO), "dump");
-    const ndk::ScopedFileDescriptor file(memfd_create("dump", MFD_CLOEXEC));
-    if (file.get() < 0) {
-        throw refused(std::string("cannot create a file in memory: ") + std::strerror(errno));
-    }
-    std::vector<const char*> args = pointers(words);
-    check(AIBinder_dump(binder, file.get(), args.data(), static_cast<uint32_t>(args.size())),
-          "dump");
-    context.printJson({{"dump", contents(file.get())}});
+    if (context.json) return context.printJson({{"dump", dumpText(context, words)}});
+    check(dumpEscaped(context.service()->asBinder().get(), words, STDOUT_FILENO), "dump");
 }
 
 void shell(Context& context, const std::vector<std::string>& words) {
-    if (words.empty()) throw badUsage("shell needs a WORD");
-    binder_status_t result = STATUS_OK;
-    check(shellEscaped(context.service()->asBinder().get(), words, &result), "shell");
-    check(result, "shell");
-    context.printJson({{"status", result}});
+    if (words.empty()) throw badUsage("shell needs a WORD; wlc shell --help lists them");
+    std::vector<std::vector<std::string>> commands = {words};
+    if (words.front() == "diag.reset") {
+        if (words.size() > 1) throw badUsage("diag.reset takes no arguments");
+        commands.clear();
+        for (const char* name : kOverrides) commands.push_back({name, "0"});
+    }
+    for (const auto& command : commands) {
+        binder_status_t result = STATUS_OK;
+        check(shellEscaped(context.service()->asBinder().get(), command, &result), "shell");
+        check(result, "shell");
+    }
+    context.printJson({{"status", STATUS_OK}});
 }
 
 }  // namespace
@@ -59,9 +60,10 @@ void addDiagnosticCommands(CLI::App& app, Context& context) {
     command->prefix_command()->fallthrough(false);
     command->callback([&context, command] { dump(context, command->remaining()); });
 
-    CLI::App* words = app.add_subcommand(
-        "shell", "Run a shell command of the service; the answer appears in the service's log");
+    CLI::App* words =
+        app.add_subcommand("shell", "Run a shell command of the service, which answers in its log");
     words->prefix_command()->fallthrough(false);
+    words->footer(kShellHelp);
     words->callback([&context, words] { shell(context, words->remaining()); });
 }
 

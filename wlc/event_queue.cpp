@@ -22,7 +22,7 @@ void EventQueue::wake() const {
 
 void EventQueue::push(std::string name, Report report) {
     const std::lock_guard lock(mLock);
-    mEvents.push_back({std::move(name), std::move(report)});
+    mEvents.push_back({std::move(name), std::move(report), std::chrono::system_clock::now()});
     wake();
 }
 

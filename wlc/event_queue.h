@@ -3,6 +3,7 @@
 
 #include <android/binder_auto_utils.h>
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <mutex>
@@ -23,6 +24,7 @@ class EventQueue {
     struct Event {
         std::string name;
         Report report;
+        std::chrono::system_clock::time_point time;  // of arrival
     };
 
     void push(std::string name, Report report) EXCLUDES(mLock);

@@ -21,8 +21,10 @@ void addExchangeCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<ExchangeArguments>();
     CLI::App* challenge =
         app.add_subcommand("challenge", "Send a challenge to the dock and print its response");
-    challenge->add_option("VALUE", arguments->value, "Challenge byte, -128 to 255")->required();
-    challenge->add_option("HEX", arguments->bytes, "Nonce of 8 bytes")->required();
+    challenge->add_option("VALUE", arguments->value, "Challenge byte, -128 to 255")
+        ->type_name("")
+        ->required();
+    challenge->add_option("HEX", arguments->bytes, "Nonce of 8 bytes")->type_name("")->required();
     challenge->callback([&context, arguments] {
         const auto value = static_cast<int8_t>(toNumber(arguments->value, "VALUE", -128, 255));
         const auto nonce = fromHex(arguments->bytes, "HEX");
@@ -34,7 +36,7 @@ void addExchangeCommands(CLI::App& app, Context& context) {
     });
 
     CLI::App* exchange = app.add_subcommand("key-exchange", "Exchange keys with the dock");
-    exchange->add_option("HEX", arguments->bytes, "Key of 32 bytes")->required();
+    exchange->add_option("HEX", arguments->bytes, "Key of 32 bytes")->type_name("")->required();
     exchange->callback([&context, arguments] {
         charger::KeyExchangeResponse response;
         check(context.service()->keyExchange(fromHex(arguments->bytes, "HEX"), &response),

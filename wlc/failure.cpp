@@ -58,6 +58,11 @@ Failure serviceGone(const std::string& what) {
 
 }  // namespace
 
+Json errorJson(const Failure& failure) {
+    return {{"error",
+             {{"code", failure.code()}, {"name", failure.name()}, {"message", failure.what()}}}};
+}
+
 Failure badUsage(const std::string& message) {
     return Failure(kBadUsage, 0, "BAD_USAGE", message);
 }

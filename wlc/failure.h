@@ -40,6 +40,9 @@ class Failure : public std::runtime_error {
     Json mDetails;
 };
 
+// {"error": {"code": N, "name": "...", "message": "..."}}
+Json errorJson(const Failure& failure);
+
 // The command line makes no sense.
 Failure badUsage(const std::string& message);
 

@@ -15,18 +15,18 @@ namespace {
 using charger::FanInfo;
 using charger::FanMode;
 
-constexpr int kFans = 8;
-
 struct FanArguments {
     std::string fan;
     std::string mode;
     std::string level;
     std::string modeValue;
+    bool anyIndex = false;
 };
 
-// The service says itself which fans there are; here only what a call can carry is checked.
+// The service refuses fans above 7, but passes negative indices on to the dock.
 int8_t fanIndex(const FanArguments& arguments) {
-    return static_cast<int8_t>(toNumber(arguments.fan, "N", INT8_MIN, INT8_MAX));
+    const int lowest = arguments.anyIndex ? INT8_MIN : 0;
+    return static_cast<int8_t>(toNumber(arguments.fan, "N", lowest, INT8_MAX));
 }
 
 std::string fanName(int fan) {
@@ -43,13 +43,13 @@ Report describeFan(int fan, const FanInfo& info) {
 
 void listFans(Context& context) {
     Json fans = Json::array();
-    std::string table = "fan  valid  level  value 1  value 2  value 3\n";
+    std::string table = "fan  valid  level  reading 1  reading 2  reading 3  (vendor-defined)\n";
     for (int8_t fan = 0; fan < kFans; ++fan) {
         FanInfo info;
         check(context.service()->getFanInfo(fan, &info), fanName(fan));
         fans.push_back(describeFan(fan, info).json());
         table += fmt::format(
-            "{:3}  {:5}  {:5}  {:7}  {:7}  {:7}\n", fan, info.valid ? "yes" : "no",
+            "{:3}  {:5}  {:5}  {:9}  {:9}  {:9}\n", fan, info.valid ? "yes" : "no",
             static_cast<unsigned>(info.level), static_cast<unsigned>(info.fanValue1),
             static_cast<unsigned>(info.fanValue2), static_cast<unsigned>(info.fanValue3));
     }
@@ -97,6 +97,11 @@ void setFan(Context& context, const FanArguments& arguments) {
 
 void addFanCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<FanArguments>();
+    const auto addIndex = [arguments](CLI::App* command) {
+        command->add_option("N", arguments->fan, "Fan number, 0 to 7")->type_name("")->required();
+        command->add_flag("--any-index", arguments->anyIndex,
+                          "Accept an N from -128 to 127, to test how a dock handles it");
+    };
     CLI::App* fan = app.add_subcommand("fan", "Read and set the dock's fans, 0 to 7");
     fan->require_subcommand(1);
 
@@ -105,7 +110,7 @@ void addFanCommands(CLI::App& app, Context& context) {
     });
 
     CLI::App* get = fan->add_subcommand("get", "Print the state of one fan");
-    get->add_option("N", arguments->fan, "Fan number, 0 to 7")->required();
+    addIndex(get);
     get->callback([&context, arguments] {
         const int8_t index = fanIndex(*arguments);
         FanInfo info;
@@ -114,11 +119,12 @@ void addFanCommands(CLI::App& app, Context& context) {
     });
 
     CLI::App* set = fan->add_subcommand("set", "Set a fan: N auto, or N manual LEVEL");
-    set->add_option("N", arguments->fan, "Fan number, 0 to 7")->required();
-    set->add_option("MODE", arguments->mode, "auto or manual");
-    set->add_option("LEVEL", arguments->level, "Level for manual, 0 to 65535");
+    addIndex(set);
+    set->add_option("MODE", arguments->mode, "auto or manual")->type_name("");
+    set->add_option("LEVEL", arguments->level, "Level for manual, 0 to 65535")->type_name("");
     set->add_option("--mode-value", arguments->modeValue,
-                    "Send N as the mode, to test how a dock handles it");
+                    "Send N as the mode, to test how a dock handles it")
+        ->type_name("N");
     set->callback([&context, arguments] { setFan(context, *arguments); });
 
     fan->add_subcommand("level", "Print the fan level as the charger reports it")

@@ -7,6 +7,7 @@
 
 #include "failure.h"
 #include "records.h"
+#include "time_limit.h"
 
 namespace wlc {
 namespace {
@@ -20,6 +21,10 @@ constexpr int8_t kChunkTag = 0;
 uint32_t chunkLimit(int8_t reported, uint32_t room) {
     const uint32_t wanted = static_cast<uint8_t>(reported);
     return wanted == 0 ? room : std::min(wanted, room);
+}
+
+ImageVersion versionOf(const charger::FirmwareVersion& version) {
+    return {static_cast<uint8_t>(version.major), static_cast<uint8_t>(version.minor)};
 }
 
 charger::FirmwareVersion versionRecord(const FirmwareStart& start) {
@@ -45,12 +50,10 @@ class TargetedChannel : public FirmwareChannel {
 
     Report status() override { return describe(getStatus()); }
 
-    FirmwareLimits limits() override {
+    FirmwareLimits limits(bool) override {
         const charger::FwUpdateInfo info = getInfo();
-        return {
-            static_cast<uint32_t>(std::max(info.maxSize, 0)),
-            chunkLimit(info.maxChunkSize, kTargetedChunk),
-            {static_cast<uint8_t>(info.version.major), static_cast<uint8_t>(info.version.minor)}};
+        return {static_cast<uint32_t>(std::max(info.maxSize, 0)),
+                chunkLimit(info.maxChunkSize, kTargetedChunk), versionOf(info.version)};
     }
 
     uint32_t start(const FirmwareStart& start) override {
@@ -100,6 +103,7 @@ class TargetedChannel : public FirmwareChannel {
     std::string command() const override {
         return mTarget == 0 ? "wlc firmware" : fmt::format("wlc firmware --target {}", mTarget);
     }
+    std::string target() const override { return fmt::format("target{}", mTarget); }
 
   private:
     charger::FwUpdateInfo getInfo() {
@@ -128,11 +132,12 @@ class UntargetedChannel : public FirmwareChannel {
 
     Report status() override { return describe(getStatus()); }
 
-    FirmwareLimits limits() override {
+    FirmwareLimits limits(bool withVersion) override {
         const charger::UpdateInfo info = getInfo();
-        return {static_cast<uint32_t>(std::max(info.maxSize, 0)),
-                chunkLimit(info.infoByte5, kUntargetedChunk),
-                {}};
+        FirmwareLimits limits = {static_cast<uint32_t>(std::max(info.maxSize, 0)),
+                                 chunkLimit(info.infoByte5, kUntargetedChunk), std::nullopt};
+        if (withVersion) limits.running = runningVersion();
+        return limits;
     }
 
     uint32_t start(const FirmwareStart& start) override {
@@ -171,8 +176,21 @@ class UntargetedChannel : public FirmwareChannel {
     void reboot() override { check(mService->reboot(), "reboot"); }
 
     std::string command() const override { return "wlc legacy-firmware"; }
+    std::string target() const override { return "legacy"; }
 
   private:
+    // Only the dock's description of itself has it, and not every dock gives one.
+    std::optional<ImageVersion> runningVersion() {
+        charger::DockInfo info;
+        const ndk::ScopedAStatus status = mService->getInformation(&info);
+        if (status.getExceptionCode() == EX_SERVICE_SPECIFIC) {
+            noteAnswer();
+            return std::nullopt;
+        }
+        check(status, "information");
+        return versionOf(info.firmwareVersion);
+    }
+
     charger::UpdateInfo getInfo() {
         charger::UpdateInfo info;
         check(mService->getUpdateInformation(&info), "information");

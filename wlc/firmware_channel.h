@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,7 +22,7 @@ struct ImageVersion {
 struct FirmwareLimits {
     uint32_t maxSize = 0;
     uint32_t maxChunk = 0;  // from 1 to what fits a request
-    ImageVersion running;   // 0.0 where the command set does not tell
+    std::optional<ImageVersion> running;
 };
 
 struct FirmwareStart {
@@ -54,7 +55,9 @@ class FirmwareChannel {
     virtual Report info() = 0;    // for `firmware info`
     virtual Report status() = 0;  // for `firmware status`
 
-    virtual FirmwareLimits limits() = 0;
+    // withVersion: the running version as well, which the untargeted command set has to ask the
+    // dock for with requests of their own; none if the dock does not report it.
+    virtual FirmwareLimits limits(bool withVersion) = 0;
     // Returns the chunk size that the dock asks for; 0 when it does not say.
     virtual uint32_t start(const FirmwareStart& start) = 0;
     // Returns the number of the chunk that the dock expects next.
@@ -66,6 +69,8 @@ class FirmwareChannel {
 
     // The command of this set as the user types it, with the target if it is not the default.
     virtual std::string command() const = 0;
+    // The part of the dock that it updates, as a word of its own: "target0", "legacy".
+    virtual std::string target() const = 0;
 };
 
 // target: known docks have 0 and 1. compressed: the chunks are those of a compressed image.

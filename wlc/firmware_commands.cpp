@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+
 #include <functional>
 #include <memory>
 
@@ -13,6 +15,8 @@ namespace {
 
 // Above the limit of any dock, which is checked before anything is sent.
 constexpr size_t kLargestImage = 64 * 1024 * 1024;
+// What a start request has room for.
+constexpr size_t kLongestName = 247;
 
 struct FirmwareArguments {
     std::string target = "0";
@@ -21,6 +25,8 @@ struct FirmwareArguments {
     std::string name;
     bool compress = false;
     bool resume = false;
+    bool unverified = false;
+    bool force = false;
     bool reboot = false;
 };
 
@@ -34,8 +40,14 @@ void update(Context& context, const FirmwareArguments& arguments, const OpenChan
     request.image = readFile(arguments.image, kLargestImage);
     request.compress = arguments.compress;
     request.resume = arguments.resume;
+    request.unverified = arguments.unverified;
+    request.force = arguments.force;
     request.reboot = arguments.reboot;
     request.name = arguments.name;
+    if (request.name.size() > kLongestName) {
+        throw badUsage(fmt::format("--name is too long: {} bytes, the limit is {}",
+                                   request.name.size(), kLongestName));
+    }
     if (request.image.empty()) throw badUsage(request.path + " is empty");
     updateFirmware(context, *open(), request);
 }
@@ -44,7 +56,7 @@ void update(Context& context, const FirmwareArguments& arguments, const OpenChan
 CLI::App* addCommands(CLI::App* family, Context& context, const ArgumentsPtr& arguments,
                       const OpenChannel& open) {
     family->require_subcommand(1);
-    family->add_subcommand("info", "Print the dock's limits and running version")
+    family->add_subcommand("info", "Print what images the dock accepts")
         ->callback([&context, open] { context.print(open()->info()); });
     family->add_subcommand("status", "Print the progress of applying an image")
         ->callback([&context, open] { context.print(open()->status()); });
@@ -56,8 +68,17 @@ CLI::App* addCommands(CLI::App* family, Context& context, const ArgumentsPtr& ar
             context.print(report);
         });
     CLI::App* command = family->add_subcommand("update", "Install a firmware image");
-    command->add_option("IMAGE", arguments->image, "Image file")->required();
-    command->add_flag("--resume", arguments->resume, "Continue an interrupted transfer");
+    command->footer(
+        "The service logs every chunk. Start it with ANDROID_LOG_TAGS='*:W' to log only warnings.");
+    command->add_option("IMAGE", arguments->image, "Image file")->type_name("")->required();
+    CLI::Option* resume =
+        command->add_flag("--resume", arguments->resume, "Continue an interrupted transfer");
+    command
+        ->add_flag("--unverified", arguments->unverified,
+                   "With --resume: continue although nothing shows which image the transfer is of")
+        ->needs(resume);
+    command->add_flag("--force", arguments->force,
+                      "Update although another update of this dock is running");
     command->add_flag("--reboot", arguments->reboot, "Restart the dock at the end");
     command
         ->add_option("--fw-version", arguments->version,
@@ -85,7 +106,8 @@ void addFirmwareCommands(CLI::App& app, Context& context) {
 void addLegacyFirmwareCommands(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<FirmwareArguments>();
     CLI::App* family = app.add_subcommand(
-        "legacy-firmware", "The same with the older command set, which has no targets");
+        "legacy-firmware",
+        "Query and update the dock's firmware by the older commands, without targets");
     CLI::App* command =
         addCommands(family, context, arguments, [&context] { return untargetedChannel(context); });
     command->add_option("--name", arguments->name, "Name of the version, up to 247 bytes")

@@ -6,11 +6,14 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <type_traits>
 
 #include "failure.h"
 #include "names.h"
 #include "progress.h"
+#include "qi_authentication.h"
 #include "text.h"
+#include "transfer_journal.h"
 
 namespace wlc {
 namespace {
@@ -40,21 +43,52 @@ std::vector<uint8_t> deflated(const std::vector<uint8_t>& image) {
     return out;
 }
 
+bool isBusy(const Failure& failure) {
+    return failure.exitCode() == kRefused &&
+           static_cast<ErrorCode>(failure.code()) == ErrorCode::BUSY;
+}
+
 bool worthAnotherTry(const Failure& failure) {
     if (failure.exitCode() != kRefused) return false;
     const auto code = static_cast<ErrorCode>(failure.code());
     return code == ErrorCode::TIMED_OUT || code == ErrorCode::IO_ERROR || code == ErrorCode::BUSY;
 }
 
+// The dock on which the phone lies, as a word for the journal.
+std::string dockName(Context& context) {
+    charger::DockPresent dock;
+    check(context.service()->isDockPresent(&dock), "presence");
+    return fmt::format("{:08x}-{:04x}-{:04x}", static_cast<uint32_t>(dock.id),
+                       static_cast<uint32_t>(dock.ptmc), static_cast<uint32_t>(dock.product));
+}
+
+// The command line of the update, for the user to repeat.
+std::string commandLine(const Context& context, const FirmwareChannel& channel,
+                        const UpdateRequest& request, bool resume) {
+    std::string line = fmt::format("{} update {}", channel.command(), shellQuoted(request.path));
+    if (resume) line += " --resume";
+    if (resume && request.unverified) line += " --unverified";
+    if (request.compress) line += " --compress";
+    if (request.version) {
+        line += fmt::format(" --fw-version {}.{}", request.version->major, request.version->minor);
+    }
+    if (!request.name.empty()) line += " --name " + shellQuoted(request.name);
+    if (request.reboot) line += " --reboot";
+    if (context.timeoutSeconds > 0) line += fmt::format(" --timeout {:g}", context.timeoutSeconds);
+    return line;
+}
+
 // One update; its phases are methods, called in order.
 class Update {
   public:
-    Update(FirmwareChannel& channel, const UpdateRequest& request, Progress& progress)
-        : mChannel(channel), mRequest(request), mProgress(progress) {}
+    Update(Context& context, FirmwareChannel& channel, const UpdateRequest& request,
+           Progress& progress)
+        : mContext(context), mChannel(channel), mRequest(request), mProgress(progress) {}
 
     void prepare() {
         mProgress.phase("prepare", 0, 1);
-        const FirmwareLimits limits = mChannel.limits();
+        mProgress.onInterrupt("interrupted; nothing was sent");
+        const FirmwareLimits limits = mChannel.limits(!mRequest.version);
         if (mRequest.image.size() > limits.maxSize) {
             throw badUsage(fmt::format("{} is too large for this dock: {} bytes, the limit is {}",
                                        mRequest.path, mRequest.image.size(), limits.maxSize));
@@ -65,12 +99,39 @@ class Update {
             throw badUsage(fmt::format("{} is too large for chunks of {} bytes: {} bytes",
                                        mRequest.path, mChunkSize, mRequest.image.size()));
         }
-        mVersion = mRequest.version.value_or(limits.running);
+        if (!mRequest.version && !limits.running) {
+            throw badUsage(
+                "--fw-version is required: the dock does not report its running version");
+        }
+        mVersion = mRequest.version ? *mRequest.version : *limits.running;
+        mJournal.emplace(TransferKey{dockName(mContext), mChannel.target(), mRequest.image.size(),
+                                     versionText()});
+        mDigest = toHex(sha256(sent()));
+        int other = 0;
+        if (!mJournal->lock(&other) && !mRequest.force) {
+            throw Failure(
+                kRefused, 0, "UPDATE_RUNNING",
+                fmt::format("another update of this dock is running (process {}); --force starts "
+                            "this one all the same",
+                            other));
+        }
+        if (mRequest.resume) checkRecord();
     }
 
     void transfer() {
         mProgress.phase("transfer", 1, 90);
-        start(!mRequest.resume);
+        mHint = "try again with: " + commandLine(mContext, mChannel, mRequest, mRequest.resume);
+        mProgress.onInterrupt("interrupted; " + mHint);
+        try {
+            open();
+        } catch (const Failure& failure) {
+            if (failure.exitCode() == kRefused && !worthAnotherTry(failure)) {
+                mHint = "nothing was sent";
+            }
+            throw;
+        }
+        mHint = "continue with: " + commandLine(mContext, mChannel, mRequest, true);
+        mProgress.onInterrupt("interrupted; the dock keeps the chunks it has; " + mHint);
         uint32_t next = 0;
         if (mRequest.resume) next = firstMissing();
         for (int round = 0; next < chunkCount(); ++round) {
@@ -87,6 +148,7 @@ class Update {
             mProgress.phase("apply", 90, 100);
             const ExecuteStatus status = mChannel.execute();
             if (status == ExecuteStatus::ACCEPTED) break;
+            if (status == ExecuteStatus::INVALID_IMAGE) suggestStartingOver();
             if (status != ExecuteStatus::INCOMPLETE || round == kRounds) {
                 throw refused("the dock did not apply the image: " +
                               executeStatusName(static_cast<int8_t>(status)));
@@ -98,23 +160,33 @@ class Update {
         for (;;) {
             const ApplyStatus status = mChannel.applyStatus();
             if (status.state == ApplyStatus::kFailed) {
+                suggestStartingOver();
                 throw refused("the dock failed to apply the image");
             }
             if (status.state == ApplyStatus::kIdle) {
                 if (status.percent == 100) break;
+                suggestStartingOver();
                 throw refused("the dock stopped applying the image");
             }
             if (std::chrono::steady_clock::now() > deadline) {
-                throw refused("the dock is still applying the image; check it with status");
+                mHint = "follow it with: " + mChannel.command() + " status";
+                throw refused("the dock is still applying the image");
             }
             mProgress.at(status.percent);
             mProgress.pause(kPollInterval);
         }
         mProgress.at(100);
+        mHint.clear();
+        mJournal->remove();
     }
 
-    const ImageVersion& version() const { return mVersion; }
+    // After the update has failed.
+    void saveProgress() { mJournal->progress(mAcknowledged, true); }
+
+    std::string versionText() const { return fmt::format("{}.{}", mVersion.major, mVersion.minor); }
     size_t sentBytes() const { return sent().size(); }
+    // How to go on after the update has failed; empty if there is nothing to say.
+    const std::string& hint() const { return mHint; }
 
   private:
     const std::vector<uint8_t>& sent() const {
@@ -123,6 +195,50 @@ class Update {
 
     uint32_t chunkCount() const {
         return static_cast<uint32_t>((sent().size() + mChunkSize - 1) / mChunkSize);
+    }
+
+    // A transfer may be continued only with the data it was begun with.
+    void checkRecord() {
+        const auto record = mJournal->read();
+        if (!record && !mRequest.unverified) {
+            throw badUsage(fmt::format(
+                "cannot resume: no record of an interrupted transfer of {} bytes as version {} to "
+                "this dock, and the dock cannot tell whether its chunks are of the same image; "
+                "start over without --resume, or use --resume --unverified if you are sure",
+                mRequest.image.size(), versionText()));
+        }
+        if (record && record->compressed != mRequest.compress) {
+            throw badUsage(
+                fmt::format("cannot resume: the interrupted transfer was started {} --compress",
+                            record->compressed ? "with" : "without"));
+        }
+        if (record && record->digest != mDigest) {
+            throw badUsage(fmt::format(
+                "cannot resume: the interrupted transfer is of a different image (SHA-256 {}, "
+                "{} of {} bytes sent), and the dock would mix the two; resume with that image, or "
+                "start over without --resume",
+                printable(record->digest), record->sent, record->total));
+        }
+        mResumed = record;
+        if (record) mAcknowledged = record->sent;
+    }
+
+    // Opens the transfer. The record names an image only while the dock has no chunks of another.
+    void open() {
+        const auto previous = mJournal->read();
+        if (!mRequest.resume && previous && previous->digest != mDigest) mJournal->remove();
+        // Perhaps still applying what an interrupted update has sent.
+        retried(isBusy, [&] { start(!mRequest.resume); });
+        if (mRequest.resume && !mResumed) return;
+        std::string error;
+        if (!mJournal->write({mDigest, mRequest.compress, mAcknowledged, sent().size()}, &error)) {
+            mContext.note(
+                "cannot write the transfer journal, so --resume will need --unverified: " + error);
+        }
+    }
+
+    void suggestStartingOver() {
+        mHint = "start over with: " + commandLine(mContext, mChannel, mRequest, false);
     }
 
     // The first chunk that the dock is missing; chunkCount() when it has all.
@@ -166,37 +282,41 @@ class Update {
                 throw refused(fmt::format("the dock does not accept chunk {}", number));
             }
             number = next;
-            mProgress.atBytes(std::min<uint64_t>(uint64_t{next} * mChunkSize, sent().size()),
-                              sent().size());
+            mAcknowledged = std::min<uint64_t>(uint64_t{next} * mChunkSize, sent().size());
+            mProgress.atBytes(mAcknowledged, sent().size());
+            mJournal->progress(mAcknowledged);
         }
     }
 
     uint32_t sendChunk(uint32_t number, std::span<const uint8_t> data) {
+        return retried(worthAnotherTry, [&] { return mChannel.sendChunk(number, data); });
+    }
+
+    template <typename Call>
+    std::invoke_result_t<Call> retried(bool (*worthIt)(const Failure&), Call call) {
         for (int tries = 1;; ++tries) {
             try {
-                return mChannel.sendChunk(number, data);
+                return call();
             } catch (const Failure& failure) {
-                if (tries > kRetries || !worthAnotherTry(failure)) throw;
+                if (tries > kRetries || !worthIt(failure)) throw;
             }
             mProgress.pause(kPollInterval);
         }
     }
 
+    Context& mContext;
     FirmwareChannel& mChannel;
     const UpdateRequest& mRequest;
     Progress& mProgress;
+    std::optional<TransferJournal> mJournal;
+    std::optional<TransferRecord> mResumed;
+    std::string mDigest;  // of the data to send
+    std::string mHint;
+    uint64_t mAcknowledged = 0;
     std::vector<uint8_t> mDeflated;
     uint32_t mChunkSize = 1;
     ImageVersion mVersion;
 };
-
-std::string resumeText(const FirmwareChannel& channel, const UpdateRequest& request) {
-    return fmt::format("continue with: {} update {} --resume{}{}", channel.command(), request.path,
-                       request.compress ? " --compress" : "",
-                       request.version ? fmt::format(" --fw-version {}.{}", request.version->major,
-                                                     request.version->minor)
-                                       : "");
-}
 
 }  // namespace
 
@@ -212,32 +332,30 @@ ImageVersion parseVersion(const std::string& text) {
 
 void updateFirmware(Context& context, FirmwareChannel& channel, const UpdateRequest& request) {
     if (request.image.empty()) throw badUsage(request.path + " is empty");
-    const std::string resume = resumeText(channel, request);
-    Progress progress(context, "interrupted; the dock keeps the chunks it has; " + resume);
-    Update update(channel, request, progress);
+    Progress progress(context);
+    Update update(context, channel, request, progress);
     update.prepare();
     try {
         update.transfer();
         update.apply();
     } catch (const Failure& failure) {
         progress.finish();
-        if (failure.name() == "INTERRUPTED" || failure.exitCode() == kBadUsage) throw;
+        update.saveProgress();
+        if (failure.name() == "INTERRUPTED" || update.hint().empty()) throw;
         throw Failure(failure.exitCode(), failure.code(), failure.name(),
-                      fmt::format("{}; {}", failure.what(), resume));
+                      fmt::format("{}; {}", failure.what(), update.hint()));
     }
     if (request.reboot) channel.reboot();
     progress.finish();
-    const std::string version =
-        fmt::format("{}.{}", update.version().major, update.version().minor);
-    context.printText(fmt::format("done: {} bytes, version {}, {}\n", request.image.size(), version,
-                                  request.reboot
-                                      ? "the dock restarts"
-                                      : "takes effect after: " + channel.command() + " reboot"));
+    context.printText(
+        fmt::format("done: {} bytes, version {}, {}\n", request.image.size(), update.versionText(),
+                    request.reboot ? "the dock restarts"
+                                   : "takes effect after: " + channel.command() + " reboot"));
     context.printJson({{"phase", "done"},
                        {"percent", 100},
                        {"imageBytes", request.image.size()},
                        {"sentBytes", update.sentBytes()},
-                       {"version", version},
+                       {"version", update.versionText()},
                        {"rebooted", request.reboot}});
 }
 

@@ -5,6 +5,12 @@
 #include <aidl/vendor/zorvak/wireless_charger/ExecuteStatus.h>
 #include <aidl/vendor/zorvak/wireless_charger/WirelessChargerFeature.h>
 #include <fmt/format.h>
+#include <strings.h>
+
+#include <vector>
+
+#include "failure.h"
+#include "text.h"
 
 namespace wlc {
 
@@ -140,6 +146,20 @@ std::string updateStatusName(int8_t code) {
         default:
             return "unknown";
     }
+}
+
+std::string powerText(int32_t power) {
+    return power == -1 ? "unknown" : fmt::format("{} (vendor-defined unit)", power);
+}
+
+int64_t featureBit(const std::string& name) {
+    std::vector<std::string> names;
+    for (const auto known : ndk::enum_range<WirelessChargerFeature>()) {
+        names.push_back(toString(known));
+        if (strcasecmp(name.c_str(), names.back().c_str()) == 0) return static_cast<int64_t>(known);
+    }
+    throw badUsage(fmt::format("unknown feature '{}'; the features are {}", printable(name),
+                               fmt::join(names, ", ")));
 }
 
 std::string featureNames(int64_t features) {

@@ -21,6 +21,10 @@ std::string rtxErrorName(int8_t code);       // 0 "none"
 std::string manufacturerName(int32_t code);  // "0x0072"; 0 "unknown"
 std::string executeStatusName(int8_t code);  // 1 "chunks are missing"
 std::string updateStatusName(int8_t code);   // as returned by a status query
+std::string powerText(int32_t power);        // "12000 (vendor-defined unit)"; -1 "unknown"
 std::string featureNames(int64_t features);  // "FAN_CONTROL | 0x100"; 0 "none"
+
+// The inverse for one name, in either case. Throws badUsage with the valid names.
+int64_t featureBit(const std::string& name);
 
 }  // namespace wlc

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,7 +29,7 @@ constexpr milliseconds kFrame(100);
 constexpr seconds kGrace(2);
 // Distance of plain lines, in percent.
 constexpr int kLinePercent = 5;
-constexpr int kBarWidth = 30;
+constexpr size_t kDefaultColumns = 80;
 
 // Errors are ignored: the job continues when nobody reads its progress.
 void say(const std::string& text, FILE* to = stdout) {
@@ -36,11 +37,16 @@ void say(const std::string& text, FILE* to = stdout) {
     std::fflush(to);
 }
 
+size_t terminalColumns() {
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kDefaultColumns;
+    return size.ws_col;
+}
+
 }  // namespace
 
-Progress::Progress(const Context& context, std::string interruptedText)
+Progress::Progress(const Context& context)
     : mContext(context),
-      mInterruptedText(std::move(interruptedText)),
       mTerminal(!context.json && isatty(STDOUT_FILENO) != 0),
       mPhaseBegan(Clock::now()),
       mMoved(Clock::now()),
@@ -61,8 +67,17 @@ void Progress::finish() {
         mTicker.join();
     }
     const std::lock_guard lock(mLock);
-    if (mOpenLine) say("\n");
-    mOpenLine = false;
+    if (mOpenLine != 0) say("\n");
+    mOpenLine = 0;
+}
+
+Failure Progress::interrupted() {
+    return {kRefused, 0, "INTERRUPTED", mInterruptedText};
+}
+
+void Progress::onInterrupt(std::string text) {
+    const std::lock_guard lock(mLock);
+    mInterruptedText = std::move(text);
 }
 
 void Progress::phase(const std::string& name, int from, int to) {
@@ -105,15 +120,13 @@ double Progress::bytesPerSecond() {
                : static_cast<double>(mBytes - mFirstBytes) / passed;
 }
 
-std::string Progress::line(int waiting) {
-    std::string text = fmt::format("{:<8} {:3} %", mPhase, mPercent);
-    const double rate = bytesPerSecond();
-    if (mTotalBytes != 0 && rate > 0) {
-        text += fmt::format("  {:.1f} KiB/s, {:.0f} s left", rate / 1024,
-                            static_cast<double>(mTotalBytes - mBytes) / rate);
+ProgressState Progress::state(int waiting) {
+    ProgressState state = {.phase = mPhase, .percent = mPercent, .waitingSeconds = waiting};
+    if (mTotalBytes != 0) state.bytesPerSecond = bytesPerSecond();
+    if (state.bytesPerSecond > 0) {
+        state.secondsLeft = static_cast<double>(mTotalBytes - mBytes) / state.bytesPerSecond;
     }
-    if (waiting > 0) text += fmt::format("  no answer for {} s", waiting);
-    return text;
+    return state;
 }
 
 Json Progress::object(int waiting) {
@@ -140,17 +153,18 @@ void Progress::show(bool alive) {
         now - mMoved >= seconds(1) ? static_cast<int>((now - mMoved) / seconds(1)) : 0;
     if (mTerminal) {
         if (!newPhase && sinceShown < kFrame) return;
-        const int full = mPercent * kBarWidth / 100;
-        const std::string bar = std::string(static_cast<size_t>(full), '#') +
-                                std::string(static_cast<size_t>(kBarWidth - full), '.');
-        say(fmt::format("\r[{}] {}\x1b[K", bar, line(waiting)));
-        mOpenLine = true;
+        const size_t columns = terminalColumns();
+        // A terminal that became narrower has wrapped the line: go back to its first row.
+        const size_t rows = mOpenLine == 0 ? 0 : (mOpenLine - 1) / columns;
+        const std::string line = progressLine(state(waiting), static_cast<int>(columns));
+        say(fmt::format("\r{}{}\x1b[J", rows > 0 ? fmt::format("\x1b[{}A", rows) : "", line));
+        mOpenLine = line.size();
     } else {
         const int step = mContext.json ? 1 : kLinePercent;
         const bool moved = newPhase || mPercent >= mShownPercent + step ||
                            (mPercent == 100 && mShownPercent != 100);
         if (!moved && !(alive && sinceShown >= kSign)) return;
-        say((mContext.json ? toText(object(waiting)) : line(waiting)) + "\n");
+        say((mContext.json ? toText(object(waiting)) : progressText(state(waiting))) + "\n");
     }
     mShown = now;
     mShownPercent = mPercent;
@@ -170,12 +184,11 @@ void Progress::tick() {
         }
         const std::lock_guard lock(mLock);
         if (mInterrupted && Clock::now() - noticed >= kGrace) {
-            const Json error = {
-                {"error", {{"code", 0}, {"name", "INTERRUPTED"}, {"message", mInterruptedText}}}};
             if (mContext.json) {
-                say(toText(error) + "\n");
+                say(toText(errorJson(interrupted())) + "\n");
             } else {
-                say((mOpenLine ? "\nwlc: " : "wlc: ") + printable(mInterruptedText) + "\n", stderr);
+                say((mOpenLine != 0 ? "\nwlc: " : "wlc: ") + printable(mInterruptedText) + "\n",
+                    stderr);
             }
             _exit(kRefused);
         }
@@ -189,8 +202,10 @@ void Progress::pause(milliseconds time) {
     throwIfInterrupted();
 }
 
-void Progress::throwIfInterrupted() const {
-    if (mInterrupted) throw Failure(kRefused, 0, "INTERRUPTED", mInterruptedText);
+void Progress::throwIfInterrupted() {
+    if (!mInterrupted) return;
+    const std::lock_guard lock(mLock);
+    throw interrupted();
 }
 
 }  // namespace wlc

@@ -9,7 +9,9 @@
 #include <thread>
 
 #include "context.h"
+#include "failure.h"
 #include "lock_annotations.h"
+#include "progress_line.h"
 #include "signals.h"
 
 namespace wlc {
@@ -19,11 +21,13 @@ namespace wlc {
 // thread works and reports; a thread owned by this object shows the passing time.
 class Progress {
   public:
-    // interruptedText: tells the user how to continue after Ctrl-C.
-    Progress(const Context& context, std::string interruptedText);
+    explicit Progress(const Context& context);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
+
+    // What Ctrl-C means from now on, and how to continue after it: the message of the Failure.
+    void onInterrupt(std::string text) EXCLUDES(mLock);
 
     // Begins a phase, whose own 0 to 100 % is shown as `from` to `to` percent of the whole. The
     // percentage shown never decreases.
@@ -37,7 +41,7 @@ class Progress {
 
     // Throws Failure INTERRUPTED after Ctrl-C. Cheap. If the job does not call this within two
     // seconds, because the dock does not answer, the process exits with the same message.
-    void throwIfInterrupted() const;
+    void throwIfInterrupted() EXCLUDES(mLock);
 
     // Stops the display and ends the line on the terminal.
     void finish() EXCLUDES(mLock);
@@ -47,16 +51,17 @@ class Progress {
 
     void tick();
     void show(bool alive) REQUIRES(mLock);
-    std::string line(int waiting) REQUIRES(mLock);
+    Failure interrupted() REQUIRES(mLock);
+    ProgressState state(int waiting) REQUIRES(mLock);
     Json object(int waiting) REQUIRES(mLock);
     double bytesPerSecond() REQUIRES(mLock);
 
     const Context& mContext;
-    const std::string mInterruptedText;
     const bool mTerminal;
     Signals mSignals;
     std::atomic<bool> mInterrupted{false};
     std::mutex mLock;
+    std::string mInterruptedText GUARDED_BY(mLock) = "interrupted";
     std::string mPhase GUARDED_BY(mLock);
     int mFrom GUARDED_BY(mLock) = 0;
     int mTo GUARDED_BY(mLock) = 0;
@@ -68,7 +73,8 @@ class Progress {
     Clock::time_point mPhaseBegan GUARDED_BY(mLock);
     Clock::time_point mMoved GUARDED_BY(mLock);
     Clock::time_point mShown GUARDED_BY(mLock);
-    bool mOpenLine GUARDED_BY(mLock) = false;
+    // What the line on the terminal occupies; 0: there is none.
+    size_t mOpenLine GUARDED_BY(mLock) = 0;
     ndk::ScopedFileDescriptor mStop;
     std::thread mTicker;
 };

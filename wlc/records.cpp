@@ -38,8 +38,8 @@ Report describe(const charger::AlignInfo& info) {
     Report report;
     report.code("status", info.status, alignmentName(info.status));
     report.field("subStatus", info.subStatus);
-    report.field("value1", info.value1);
-    report.field("value2", info.value2);
+    report.reading("value1", info.value1, "1");
+    report.reading("value2", info.value2, "2");
     return report;
 }
 
@@ -87,11 +87,10 @@ Report describe(const charger::DockPresent& present) {
 Report describe(const charger::FanInfo& info) {
     Report report;
     report.field("valid", info.valid);
-    const std::pair<const char*, char16_t> numbers[] = {{"level", info.level},
-                                                        {"fanValue1", info.fanValue1},
-                                                        {"fanValue2", info.fanValue2},
-                                                        {"fanValue3", info.fanValue3}};
-    for (const auto& [key, value] : numbers) report.field(key, static_cast<uint16_t>(value));
+    report.field("level", static_cast<uint16_t>(info.level));
+    report.reading("fanValue1", info.fanValue1, "1");
+    report.reading("fanValue2", info.fanValue2, "2");
+    report.reading("fanValue3", info.fanValue3, "3");
     return report;
 }
 
@@ -131,7 +130,7 @@ Report describe(const charger::PowerInfo& info) {
     Report report;
     for (const auto& [key, value] : {std::pair("maxPower", info.maxPower),
                                      std::pair("negotiatedPower", info.negotiatedPower)}) {
-        report.field(key, value, value == -1 ? "unknown" : std::to_string(value));
+        report.field(key, value, powerText(value));
     }
     report.code("limitReason", info.limitReason, limitReasonName(info.limitReason));
     return report;
@@ -142,8 +141,8 @@ Report describe(const charger::RtxStatusInfo& info) {
     report.code("mode", info.mode, rtxModeName(info.mode));
     report.field("prmc", info.prmc, manufacturerName(info.prmc));
     report.field("connected", info.connected);
-    report.field("readingA", info.readingA);
-    report.field("readingB", info.readingB);
+    report.reading("readingA", info.readingA, "A");
+    report.reading("readingB", info.readingB, "B");
     report.field("deviceLevel", info.deviceLevel);
     report.code("errorType", info.errorType, rtxErrorName(info.errorType));
     return report;
@@ -159,8 +158,8 @@ Report describe(const charger::SkinTemp& temperatures) {
 Report describe(const charger::UpdateInfo& info) {
     Report report;
     bytes(report, "maxSize", info.maxSize);
-    report.field("infoByte4", static_cast<uint8_t>(info.infoByte4));
-    report.field("infoByte5", static_cast<uint8_t>(info.infoByte5));
+    report.reading("infoByte4", static_cast<uint8_t>(info.infoByte4), "1");
+    report.reading("infoByte5", static_cast<uint8_t>(info.infoByte5), "2");
     return report;
 }
 

@@ -5,11 +5,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 
 #include "text.h"
 
 namespace wlc {
 namespace {
+
+constexpr std::string_view kVendorDefined = " (vendor-defined)";
 
 std::string inWords(const std::string& key) {
     std::string words;
@@ -61,6 +64,12 @@ Report& Report::append(const Report& record) {
     return *this;
 }
 
+Report& Report::reading(const std::string& key, int64_t value, const std::string& name) {
+    mRows.emplace_back(fmt::format("reading {}{}", name, kVendorDefined), std::to_string(value));
+    mJson[key] = value;
+    return *this;
+}
+
 Report& Report::code(const std::string& key, int64_t value, const std::string& name) {
     return field(key, value, fmt::format("{} ({})", value, name));
 }
@@ -82,7 +91,9 @@ std::string Report::lines() const {
 std::string Report::line() const {
     std::string out;
     for (const auto& [label, text] : mRows) {
-        out += fmt::format("{}{} {}", out.empty() ? "" : ", ", label, text);
+        // In a line the label alone has to do.
+        const std::string shortened = label.substr(0, label.find(kVendorDefined));
+        out += fmt::format("{}{} {}", out.empty() ? "" : ", ", shortened, text);
     }
     return out;
 }

@@ -23,6 +23,8 @@ class Report {
     Report& nested(const std::string& key, const Report& record);
     // The fields of another record.
     Report& append(const Report& record);
+    // A number whose meaning and unit only the vendor knows: "reading 1 (vendor-defined)".
+    Report& reading(const std::string& key, int64_t value, const std::string& name);
     // Number and name: "3 (not charging)".
     Report& code(const std::string& key, int64_t value, const std::string& name);
     Report& hexCode(const std::string& key, int64_t value, const std::string& name);

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "text.h"
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 
 #include "failure.h"
@@ -35,6 +37,12 @@ size_t distance(const std::string& a, const std::string& b) {
         }
     }
     return d[a.size()][b.size()];
+}
+
+int milliseconds(std::chrono::system_clock::time_point time) {
+    using std::chrono::floor;
+    return static_cast<int>(
+        (floor<std::chrono::milliseconds>(time) - floor<std::chrono::seconds>(time)).count());
 }
 
 }  // namespace
@@ -74,6 +82,28 @@ std::string printableLines(std::string_view text) {
     return escaped(text, true);
 }
 
+std::string shellQuoted(const std::string& path) {
+    constexpr const char* kPlain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+    const std::string text = path.starts_with('-') ? "./" + path : path;
+    if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+    const bool bytes =
+        std::any_of(text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; });
+    std::string quoted = bytes ? "$'" : "'";
+    for (const char c : text) {
+        if (bytes && (c < ' ' || c > '~')) {
+            quoted += fmt::format("\\x{:02x}", static_cast<uint8_t>(c));
+        } else if (bytes && (c == '\'' || c == '\\')) {
+            quoted += {'\\', c};
+        } else if (c == '\'') {
+            quoted += R"('\'')";
+        } else {
+            quoted += c;
+        }
+    }
+    return quoted + "'";
+}
+
 int64_t toNumber(const std::string& text, const std::string& what, int64_t lowest,
                  int64_t highest) {
     const size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
@@ -91,6 +121,29 @@ int64_t toNumber(const std::string& text, const std::string& what, int64_t lowes
                                    highest, printable(text)));
     }
     return value;
+}
+
+int64_t toBits64(const std::string& text, const std::string& what) {
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const char* const first = text.data() + (hex ? 2 : 0);
+    uint64_t bits = 0;
+    const auto [end, error] =
+        std::from_chars(first, text.data() + text.size(), bits, hex ? 16 : 10);
+    if (error == std::errc() && end == text.data() + text.size()) return static_cast<int64_t>(bits);
+    if (text.starts_with('-')) return toNumber(text, what, INT64_MIN, INT64_MAX);
+    throw badUsage(fmt::format("{} must be a number from {} to {}, not '{}'", what, INT64_MIN,
+                               UINT64_MAX, printable(text)));
+}
+
+std::string isoTime(std::chrono::system_clock::time_point time) {
+    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z",
+                       fmt::gmtime(std::chrono::system_clock::to_time_t(time)), milliseconds(time));
+}
+
+std::string localTime(std::chrono::system_clock::time_point time) {
+    return fmt::format("{:%H:%M:%S}.{:03}",
+                       fmt::localtime(std::chrono::system_clock::to_time_t(time)),
+                       milliseconds(time));
 }
 
 std::string nearest(const std::string& word, const std::vector<std::string>& candidates) {

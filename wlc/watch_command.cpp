@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "commands.h"
 #include "event_queue.h"
@@ -68,6 +70,7 @@ struct WatchArguments {
     uint64_t count = 0;
     double timeout = 0;
     bool reconnect = false;
+    bool initial = false;
 };
 
 bool wanted(const WatchArguments& arguments, const char* kind) {
@@ -139,10 +142,47 @@ class Subscriptions {
 };
 
 void printEvent(const Context& context, const EventQueue::Event& event) {
-    Json object = {{"event", event.name}};
+    Json object = {{"event", event.name}, {"time", isoTime(event.time)}};
     object.update(event.report.json());
     context.printJson(object);
-    context.printText(fmt::format("{:<5}  {}\n", event.name, event.report.line()));
+    context.printText(
+        fmt::format("{}  {:<5}  {}\n", localTime(event.time), event.name, event.report.line()));
+}
+
+// The state before the first event, as events with a mark. What cannot be read is reported so.
+void printInitial(Context& context, const WatchArguments& arguments) {
+    const std::pair<const char*, std::function<Report()>> questions[] = {
+        {"align",
+         [&] {
+             charger::AlignInfo info;
+             check(context.service()->getAlignInfo(&info), "align");
+             return describe(info);
+         }},
+        {"rtx",
+         [&] {
+             charger::RtxStatusInfo info;
+             check(context.service()->getRtxInformation(&info), "rtx");
+             return describe(info);
+         }},
+        {"fan", [&] {
+             int32_t level = 0;
+             check(context.service()->getFanLevel(&level), "fan level");
+             return Report().field("level", level);
+         }}};
+    context.limitAnswers();
+    for (const auto& [kind, read] : questions) {
+        if (!wanted(arguments, kind)) continue;
+        Report report;
+        report.field("initial", true);
+        try {
+            report.append(read());
+        } catch (const Failure& failure) {
+            if (failure.exitCode() == kNoService) throw;
+            report.field("error", errorJson(failure)["error"], printable(failure.what()));
+        }
+        printEvent(context, {kind, report, std::chrono::system_clock::now()});
+    }
+    unlimitAnswerTime();
 }
 
 // Milliseconds until a deadline for poll(), rounded up; -1 for none.
@@ -166,6 +206,7 @@ class Watch {
             kinds += fmt::format("{}{}", kinds.empty() ? "" : ", ", kind);
         }
         mContext.note("watching " + kinds);
+        if (mArguments.initial) printInitial(mContext, mArguments);
         if (mArguments.timeout > 0) {
             mDeadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                            std::chrono::duration<double>(mArguments.timeout));
@@ -218,7 +259,10 @@ class Watch {
             if (!waitFor(-1, left < 0 ? kLookupMs : std::min(left, kLookupMs))) return false;
         }
         mContext.note("watching again; events may have been missed");
-        mContext.printJson({{"event", "reconnected"}, {"missed", true}});
+        mContext.printJson({{"event", "reconnected"},
+                            {"time", isoTime(std::chrono::system_clock::now())},
+                            {"missed", true}});
+        if (mArguments.initial) printInitial(mContext, mArguments);
         return true;
     }
 
@@ -249,7 +293,8 @@ void watch(Context& context, const WatchArguments& arguments) {
 void addWatchCommand(CLI::App& app, Context& context) {
     const auto arguments = std::make_shared<WatchArguments>();
     CLI::App* command = app.add_subcommand("watch", "Print events as they arrive, until Ctrl-C");
-    command->add_option("EVENT", arguments->kinds, "align, rtx or fan; default: all");
+    command->add_option("EVENT", arguments->kinds, "align, rtx or fan; default: all")
+        ->type_name("");
     command->add_option("--count", arguments->count, "Exit after N events")
         ->type_name("N")
         ->check(CLI::Range(1, 1000000000));
@@ -258,6 +303,8 @@ void addWatchCommand(CLI::App& app, Context& context) {
                      "Exit after SECONDS; status 1 if fewer than --count events arrived")
         ->type_name("SECONDS")
         ->check(secondsFrom(0.001));
+    command->add_flag("--initial", arguments->initial,
+                      "Print the current state first; not counted by --count");
     command->add_flag("--reconnect", arguments->reconnect,
                       "Subscribe again after the connection to the service was lost");
     command->callback([&context, arguments] { watch(context, *arguments); });

@@ -4,14 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "failure.h"
+#include "progress_line.h"
 
 namespace wlc {
 namespace {
 
 TEST(Hex, PairsAreReadAndAnythingElseIsRefused) {
-    EXPECT_EQ((std::vector<uint8_t>{0x00, 0xfF, 0x1a}), fromHex("00fF1A", "x"));
-    EXPECT_EQ((std::vector<uint8_t>{1, 2}), fromHex("01:02", "x"));
-    EXPECT_EQ((std::vector<uint8_t>{1, 2}), fromHex(" 01 02 ", "x"));
+    EXPECT_EQ((std::vector<uint8_t>{0x00, 0xfF, 0x1a}), fromHex(" 00fF:1A ", "x"));
     EXPECT_TRUE(fromHex("", "x").empty());
     for (const char* text : {"0", "000", "0x01", "0 1", "g0", "-1"}) {
         EXPECT_THROW(fromHex(text, "x"), Failure) << text;
@@ -27,27 +26,42 @@ TEST(Number, OnlyWholeNumbersWithinBoundsAreTaken) {
                                       {"-0x80", -128},
                                       {"010", 10}}) {
         EXPECT_EQ(value, toNumber(text, "x", -128, 255)) << text;
+        EXPECT_EQ(value, toBits64(text, "x")) << text;
     }
     for (const char* text : {"", "-", "256", "-129", "1 ", " 1", "1x", "0x", "+1", "--1",
                              "99999999999999999999", "1.0", "abc"}) {
         EXPECT_THROW(toNumber(text, "x", -128, 255), Failure) << text;
     }
-    EXPECT_EQ(INT64_MIN, toNumber("-9223372036854775808", "x", INT64_MIN, INT64_MAX));
     EXPECT_THROW(toNumber("9223372036854775808", "x", INT64_MIN, INT64_MAX), Failure);
+    EXPECT_EQ(INT64_MIN, toBits64("-9223372036854775808", "x"));
+    EXPECT_EQ(INT64_MIN, toBits64("9223372036854775808", "x"));
+    EXPECT_EQ(-1, toBits64("0xffffffffffffffff", "x"));
+    for (const char* text : {"", "0x", "18446744073709551616", "-9223372036854775809", "1x"}) {
+        EXPECT_THROW(toBits64(text, "x"), Failure) << text;
+    }
 }
 
-TEST(Nearest, OneSlipIsForgivenAndAnotherWordIsNot) {
-    const std::vector<std::string> words = {"fan", "firmware", "features", "phone"};
-    for (const auto& [typed, meant] : {std::pair{"fna", "fan"},
-                                       {"fam", "fan"},
-                                       {"fans", "fan"},
-                                       {"frimware", "firmware"},
-                                       {"feature", "features"},
-                                       {"phnoe", "phone"},
-                                       {"zzz", ""},
-                                       {"", ""},
-                                       {"nothing", ""}}) {
-        EXPECT_EQ(meant, nearest(typed, words)) << typed;
+TEST(Time, IsIso8601InUtc) {
+    const std::chrono::milliseconds since(1767225599007);
+    EXPECT_EQ("2025-12-31T23:59:59.007Z", isoTime(std::chrono::system_clock::time_point(since)));
+}
+
+TEST(ProgressLine, FitsTheTerminalAndDropsWhatMattersLeast) {
+    ProgressState state = {"transfer", 42, 123456, 98, 0};
+    for (const auto& [columns, line] :
+         {std::pair{200, "[############..................] transfer  42 %  120.6 KiB/s, 98 s left"},
+          {56, "[#####.........] transfer  42 %  120.6 KiB/s, 98 s left"},
+          {40, "[####.......] transfer  42 %  98 s left"},
+          {30, "[#####.......] transfer  42 %"},
+          {17, "[###......] 42 %"},
+          {10, "42 %"},
+          {3, "42"}}) {
+        EXPECT_EQ(line, progressLine(state, columns)) << columns;
+    }
+    state.waitingSeconds = 100;
+    EXPECT_EQ("[#######............] transfer  42 %  no answer for 100 s", progressLine(state, 58));
+    for (int columns = 1; columns < 120; ++columns) {
+        EXPECT_LT(progressLine(state, columns).size(), static_cast<size_t>(columns));
     }
 }
 

@@ -3,7 +3,6 @@
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
 #include <android/binder_shell.h>
-#include <gmock/gmock.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -14,8 +13,6 @@
 namespace wlc {
 namespace {
 
-using testing::HasSubstr;
-
 constexpr const char* kName = "vendor.zorvak.wireless_charger.IWirelessCharger/default";
 
 // The tools that people know from a device's shell.
@@ -24,31 +21,48 @@ class ToolsTest : public ServiceTest {
     static std::string tool(const char* name) { return std::string(TOOLS_FOLDER "/") + name; }
 };
 
-TEST_F(ToolsTest, ServedNamesAreListedAndDeadOnesAreNot) {
-    const std::string listed = std::string("Currently running services:\n  ") + kName + "\n";
-    EXPECT_EQ(listed, run({tool("dumpsys"), "-l"}).out);
-    EXPECT_EQ(listed, run({tool("cmd"), "-l"}).out);
-    EXPECT_EQ(std::string("Found 1 services:\n0\t") + kName + "\n",
-              run({tool("service"), "list"}).out);
-    EXPECT_EQ(0, run({tool("service"), "check", kName}).exitStatus);
-    killService();
+TEST_F(ToolsTest, ServicesAreListedFoundAndDumped) {
+    const std::string name = kName;
+    const std::string listed = "Currently running services:\n  " + name + "\n";
+    const std::string dumped = wlc("dump").out;
+    const auto usage = testing::Ne("");
+    EXPECT_THAT(dumped, testing::StartsWith("IWirelessCharger Service:\n"));
+    const struct {
+        Words words;
+        int status;
+        testing::Matcher<std::string> out;
+        testing::Matcher<std::string> err;
+    } kCases[] = {
+        {{"dumpsys", "-l"}, 0, listed, ""},
+        {{"cmd", "-l"}, 0, listed, ""},
+        {{"service", "list"}, 0, "Found 1 services:\n0\t" + name + "\n", ""},
+        {{"service", "check", name}, 0, "Service " + name + ": found\n", ""},
+        {{"service", "check", "\x1b"}, 1, "Service \\x1b: not found\n", ""},
+        {{"dumpsys", name, "-a", "--proto"}, 0, dumped, ""},
+        {{"dumpsys"}, 0, HasSubstr("DUMP OF SERVICE " + name + ":\nIWireless"), ""},
+        {{"dumpsys", "--skip", name}, 0, testing::Not(HasSubstr("DUMP OF")), ""},
+        {{"dumpsys", "no.such/x"}, 1, "", "Can't find service: no.such/x\n"},
+        {{"dumpsys", "-t", "0", name}, 2, "", usage},
+        {{"dumpsys", "-t", "x", name}, 2, "", usage},
+        {{"dumpsys", "-x"}, 2, "", usage},
+        {{"dumpsys", "-t"}, 2, "", usage},
+        {{"cmd"}, 2, "", usage},
+        {{"cmd", "-x"}, 2, "", usage},
+        {{"service", "check"}, 2, "", usage},
+        {{"service", "lst"}, 2, "", usage},
+    };
+    for (const auto& [words, status, out, err] : kCases) {
+        SCOPED_TRACE(testing::PrintToString(words));
+        Words command = words;
+        command[0] = tool(words[0].c_str());
+        const Outcome outcome = run(command);
+        EXPECT_EQ(status, outcome.exitStatus);
+        EXPECT_THAT(outcome.out, out);
+        EXPECT_THAT(outcome.err, err);
+    }
+    system.killService();
     EXPECT_EQ("Found 0 services:\n", run({tool("service"), "list"}).out);
-    EXPECT_EQ(1, run({tool("service"), "check", kName}).exitStatus);
-}
-
-TEST_F(ToolsTest, DumpsysShowsOneServiceOrAll) {
-    const Outcome one = run({tool("dumpsys"), kName, "-a", "--proto"});
-    EXPECT_EQ(0, one.exitStatus) << one.err;
-    EXPECT_THAT(one.out, testing::StartsWith("IWirelessCharger Service:\n"));
-    EXPECT_EQ(wlc("dump").out, one.out);
-    const Outcome all = run({tool("dumpsys")});
-    EXPECT_EQ(0, all.exitStatus);
-    EXPECT_THAT(all.out, HasSubstr(std::string("DUMP OF SERVICE ") + kName + ":\nIWireless"));
-    const Outcome skipped = run({tool("dumpsys"), "--skip", kName});
-    EXPECT_EQ(std::string::npos, skipped.out.find("DUMP OF"));
-    const Outcome none = run({tool("dumpsys"), "no.such.IService/default"});
-    EXPECT_EQ(1, none.exitStatus);
-    EXPECT_EQ("Can't find service: no.such.IService/default\n", none.err);
+    EXPECT_EQ(1, run({tool("service"), "check", name}).exitStatus);
 }
 
 TEST_F(ToolsTest, DumpsysGivesUpOnAServiceThatHangs) {
@@ -67,12 +81,12 @@ TEST_F(ToolsTest, DumpsysGivesUpOnAServiceThatHangs) {
 TEST_F(ToolsTest, CmdRunsShellCommandsAndWaitsForAService) {
     EXPECT_EQ(0, run({tool("cmd"), kName, "diag.negopower", "77"}).exitStatus);
     EXPECT_EQ(77, wlcJson("power")["negotiatedPower"]);
-    stopService();
+    system.stopService();
     const Outcome none = run({tool("cmd"), kName, "diag.negopower", "78"});
     EXPECT_EQ(20, none.exitStatus);
     EXPECT_EQ(std::string("cmd: Can't find service: ") + kName + "\n", none.err);
     Process waiting({tool("cmd"), "-w", kName, "diag.negopower", "79"});
-    startService();
+    system.start();
     EXPECT_EQ(0, waiting.wait().exitStatus);
     EXPECT_EQ(79, wlcJson("power")["negotiatedPower"]);
 }
@@ -151,7 +165,6 @@ TEST_F(ToolsTest, NamesAndPropertiesAreShownEscaped) {
     const std::string shown = "a\\x0a[forged]: [b]\\x1b\\xc2\\x9b";
     EXPECT_EQ(shown + "\n", run({tool("getprop"), "test.value"}).out);
     EXPECT_THAT(run({tool("getprop")}).out, HasSubstr("[test.value]: [" + shown + "]\n"));
-    EXPECT_EQ("Service \\x1b: not found\n", run({tool("service"), "check", "\x1b"}).out);
 }
 
 TEST_F(ToolsTest, OutputThatNobodyReadsEndsThemAndKillsNone) {
@@ -188,25 +201,6 @@ TEST_F(ToolsTest, FullDeviceIsAFailureWithAMessage) {
             run({"/bin/bash", "-c", "exec \"$0\"/" + command + " >/dev/full", TOOLS_FOLDER});
         EXPECT_EQ(1, outcome.exitStatus) << command;
         EXPECT_THAT(outcome.err, HasSubstr("cannot write to standard output: No space left"));
-    }
-}
-
-TEST_F(ToolsTest, WrongUsageExitsTwo) {
-    const Words cases[] = {
-        {tool("dumpsys"), "-t", "0", kName},
-        {tool("dumpsys"), "-t", "x", kName},
-        {tool("dumpsys"), "-x"},
-        {tool("dumpsys"), "-t"},
-        {tool("cmd")},
-        {tool("cmd"), "-x"},
-        {tool("service"), "check"},
-        {tool("service"), "lst"},
-    };
-    for (const Words& words : cases) {
-        const Outcome outcome = run(words);
-        EXPECT_EQ(2, outcome.exitStatus) << testing::PrintToString(words);
-        EXPECT_EQ("", outcome.out);
-        EXPECT_NE("", outcome.err);
     }
 }
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <gmock/gmock.h>
 #include <signal.h>
 
+#include <filesystem>
 #include <random>
+#include <sstream>
 
 #include "qi_authentication.h"
 #include "service_fixture.h"
@@ -11,11 +12,11 @@
 namespace wlc {
 namespace {
 
-using testing::HasSubstr;
+using testing::Not;
 
 // Bytes that compress by about half.
-std::string image(size_t size) {
-    std::mt19937 random(42);
+std::string image(size_t size, unsigned seed = 42) {
+    std::mt19937 random(seed);
     std::string bytes(size, '\0');
     for (size_t i = 0; i < size; i += 2) bytes[i] = static_cast<char>(random());
     return bytes;
@@ -34,25 +35,44 @@ class UpdateTest : public ServiceTest {
         }
     }
 
-    // What the dock executed last, by the name that `dockctl status` gives the slot.
+    // What the dock executed last: "0", "1" or "legacy".
     nlohmann::json slot(const std::string& name) {
         const nlohmann::json status = dockStatus();
-        if (name == "legacy") return status["legacyFirmware"];
-        return status["firmware"][name == "1" ? 1 : 0];
+        return name == "legacy" ? status["legacyFirmware"]
+                                : status["firmware"][name == "1" ? 1 : 0];
     }
 
-    // Number of the latest request; the dock remembers the latest 256 of them.
-    size_t latestRequest() {
-        const auto log = dockLog();
-        return log.empty() ? 0 : log.back()["number"].get<size_t>();
-    }
-
-    size_t chunksSentAfter(size_t request) {
-        size_t count = 0;
-        for (const auto& entry : dockLog()) {
-            count += entry["number"] > request && entry["type"] == 26 ? 1 : 0;
+    // Requests of a type among the 256 that the dock remembers, from a number on.
+    size_t count(int type, size_t from = 0) {
+        size_t found = 0;
+        for (const auto& entry : system.dockLog()) {
+            found += entry["number"] > from && entry["type"] == type ? 1 : 0;
         }
-        return count;
+        return found;
+    }
+
+    void delayChunks(int ms) {
+        for (const char* request : {"sendPropRequest:26 ", "sendBidiRequest:26 "}) {
+            dock(std::string("delay ") + request + std::to_string(ms));
+        }
+    }
+
+    // Kills an update in the middle of its transfer.
+    void interrupt(const std::string& command) {
+        delayChunks(10);
+        Process process(wlcCommand("--json " + command));
+        ASSERT_TRUE(process.waitForOutput("\"percent\":20")) << process.wait().out;
+        process.signal(SIGKILL);
+        process.wait();
+        delayChunks(0);
+    }
+
+    // Runs the command line at the end of a message, as a user would.
+    static Outcome runHint(const std::string& message) {
+        const size_t at = message.rfind("with: wlc ");
+        if (at == std::string::npos) return {};
+        return run({"/bin/bash", "-c", "wlc() { \"$0\" \"$@\"; }; " + message.substr(at + 6),
+                    WLC_PROGRAM});
     }
 };
 
@@ -75,6 +95,19 @@ TEST_F(UpdateTest, ImageArrivesWithItsDigestByEveryWay) {
     EXPECT_EQ(4, wlcJson("firmware --target 1 info")["version"]["minor"]);
 }
 
+TEST_F(UpdateTest, WithoutAVersionTheRunningOneIsKeptOrAskedFor) {
+    const std::string update = "legacy-firmware update " + file("image", image(1000));
+    dock("set info.major 4");
+    dock("set info.minor 7");
+    EXPECT_EQ(0, wlc(update).exitStatus);
+    EXPECT_EQ(4, slot("legacy")["newMajor"]);
+    EXPECT_EQ(7, slot("legacy")["newMinor"]);
+    dock("fail sendBidiRequest:0 13 1");
+    const Outcome outcome = wlc(update);
+    EXPECT_EQ(2, outcome.exitStatus);
+    EXPECT_THAT(outcome.err, HasSubstr("--fw-version is required"));
+}
+
 TEST_F(UpdateTest, ProgressNamesThePhaseAndNeverGoesBack) {
     dock("set firmware.0.forget-every 10");
     const Outcome outcome = wlc("--json firmware update --reboot " + file("image", image(20000)));
@@ -91,99 +124,183 @@ TEST_F(UpdateTest, ProgressNamesThePhaseAndNeverGoesBack) {
     EXPECT_EQ(digestOf(image(20000)), slot("0")["executedDigest"]);
 }
 
-TEST_F(UpdateTest, ImagesThatCannotBeRightAreRefusedBeforeAnythingIsSent) {
+TEST_F(UpdateTest, BarFitsANarrowTerminalOnOneLine) {
+    delayChunks(5);
+    const Outcome outcome =
+        run({"/usr/bin/script", "-qec",
+             "stty cols 40; " WLC_PROGRAM " firmware update " + file("image", image(252 * 60)),
+             "/dev/null"});
+    EXPECT_EQ(0, outcome.exitStatus) << outcome.out;
+    std::istringstream drawn(outcome.out.substr(0, outcome.out.find("done:")));
+    size_t bars = 0;
+    for (std::string line; std::getline(drawn, line, '\r');) {
+        bars += line.starts_with('[') ? 1 : 0;
+        EXPECT_LT(std::min(line.size(), line.find_first_of("\x1b\n")), 40u) << line;
+    }
+    EXPECT_GT(bars, 2u);
+}
+
+TEST_F(UpdateTest, ImpossibleUpdatesAreRefusedBeforeAnythingIsSent) {
     dock("set firmware.0.max-size 1000");
     const std::string large = file("large", image(1001));
     const std::string empty = file("empty", "");
-    const std::pair<std::string, const char*> cases[] = {
+    const std::string fits = file("fits", image(1000));
+    const std::pair<std::string, const char*> kCases[] = {
         {"firmware update " + large, "too large for this dock: 1001 bytes, the limit is 1000"},
         {"firmware update " + empty, "is empty"},
         {"legacy-firmware update " + empty, "is empty"},
         {"firmware update /nonexistent", "cannot read /nonexistent"},
         {"firmware update " + large + " --fw-version 1", "must be M.m"},
+        {"legacy-firmware update " + fits + " --name " + std::string(248, 'x'), "limit is 247"},
+        {"firmware update --resume " + fits, "no record of an interrupted transfer"},
     };
-    for (const auto& [command, text] : cases) {
+    for (const auto& [command, text] : kCases) {
         const Outcome outcome = wlc(command);
         EXPECT_EQ(2, outcome.exitStatus) << command;
         EXPECT_THAT(outcome.err, HasSubstr(text));
+        EXPECT_THAT(outcome.err, Not(HasSubstr("with: wlc")));
     }
-    for (const auto& entry : dockLog()) {
-        if (entry["operation"].get<std::string>().find("Request") == std::string::npos) continue;
-        EXPECT_EQ(24, entry["type"]) << "more than a question: " << entry;
-    }
-    EXPECT_EQ(0, wlc("firmware update " + file("fits", image(1000))).exitStatus);
+    EXPECT_EQ(0u, count(25));
+    EXPECT_EQ(0, wlc("firmware update " + fits).exitStatus);
+    EXPECT_EQ(
+        0, wlc("legacy-firmware update " + fits + " --name " + std::string(247, 'x')).exitStatus);
 }
 
-TEST_F(UpdateTest, WhatTheDockFindsWrongEndsTheUpdateWithOne) {
-    const std::string path = file("image", image(3000));
+TEST_F(UpdateTest, WhatTheDockFindsWrongEndsTheUpdateWithOneAndAHintThatWorks) {
+    const std::string path = file("an image's", image(3000));
+    const Words update = {WLC_PROGRAM,  "firmware",     "update", "--target", "1",
+                          "--compress", "--fw-version", "2.5",    "--reboot", path};
     // A dock that is only slow or busy for a while is asked again.
     dock("fail sendPropRequest:26 7 3");
-    const Outcome patient = wlc("firmware update " + path);
+    const Outcome patient = run(update);
     EXPECT_EQ(0, patient.exitStatus) << patient.out << patient.err;
 
-    struct Case {
+    const struct {
         const char* fault;
         const char* text;
+        const char* hint;
         const char* mend = "status";
+    } kCases[] = {
+        {"set firmware.1.reject true", "not valid for this dock", "start over with: wlc ",
+         "set firmware.1.reject false"},
+        {"set firmware.1.fail-at 50", "failed to apply", "start over with: wlc ",
+         "set firmware.1.fail-at -1"},
+        {"fail sendPropRequest:25 9 1", "(REFUSED)", "; nothing was sent"},
+        {"fail sendPropRequest:25 3 1", "(INVALID_ARGUMENT)", "; nothing was sent"},
+        {"fail sendPropRequest:25 7 1", "(TIMED_OUT)", "try again with: wlc "},
+        {"fail sendPropRequest:26 3 1", "(INVALID_ARGUMENT)", "continue with: wlc "},
+        {"set firmware.1.forget-every 1", "does not accept chunk 0", "continue with: wlc ",
+         "set firmware.1.forget-every 0"},
+        // The last one: the dock goes on applying what it has.
+        {"answer sendPropRequest:28 0104 1", "(INVALID_RESPONSE)", "continue with: wlc "},
     };
-    for (const auto& [fault, text, mend] : {
-             Case{"set firmware.0.reject true", "not valid for this dock",
-                  "set firmware.0.reject false"},
-             Case{"set firmware.0.fail-at 50", "failed to apply", "set firmware.0.fail-at -1"},
-             Case{"fail sendPropRequest:25 9 1", "(REFUSED)"},
-             Case{"fail sendPropRequest:26 3 1", "(INVALID_ARGUMENT)"},
-             // The last one: the dock goes on applying what it has.
-             Case{"answer sendPropRequest:28 0004 1", "(INVALID_RESPONSE)"},
-         }) {
+    for (const auto& [fault, text, hint, mend] : kCases) {
         SCOPED_TRACE(fault);
         dock(fault);
-        const Outcome outcome = wlc("firmware update " + path);
+        const Outcome outcome = run(update);
         EXPECT_EQ(1, outcome.exitStatus) << outcome.out;
         EXPECT_THAT(outcome.err, HasSubstr(text));
-        EXPECT_THAT(outcome.err, HasSubstr("continue with: wlc firmware update " + path));
+        EXPECT_THAT(outcome.err, HasSubstr(hint));
         dock(mend);
+        if (std::string(hint).find("with:") == std::string::npos) continue;
+        EXPECT_EQ(std::string(hint).starts_with("continue"),
+                  outcome.err.find("--resume") != std::string::npos);
+        EXPECT_THAT(outcome.err, HasSubstr("--compress --fw-version 2.5 --reboot"));
+        const Outcome hinted = runHint(outcome.err);
+        EXPECT_EQ(0, hinted.exitStatus) << hinted.out << hinted.err;
     }
 }
 
 TEST_F(UpdateTest, KilledHalfWayResumesWithoutSendingWhatTheDockHas) {
     const std::string bytes = image(252 * 100);
-    for (const char* family : {"firmware", "legacy-firmware"}) {
+    for (const std::string family : {"firmware", "legacy-firmware"}) {
         SCOPED_TRACE(family);
-        const std::string command = std::string(family) + " update " + file("image", bytes);
-        dock("delay sendPropRequest:26 10");
-        dock("delay sendBidiRequest:26 10");
+        const std::string command = family + " update " + file("image", bytes);
         const size_t before = latestRequest();
-        Process first(wlcCommand("--json " + command));
-        ASSERT_TRUE(first.waitForOutput("\"percent\":20"));
-        first.signal(SIGKILL);
-        first.wait();
-        dock("delay sendPropRequest:26 0");
-        dock("delay sendBidiRequest:26 0");
-        const size_t sentFirst = chunksSentAfter(before);
+        interrupt(command);
+        const size_t sentFirst = count(26, before);
         ASSERT_GT(sentFirst, 10u);
         ASSERT_LT(sentFirst, 90u);
         const Outcome second = wlc(command + " --resume");
         EXPECT_EQ(0, second.exitStatus) << second.out << second.err;
         // One chunk may have been under way when the client died.
-        EXPECT_LE(chunksSentAfter(before), 101u);
-        EXPECT_EQ(digestOf(bytes),
-                  slot(std::string(family) == "firmware" ? "0" : "legacy")["executedDigest"]);
+        EXPECT_LE(count(26, before), 101u);
+        EXPECT_EQ(digestOf(bytes), slot(family == "firmware" ? "0" : "legacy")["executedDigest"]);
     }
 }
 
-TEST_F(UpdateTest, CtrlCLeavesTheDockResumableAndSaysHow) {
+TEST_F(UpdateTest, OnlyTheImageThatWasBegunIsResumed) {
+    const std::string bytes = image(252 * 100);
+    const std::string begun = file("begun", bytes);
+    const std::string other = file("other", image(252 * 100, 43));
+    const std::string journal = system.folder() + "/state/wlc";
+    interrupt("firmware update " + begun);
+    const std::pair<std::string, const char*> kCases[] = {
+        {other, "of a different image"},
+        {other + " --unverified", "of a different image"},
+        {begun + " --compress", "started without --compress"},
+        {begun + " --fw-version 9.9", "--resume --unverified"},
+        {file("shorter", bytes.substr(1)), "the dock cannot tell"},
+    };
+    const size_t starts = count(25);
+    for (const auto& [arguments, text] : kCases) {
+        const Outcome outcome = wlc("firmware update --resume " + arguments);
+        EXPECT_EQ(2, outcome.exitStatus) << arguments << outcome.out;
+        EXPECT_THAT(outcome.err, HasSubstr(text));
+    }
+    // A start of another image that the dock refuses leaves no record that would let it mix them.
+    dock("fail sendPropRequest:25 9 1");
+    EXPECT_EQ(1, wlc("firmware update " + other).exitStatus);
+    EXPECT_EQ(2, wlc("firmware update --resume " + other).exitStatus);
+    EXPECT_EQ(starts + 1, count(25));
+
+    interrupt("firmware update " + begun);
+    EXPECT_EQ(0, wlc("firmware update --resume " + begun).exitStatus);
+    EXPECT_EQ(digestOf(bytes), slot("0")["executedDigest"]);
+    // A record ends with its transfer, and what is lost or damaged is none.
+    EXPECT_EQ(2, wlc("firmware update --resume " + begun).exitStatus);
+    interrupt("firmware update " + begun);
+    for (const auto& entry : std::filesystem::directory_iterator(journal)) {
+        if (entry.path().extension() == ".json") std::filesystem::resize_file(entry.path(), 20);
+    }
+    EXPECT_EQ(2, wlc("firmware update --resume " + begun).exitStatus);
+    EXPECT_EQ(0, wlc("firmware update --resume --unverified " + begun).exitStatus);
+}
+
+TEST_F(UpdateTest, SecondUpdateIsRefusedBeforeItsFirstStepUnlessForced) {
     const std::string path = file("image", image(252 * 100));
-    dock("delay sendPropRequest:26 20");
-    Process process(wlcCommand("firmware update --fw-version 2.5 " + path));
-    ASSERT_TRUE(process.waitForOutput("6 %"));
-    process.signal(SIGINT);
-    const Outcome outcome = process.wait();
-    EXPECT_EQ(1, outcome.exitStatus);
-    EXPECT_THAT(outcome.err, HasSubstr("interrupted"));
-    EXPECT_THAT(outcome.err, HasSubstr("continue with: wlc firmware update " + path +
-                                       " --resume --fw-version 2.5"));
-    dock("delay sendPropRequest:26 0");
-    EXPECT_EQ(0, wlc("firmware update --fw-version 2.5 --resume " + path).exitStatus);
+    delayChunks(10);
+    Process first(wlcCommand("firmware update " + path));
+    ASSERT_TRUE(first.waitForOutput("6 %"));
+    first.signal(SIGSTOP);
+    delayChunks(0);
+    const Outcome second = wlc("firmware update " + path);
+    EXPECT_EQ(1, second.exitStatus);
+    EXPECT_THAT(second.err,
+                HasSubstr("running (process " + std::to_string(first.pid()) + "); --force"));
+    EXPECT_EQ(1u, count(25));
+    EXPECT_EQ(0, wlc("firmware --target 1 update " + path).exitStatus) << "not the same firmware";
+    EXPECT_EQ(0, wlc("firmware update --force " + path).exitStatus);
+}
+
+TEST_F(UpdateTest, CtrlCAndADeadServiceLeaveTheDockResumableAndSayHow) {
+    const std::string bytes = image(252 * 100);
+    const std::string path = file("image", bytes);
+    for (const bool dies : {false, true}) {
+        delayChunks(20);
+        Process process(wlcCommand("firmware update --fw-version 2.5 " + path));
+        ASSERT_TRUE(process.waitForOutput("6 %"));
+        dies ? system.killService() : process.signal(SIGINT);
+        const Outcome outcome = process.wait();
+        EXPECT_EQ(dies ? 3 : 1, outcome.exitStatus);
+        EXPECT_THAT(outcome.err,
+                    HasSubstr(dies ? "the service died during the call" : "interrupted"));
+        EXPECT_THAT(outcome.err, HasSubstr("continue with: wlc firmware update " + path +
+                                           " --resume --fw-version 2.5"));
+        dies ? system.start() : delayChunks(0);
+        EXPECT_EQ(0, runHint(outcome.err).exitStatus);
+        EXPECT_EQ(digestOf(bytes), slot("0")["executedDigest"]);
+    }
 }
 
 TEST_F(UpdateTest, CtrlCEndsItAlsoWhileTheDockIsSilent) {
@@ -195,22 +312,6 @@ TEST_F(UpdateTest, CtrlCEndsItAlsoWhileTheDockIsSilent) {
     const Outcome outcome = process.wait();
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("INTERRUPTED", jsonLines(outcome.out).back()["error"]["name"]);
-}
-
-TEST_F(UpdateTest, ServiceThatDiesIsNamedAndANewOneTakesTheRest) {
-    const std::string bytes = image(252 * 100);
-    const std::string path = file("image", bytes);
-    dock("delay sendPropRequest:26 20");
-    Process process(wlcCommand("firmware update " + path));
-    ASSERT_TRUE(process.waitForOutput("6 %"));
-    killService();
-    const Outcome outcome = process.wait();
-    EXPECT_EQ(3, outcome.exitStatus);
-    EXPECT_THAT(outcome.err, HasSubstr("the service died during the call"));
-    EXPECT_THAT(outcome.err, HasSubstr("--resume"));
-    startService();
-    EXPECT_EQ(0, wlc("firmware update --resume " + path).exitStatus);
-    EXPECT_EQ(digestOf(bytes), slot("0")["executedDigest"]);
 }
 
 }  // namespace

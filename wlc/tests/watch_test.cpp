@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <gmock/gmock.h>
 #include <signal.h>
+
+#include <regex>
 
 #include "service_fixture.h"
 
@@ -8,7 +9,6 @@ namespace wlc {
 namespace {
 
 using test_support::Subscribed;
-using testing::HasSubstr;
 
 class WatchTest : public ServiceTest {
   protected:
@@ -21,10 +21,27 @@ class WatchTest : public ServiceTest {
 
 constexpr Subscribed kNobody = {0, 0, 0};
 
+// The objects of lines of JSON, each without its time, which has to be one.
+std::vector<nlohmann::json> timedLines(const std::string& text) {
+    auto objects = jsonLines(text);
+    for (auto& object : objects) {
+        EXPECT_THAT(object.value("time", ""), testing::MatchesRegex("20..-..-..T..:..:..\\....Z"))
+            << object;
+        object.erase("time");
+    }
+    return objects;
+}
+
+// Lines of text without their times.
+std::string withoutTimes(const std::string& text) {
+    return std::regex_replace(text, std::regex("(^|\n)[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}  "),
+                              "$1");
+}
+
 TEST_F(WatchTest, EveryEventIsALineInTheOrderItHappened) {
     const auto text = watch("watch --count 4");
     const auto json = watch("--json watch --count 4");
-    EXPECT_EQ((Subscribed{2, 2, 2}), mSystem.subscribed());
+    EXPECT_EQ((Subscribed{2, 2, 2}), system.subscribed());
     dock("align 0 1 -2 3");
     ASSERT_TRUE(text->waitForOutput("align"));
     dock("fan-level 7");
@@ -36,11 +53,12 @@ TEST_F(WatchTest, EveryEventIsALineInTheOrderItHappened) {
     const Outcome shown = text->wait();
     EXPECT_EQ(0, shown.exitStatus) << shown.err;
     EXPECT_EQ("watching align, rtx, fan\n", shown.err);
-    EXPECT_THAT(shown.out, testing::StartsWith(
-                               "align  status 0 (misaligned), sub status 1, value1 -2, value2 3\n"
-                               "fan    level 7\n"
-                               "rtx    mode 2 (available)"));
-    const auto objects = jsonLines(json->wait().out);
+    EXPECT_THAT(withoutTimes(shown.out),
+                testing::StartsWith(
+                    "align  status 0 (misaligned), sub status 1, reading 1 -2, reading 2 3\n"
+                    "fan    level 7\n"
+                    "rtx    mode 2 (available)"));
+    const auto objects = timedLines(json->wait().out);
     ASSERT_EQ(4u, objects.size());
     EXPECT_EQ(
         nlohmann::json(
@@ -50,15 +68,29 @@ TEST_F(WatchTest, EveryEventIsALineInTheOrderItHappened) {
     EXPECT_EQ("rtx", objects[2]["event"]);
     EXPECT_TRUE(objects[2]["connected"]);
     EXPECT_EQ(1, objects[3]["status"]);
-    EXPECT_EQ(kNobody, mSystem.subscribed());
+    EXPECT_EQ(kNobody, system.subscribed());
 }
 
 TEST_F(WatchTest, OnlyTheEventsAskedForAreSubscribedTo) {
     const auto process = watch("watch fan align");
-    EXPECT_EQ((Subscribed{0, 1, 1}), mSystem.subscribed());
+    EXPECT_EQ((Subscribed{0, 1, 1}), system.subscribed());
     process->signal(SIGINT);
     EXPECT_EQ(0, process->wait().exitStatus);
-    EXPECT_EQ(kNobody, mSystem.subscribed());
+    EXPECT_EQ(kNobody, system.subscribed());
+}
+
+TEST_F(WatchTest, InitialStateComesFirstAndIsNotCounted) {
+    dock("fan-level 5");
+    const auto text = watch("watch fan align --initial --count 1");
+    ASSERT_TRUE(text->waitForOutput("initial yes, level 5\n"));
+    dock("fan-level 6");
+    EXPECT_THAT(withoutTimes(text->wait().out), testing::EndsWith("\nfan    level 6\n"));
+    dock("fail getWLCAlignment 6 1");
+    const auto objects = timedLines(wlc("--json watch --initial --timeout 0.3").out);
+    ASSERT_EQ(3u, objects.size());
+    EXPECT_EQ("UNAVAILABLE", objects[0]["error"]["name"]);
+    EXPECT_EQ(2, objects[1]["mode"]);
+    EXPECT_EQ(nlohmann::json({{"event", "fan"}, {"initial", true}, {"level", 6}}), objects[2]);
 }
 
 TEST_F(WatchTest, TooFewEventsInTimeExitOne) {
@@ -70,7 +102,7 @@ TEST_F(WatchTest, TooFewEventsInTimeExitOne) {
 
 TEST_F(WatchTest, ServiceThatDiesEndsItWithThree) {
     const auto process = watch("--json watch");
-    killService();
+    system.killService();
     const Outcome outcome = process->wait();
     EXPECT_EQ(3, outcome.exitStatus);
     EXPECT_EQ("watching align, rtx, fan\n", outcome.err);
@@ -85,16 +117,16 @@ TEST_F(WatchTest, WithReconnectItSubscribesAgainAndSaysThatEventsMayBeMissing) {
     const auto interrupted = watch("watch fan --reconnect");
     dock("fan-level 7");
     ASSERT_TRUE(text->waitForOutput("level 7"));
-    killService();
+    system.killService();
     ASSERT_TRUE(interrupted->waitForError("waiting for it"));
     interrupted->signal(SIGINT);
     EXPECT_EQ(0, interrupted->wait().exitStatus);
-    startService();
+    system.start();
     ASSERT_TRUE(text->waitForError("watching again; events may have been missed"));
     ASSERT_TRUE(json->waitForOutput("reconnected"));
     dock("fan-level 9");
-    EXPECT_EQ("fan    level 7\nfan    level 9\n", text->wait().out);
-    const auto objects = jsonLines(json->wait().out);
+    EXPECT_EQ("fan    level 7\nfan    level 9\n", withoutTimes(text->wait().out));
+    const auto objects = timedLines(json->wait().out);
     ASSERT_EQ(3u, objects.size());
     EXPECT_EQ(nlohmann::json({{"event", "reconnected"}, {"missed", true}}), objects[1]);
     EXPECT_EQ(nlohmann::json({{"event", "fan"}, {"level", 9}}), objects[2]);
