@@ -26,9 +26,9 @@ namespace {
 
 using android::base::unique_fd;
 
-// Beyond this the service keeps what it should have let go. Under a sanitizer its bookkeeping and
-// the freed memory that it holds back are in there too.
-constexpr size_t kMemoryMarginKiB = kSanitized ? 64 * 1024 : 4 * 1024;
+// Beyond this the service keeps what it should have let go. A sanitizer's bookkeeping is in there too:
+// 80 MiB more after an hour under asan, while the heap stays as it is.
+constexpr size_t kMemoryMarginKiB = kSanitized ? 256 * 1024 : 4 * 1024;
 
 std::string readFile(const std::string& path) {
     std::ostringstream text;
