@@ -26,8 +26,8 @@ namespace {
 
 using android::base::unique_fd;
 
-// Beyond this the service keeps what it should have let go. A sanitizer's bookkeeping is in there too:
-// 80 MiB more after an hour under asan, while the heap stays as it is.
+// Beyond this the service keeps what it should have let go. A sanitizer's bookkeeping is in there
+// too: 80 MiB more after an hour under asan, while the heap stays as it is.
 constexpr size_t kMemoryMarginKiB = kSanitized ? 256 * 1024 : 4 * 1024;
 
 std::string readFile(const std::string& path) {

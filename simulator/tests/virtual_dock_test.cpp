@@ -23,7 +23,7 @@ TEST(VirtualDockTest, RequestAndAnswerShareAnAreaAndAreLogged) {
     EXPECT_EQ(toLine(dock.withLog([](const RequestLog& log) {
                   Json json = entryJson(log.entry(log.newest()));
                   json.erase("timeNs");
-        json.erase("wallTimeNs");
+                  json.erase("wallTimeNs");
                   return json;
               })),
               "{\"number\":1,\"operation\":\"sendBidiRequest\",\"type\":12,\"result\":0,"
