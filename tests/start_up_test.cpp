@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How the service comes up, and what keeps it from doing so.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -45,6 +46,19 @@ TEST_F(StartUpTest, FailingLibraryEndsItWithStatus2BeforeAnythingIsThere) {
         EXPECT_THAT(system.log(), HasSubstr(message));
         expectNothingRegistered();
     }
+}
+
+TEST_F(StartUpTest, DumpWhoseReaderHasGoneDoesNotEndIt) {
+    system.start();
+    const auto client = system.connect();
+    int ends[2];
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    close(ends[0]);
+    EXPECT_EQ(STATUS_OK, AIBinder_dump(client->asBinder().get(), ends[1], nullptr, 0));
+    close(ends[1]);
+    bool isOn = false;
+    EXPECT_TRUE(client->isRtxModeOn(&isOn).isOk());
+    EXPECT_EQ("", system.complaint());
 }
 
 TEST_F(StartUpTest, OtherLibrariesTakeTheDocksPlaceAndAnyResultButZeroIsAFailure) {
