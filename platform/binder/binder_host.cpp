@@ -100,6 +100,14 @@ AIBinder* connectService(const std::string& path) {
     return Session::connect(path);
 }
 
+std::string interfaceDescriptor(AIBinder* binder) {
+    AParcel in;
+    AParcel out;
+    std::string descriptor;
+    if (binder->transact(kInterfaceCode, in, out, 0) != STATUS_OK) return {};
+    return out.readString(&descriptor) == STATUS_OK ? descriptor : std::string();
+}
+
 binder_status_t shellCommand(AIBinder* binder, int in, int out, int err,
                              const std::vector<std::string>& args, binder_status_t* result) {
     if (binder == nullptr) return STATUS_UNEXPECTED_NULL;

@@ -19,6 +19,10 @@ std::vector<std::string> listServices();
 // until the server answers.
 AIBinder* connectService(const std::string& path);
 
+// The name of an object's interface, by a call to it; empty when it does not answer one. Blocks
+// until the answer comes.
+std::string interfaceDescriptor(AIBinder* binder);
+
 // Runs the object's shell command with the three descriptors, which stay the caller's. Blocks until
 // the object has run it. Sets *result to what the command reported: STATUS_OK for success. Returns
 // other than STATUS_OK when the call itself failed. Starts the process's thread pool, to which the
