@@ -12,8 +12,8 @@
 #   VERSION   the version of the interface; without it the interface has none and is not checked
 #   FROZEN    where the API dumps are kept: n/ with its .hash, and current/
 #
-# With a version, the build fails when the .aidl files, the dump of version n, its .hash and the dump current/ do not
-# all say the same. The error names the target to run:
+# With a version, the build fails when the .aidl files, the dump of version n, its .hash and the
+# dump current/ do not all say the same. The error names the target to run:
 #
 #   cmake --build DIR --target NAME-update-api   writes current/ from the .aidl files
 #   cmake --build DIR --target NAME-freeze-api   the same, then writes n/ and its .hash; for a version
