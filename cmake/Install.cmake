@@ -8,7 +8,7 @@
 #                                   PATH where no other programs of these names are wanted
 #   include/wireless-charger/       public and generated headers
 #   share/wireless-charger/         .aidl files, the virtual dock's certificates
-#   lib/cmake/wireless_charger/, lib/pkgconfig/
+#   lib/cmake/wireless_charger/, lib/pkgconfig/, lib/python3/dist-packages/
 
 set(private_folder lib/wireless-charger)
 
@@ -46,3 +46,6 @@ install(FILES ${PROJECT_BINARY_DIR}/wireless_chargerConfigVersion.cmake
 configure_file(cmake/package/wireless_charger.pc.in wireless_charger.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/wireless_charger.pc DESTINATION lib/pkgconfig
   COMPONENT development)
+
+install(DIRECTORY python/wireless_charger DESTINATION lib/python3/dist-packages
+  COMPONENT runtime FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)

@@ -46,4 +46,7 @@ done
 PATH="$prefix/lib/wireless-charger/bin:$PATH" service list | grep -q example.IThermometer
 "$work/own-service/build/thermometer_client" 2 | grep -q 'temperature: 202'
 if "$work/own-service/build/thermometer_client" 4 >/dev/null; then exit 1; fi
+PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 -B -m pytest -q -p no:cacheprovider \
+    -p wireless_charger.pytest_plugin "$examples/pytest/test_dock.py" >"$work/pytest.log" ||
+    { cat "$work/pytest.log"; exit 1; }
 echo "the examples work"
