@@ -8,6 +8,7 @@
 #                                   PATH where no other programs of these names are wanted
 #   include/wireless-charger/       public and generated headers
 #   share/wireless-charger/         .aidl files, the virtual dock's certificates
+#   share/bash-completion/, share/zsh/  completions, from the programs' own parsers
 #   lib/cmake/wireless_charger/, lib/pkgconfig/, lib/python3/dist-packages/
 
 set(private_folder lib/wireless-charger)
@@ -36,6 +37,7 @@ install(DIRECTORY interfaces/wireless_charger/aidl/default/ DESTINATION ${header
 install(DIRECTORY interfaces/wireless_charger/aidl/vendor
   DESTINATION share/wireless-charger/aidl COMPONENT development FILES_MATCHING PATTERN "*.aidl")
 
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/completions)
 include(CMakePackageConfigHelpers)
 set(package_folder lib/cmake/wireless_charger)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/wireless_chargerConfigVersion.cmake
@@ -49,3 +51,18 @@ install(FILES ${PROJECT_BINARY_DIR}/wireless_charger.pc DESTINATION lib/pkgconfi
 
 install(DIRECTORY python/wireless_charger DESTINATION lib/python3/dist-packages
   COMPONENT runtime FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+
+foreach(program wlc dockctl)
+  set(completions ${PROJECT_BINARY_DIR}/completions/${program}.bash
+                  ${PROJECT_BINARY_DIR}/completions/_${program})
+  list(GET completions 0 bash)
+  list(GET completions 1 zsh)
+  add_custom_command(OUTPUT ${completions}
+    COMMAND ${program} --completion bash > ${bash}
+    COMMAND ${program} --completion zsh > ${zsh}
+    DEPENDS ${program} VERBATIM)
+  add_custom_target(${program}_completions ALL DEPENDS ${completions})
+  install(FILES ${bash} DESTINATION share/bash-completion/completions RENAME ${program}
+    COMPONENT runtime)
+  install(FILES ${zsh} DESTINATION share/zsh/site-functions COMPONENT runtime)
+endforeach()

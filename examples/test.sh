@@ -43,6 +43,12 @@ for client in "$work/client/build/charger_client" "$work/pkg-config/client"; do
     wait "$pid"
     grep -c 'AlignInfo{' "$work/client.out" | grep -qx 3
 done
+# shellcheck source=/dev/null
+. "$prefix/share/bash-completion/completions/wlc"
+COMP_WORDS=(wlc --json fan s)
+COMP_CWORD=3
+_wlc
+[[ ${COMPREPLY[*]} == set ]]
 PATH="$prefix/lib/wireless-charger/bin:$PATH" service list | grep -q example.IThermometer
 "$work/own-service/build/thermometer_client" 2 | grep -q 'temperature: 202'
 if "$work/own-service/build/thermometer_client" 4 >/dev/null; then exit 1; fi

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_line.h"
 
+#include <cli/completion.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -110,6 +111,7 @@ int run(int argc, const char* const* argv) {
         add(app, context);
     }
     app.footer(kFooter);
+    cli::addCompletion(app);
     try {
         app.parse(argc, argv);
         return kDone;

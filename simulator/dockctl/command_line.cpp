@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_line.h"
 
+#include <cli/completion.h>
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -226,6 +227,7 @@ Invocation parseArguments(std::vector<std::string> arguments) {
         "`dockctl COMMAND --help` lists the names and values that a command takes.\n"
         "Exit codes: 0 done, 1 refused by the dock or output failed, 2 wrong usage, 3 no dock.");
     addCommands(&app, &invocation);
+    cli::addCompletion(app);
     const auto text = [&](std::string shown) {
         invocation.show = Show::kText;
         invocation.text = std::move(shown);
