@@ -9,6 +9,7 @@
 #   include/wireless-charger/       public and generated headers
 #   share/wireless-charger/         .aidl files, the virtual dock's certificates
 #   share/bash-completion/, share/zsh/  completions, from the programs' own parsers
+#   share/man/                      manual pages, when scdoc is there
 #   lib/cmake/wireless_charger/, lib/pkgconfig/, lib/python3/dist-packages/
 
 set(private_folder lib/wireless-charger)
@@ -65,4 +66,20 @@ foreach(program wlc dockctl)
   install(FILES ${bash} DESTINATION share/bash-completion/completions RENAME ${program}
     COMPONENT runtime)
   install(FILES ${zsh} DESTINATION share/zsh/site-functions COMPONENT runtime)
+endforeach()
+
+find_program(SCDOC scdoc)
+foreach(page wlc.1 dockctl.1 vendor.zorvak.wireless_charger-service.8)
+  if(NOT SCDOC)
+    message(STATUS "No manual pages: scdoc is not installed")
+    break()
+  endif()
+  set(source ${PROJECT_SOURCE_DIR}/docs/man/${page}.scd)
+  set(made ${PROJECT_BINARY_DIR}/man/${page})
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man)
+  add_custom_command(OUTPUT ${made} COMMAND ${SCDOC} < ${source} > ${made} DEPENDS ${source}
+    VERBATIM)
+  add_custom_target(manual-${page} ALL DEPENDS ${made})
+  string(REGEX MATCH "[0-9]$" section ${page})
+  install(FILES ${made} DESTINATION share/man/man${section} COMPONENT runtime)
 endforeach()
