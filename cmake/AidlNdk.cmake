@@ -21,8 +21,6 @@
 #
 # A released version stays as it is: change VERSION first, then freeze the new one.
 
-set(AIDL_NDK_TASKS ${CMAKE_CURRENT_LIST_DIR}/AidlNdkTasks.cmake)
-
 function(add_aidl_ndk_library)
   cmake_parse_arguments(ARG "" "NAME;PACKAGE;ROOT;VERSION;FROZEN" "SOURCES" ${ARGN})
   set(needed NAME PACKAGE ROOT SOURCES)
@@ -34,6 +32,7 @@ function(add_aidl_ndk_library)
       message(FATAL_ERROR "add_aidl_ndk_library: ${name} is missing")
     endif()
   endforeach()
+  set(AIDL_NDK_TASKS ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/AidlNdkTasks.cmake)
   string(REPLACE "." "/" package_path ${ARG_PACKAGE})
   set(output ${CMAKE_CURRENT_BINARY_DIR}/${ARG_NAME})
   set(hash_file ${ARG_FROZEN}/${ARG_VERSION}/.hash)

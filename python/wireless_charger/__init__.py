@@ -41,8 +41,9 @@ class ServiceGone(Error):
 
 
 def _program(name: str) -> str:
-    here = Path(__file__).resolve().parents[4] / "bin"  # PREFIX/lib/python3/dist-packages/...
-    folder = os.environ.get("WIRELESS_CHARGER_BIN", str(here))
+    # From PREFIX/lib/python3/dist-packages/wireless_charger.
+    installed = Path(__file__).resolve().parent / "../../../../bin"
+    folder = os.environ.get("WIRELESS_CHARGER_BIN", str(installed))
     found = shutil.which(name, path=f"{folder}{os.pathsep}{os.environ.get('PATH', '')}")
     if found is None:
         raise Error(f"cannot find {name}; set WIRELESS_CHARGER_BIN to the folder of the programs")
@@ -303,6 +304,7 @@ class System:
         self.charger = Charger(env, timeout)
         self.dock = Dock(env)
         self._env = env
+        self._service: Optional["subprocess.Popen[bytes]"] = None
         self._log = open(f"{folder}/service.log", "wb")  # pylint: disable=consider-using-with
         try:
             self.start()
@@ -323,8 +325,9 @@ class System:
 
     def kill(self) -> None:
         """Ends the service as a crash would."""
-        self._service.kill()
-        self._service.wait()
+        if self._service is not None:
+            self._service.kill()
+            self._service.wait()
 
     def log(self) -> str:
         return Path(self._log.name).read_text(errors="replace")

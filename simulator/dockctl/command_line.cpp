@@ -138,8 +138,7 @@ constexpr const char* kRtxForms =
 
 std::string rtxNotes() {
     return "\n`text` answers request N (1 to 10) with the bytes of TEXT: \\n \\0 \\\\ \\xNN; "
-           "`none` "
-           "ends it.\n";
+           "`none` ends it.\n";
 }
 
 // `text N TEXT` as the fault that it is.
@@ -202,6 +201,7 @@ void addCommands(CLI::App* app, Invocation* invocation) {
 
 // CLI11's message, or the word that is not a command.
 std::string messageOf(const CLI::ParseError& error, const CLI::App& app, const Words& arguments) {
+    if (error.get_name() == "ValidationError") return error.what();
     Words names;
     for (const CLI::App* command : app.get_subcommands(nullptr)) {
         names.push_back(command->get_name());
