@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "../exchange.h"
 #include "certificates.h"
 #include "charger.h"
 #include "dock_information.h"
@@ -34,15 +35,20 @@ struct DockModel {
     uint32_t authStarts = 0;  // how often authentication was started
     bool authReady = true;
 
-    // The dock's answer to a framed request. *event is what the request made happen.
-    Result answerRequest(Operation operation, int32_t type, Bytes request, AnswerBuffer* answer,
-                         Event* event, int64_t nowNs);
+    // The dock's answer to an exchange, whatever the caller has room for. *event is what the
+    // request made happen.
+    Result answer(const Exchange& exchange, AnswerBuffer* answer, Event* event, int64_t nowNs);
 
   private:
     Result answerBidi(int32_t type, Bytes request, AnswerBuffer* answer, Event* event,
                       int64_t nowNs);
     Result answerProp(int32_t type, Bytes request, AnswerBuffer* answer, Event* event,
                       int64_t nowNs);
+    Result answerFramed(const Exchange& exchange, AnswerBuffer* answer, Event* event,
+                        int64_t nowNs);
+    Result setFeature(Bytes request);
+    Result startAuthentication();
+    Result upload(Bytes request);
     void take(FirmwareEffect effect, Event* event);
 };
 

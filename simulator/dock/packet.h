@@ -26,6 +26,15 @@ inline uint32_t readLe32(Bytes bytes, size_t at) {
     return readLe16(bytes, at) | static_cast<uint32_t>(readLe16(bytes, at + 2)) << 16;
 }
 
+inline uint64_t readLe64(Bytes bytes, size_t at) {
+    return readLe32(bytes, at) | static_cast<uint64_t>(readLe32(bytes, at + 4)) << 32;
+}
+
+// Writes 8 bytes.
+inline void writeLe64(uint64_t value, uint8_t* to) {
+    for (int i = 0; i < 8; ++i) to[i] = static_cast<uint8_t>(value >> 8 * i);
+}
+
 // An answer being built, on the stack of the request that asks for it. What does not fit is left
 // out; kCapacity is more than any area that callers pass. Not initialised beyond size().
 class AnswerBuffer {
@@ -46,6 +55,10 @@ class AnswerBuffer {
     void add32(uint32_t value) {
         add16(static_cast<uint16_t>(value));
         add16(static_cast<uint16_t>(value >> 16));
+    }
+    void add64(uint64_t value) {
+        add32(static_cast<uint32_t>(value));
+        add32(static_cast<uint32_t>(value >> 32));
     }
     void add(Bytes bytes) {
         const size_t count = std::min(bytes.size(), kCapacity - mSize);

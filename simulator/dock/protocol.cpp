@@ -15,7 +15,7 @@ constexpr const char* kResultNames[kResultCount] = {
 constexpr const char* kOperationNames[kOperationCount] = {
     "getWlcInfo",      "getWLCAlignment",    "getFeature",         "setFeature",
     "sendBidiRequest", "sendPropRequest",    "sendWpcAuthRequest", "setQiId",
-    "setAuthStart",    "uploadFwUpdateData", "sendRtxRequest"};
+    "setAuthStart",    "uploadFwUpdateData", "sendRtxRequest",     "getPacketTlv"};
 
 struct RequestType {
     Operation operation;

@@ -30,8 +30,7 @@ enum Result : uint32_t {
 constexpr uint32_t kResultCount = 14;
 const char* resultName(uint32_t result);  // null beyond the table
 
-// The operations that the dock answers. getPacketTlv is not among them: it only looks into a packet
-// and never reaches the dock.
+// The operations of the two libraries. The numbers are those of the dock process's protocol.
 enum class Operation : uint8_t {
     kGetWlcInfo,
     kGetAlignment,
@@ -44,8 +43,9 @@ enum class Operation : uint8_t {
     kSetAuthStart,
     kUploadFwUpdateData,
     kRtxRequest,
+    kGetPacketTlv,
 };
-constexpr int kOperationCount = 11;
+constexpr int kOperationCount = 12;
 
 // The name of the C function.
 const char* operationName(Operation operation);

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "../exchange.h"
 #include "dock_model.h"
 #include "faults.h"
 #include "request_log.h"
@@ -18,32 +19,16 @@ namespace virtual_dock {
 // The dock that both libraries of a process share: the model, the faults set for it, the log of
 // what was asked. All functions may be called from any thread. One lock, held for the handling of
 // one request; the dock waits for delays without it.
-class VirtualDock {
+class VirtualDock final : public Endpoint {
   public:
     VirtualDock();
     ~VirtualDock();
     VirtualDock(const VirtualDock&) = delete;
     VirtualDock& operator=(const VirtualDock&) = delete;
 
-    // --- what the libraries ask; results are protocol results ---
-
-    uint32_t readStatus(int32_t selector, uint32_t* value) EXCLUDES(mLock);
-    uint32_t readAlignment(Alignment* alignment) EXCLUDES(mLock);
-    uint32_t getFeature(int64_t query, int64_t* value) EXCLUDES(mLock);
-    uint32_t setFeature(int64_t query, int64_t value) EXCLUDES(mLock);
-    uint32_t setQiId(uint16_t qiId) EXCLUDES(mLock);
-    uint32_t startAuthentication() EXCLUDES(mLock);
-    uint32_t upload(const FwUpdateData& data, int32_t flag) EXCLUDES(mLock);
-
-    // A framed request. request and response may overlap. Blocks for a delay set for it; with a
-    // time limit (milliseconds, 0: none) no longer than that. On success *responseLength becomes
-    // the answer's length; an answer longer than the capacity fails with kReceiveFailed.
-    uint32_t request(Operation operation, int32_t type, Bytes request, uint8_t* response,
-                     size_t* responseLength, uint32_t timeLimitMs) EXCLUDES(mLock);
-
-    // Leaves the text of a reverse-transmit request in an area of ReverseTransmit::kAreaSize bytes
-    // (request 1: one byte).
-    uint32_t rtxRequest(int32_t type, char* area) EXCLUDES(mLock);
+    // What the libraries ask. Blocks for a delay set for it; with a time limit no longer than that.
+    // An answer that exceeds the capacity fails with kReceiveFailed.
+    Outcome exchange(const Exchange& exchange) override EXCLUDES(mLock);
 
     // --- what the control socket asks ---
 
@@ -85,13 +70,9 @@ class VirtualDock {
   private:
     static constexpr size_t kMaxEvents = 1024;
 
-    template <typename Work>
-    uint32_t perform(Operation operation, int32_t type, Bytes request, uint32_t timeLimitMs,
-                     AnswerBuffer* answer, Work work) EXCLUDES(mLock);
-    template <typename Work>
-    uint32_t performLocked(Operation operation, int32_t type, Bytes request,
-                           const FaultOutcome* outcome, AnswerBuffer* answer, Work work)
-        REQUIRES(mLock);
+    uint32_t perform(const Exchange& exchange, AnswerBuffer* answer) EXCLUDES(mLock);
+    uint32_t performLocked(const Exchange& exchange, const FaultOutcome* outcome,
+                           AnswerBuffer* answer) REQUIRES(mLock);
     // False when the time limit came first.
     bool waitOut(uint32_t delayMs, uint32_t timeLimitMs) EXCLUDES(mDelayLock);
     void wakeLocked() REQUIRES(mLock);

@@ -195,6 +195,8 @@ std::string describeRequest(const LoggedRequest& logged) {
                                numberAt(logged.request, 0, 1), numberAt(logged.request, 1, 1),
                                static_cast<int32_t>(numberAt(logged.request, 8, 4)),
                                numberAt(logged.request, 12, 4), numberAt(logged.request, 16, 4));
+        case Operation::kGetPacketTlv:
+            return fmt::format("element {} of {} bytes", logged.type, logged.request.size());
         case Operation::kGetAlignment:
         case Operation::kSetAuthStart:
             return {};
@@ -224,6 +226,9 @@ std::string describeAnswer(const LoggedRequest& logged) {
             return describeAuthAnswer(logged.answer);
         case Operation::kRtxRequest:
             return fmt::format("\"{}\"", printable(logged.answer));
+        case Operation::kGetPacketTlv:
+            return fmt::format("{} bytes at {}", numberAt(logged.answer, 4, 1),
+                               numberAt(logged.answer, 0, 4));
         default:
             return {};
     }

@@ -33,8 +33,11 @@ void sendRequests(Bytes input, Operation operation) {
         const int32_t type = input[0];
         const size_t length = std::min<size_t>(input[1], input.size() - 2);
         uint8_t answer[256];
-        size_t answerLength = sizeof(answer);
-        dock.request(operation, type, input.subspan(2, length), answer, &answerLength, 0);
+        dock.exchange({.operation = operation,
+                       .type = type,
+                       .request = input.subspan(2, length),
+                       .answer = answer,
+                       .capacity = sizeof(answer)});
         input = input.subspan(2 + length);
     }
 }

@@ -159,21 +159,19 @@ TEST(ControlSocketTest, IdleClientsMakeRoomForLaterOnesAndFollowersLast) {
     }
     EXPECT_THROW(idle.front()->receive(), NoDock);
     EXPECT_EQ(idle.back()->ask("erature 1 1"), kDone);
-    uint32_t value;
-    served.dock.readStatus(7, &value);
+    perform(&served.dock, "info 7");
     EXPECT_THAT(follower.receive(), HasSubstr("\"type\":7"));
 }
 
 TEST(ControlSocketTest, LogListsWhatWasAskedAndFollowContinues) {
     ServedDock served;
-    uint32_t value;
-    served.dock.readStatus(7, &value);
+    perform(&served.dock, "info 7");
     Connection client(served.path());
     EXPECT_THAT(client.ask("log"), HasSubstr("\"answer\":\"56341261\""));
     EXPECT_EQ(client.receive(), kDone);
     EXPECT_EQ(client.ask("follow"), kDone);
-    for (int i = 0; i < 1000; ++i) served.dock.readStatus(3, &value);
-    served.dock.readStatus(8, &value);
+    for (int i = 0; i < 1000; ++i) perform(&served.dock, "info 3");
+    perform(&served.dock, "info 8");
     std::string line;
     while (line.find("\"type\":8") == std::string::npos) line = client.receive();
     EXPECT_THAT(line, HasSubstr("\"number\":1002"));

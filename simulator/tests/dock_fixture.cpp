@@ -18,9 +18,12 @@ namespace {
 
 std::string performRtx(VirtualDock* dock, int32_t type) {
     std::string area(ReverseTransmit::kAreaSize + 1, '\xEE');
-    const uint32_t result = dock->rtxRequest(type, area.data());
+    const Outcome outcome = dock->exchange({.operation = Operation::kRtxRequest,
+                                            .type = type,
+                                            .answer = reinterpret_cast<uint8_t*>(area.data()),
+                                            .capacity = ReverseTransmit::kAreaSize});
     EXPECT_EQ(area.back(), '\xEE') << "beyond the area";
-    if (result != kOk) return "result " + std::to_string(result);
+    if (outcome.result != kOk) return "result " + std::to_string(outcome.result);
     return area.substr(0, area.find('\xEE'));
 }
 
@@ -28,10 +31,10 @@ std::string performRtx(VirtualDock* dock, int32_t type) {
 
 std::string perform(VirtualDock* dock, const std::string& step) {
     static const std::map<std::string, Operation> kOperations = {
-        {"bidi", Operation::kBidiRequest},
-        {"prop", Operation::kPropRequest},
-        {"auth", Operation::kWpcAuthRequest},
-        {"rtx", Operation::kRtxRequest}};
+        {"bidi", Operation::kBidiRequest},       {"prop", Operation::kPropRequest},
+        {"auth", Operation::kWpcAuthRequest},    {"info", Operation::kGetWlcInfo},
+        {"alignment", Operation::kGetAlignment}, {"get-feature", Operation::kGetFeature},
+        {"set-feature", Operation::kSetFeature}, {"rtx", Operation::kRtxRequest}};
     const std::vector<std::string> words = splitWords(step).value_or(std::vector<std::string>());
     const auto type = words.size() < 2 ? std::nullopt : parseNumber(words[1], INT32_MIN, INT32_MAX);
     const auto operation = words.empty() || !type ? kOperations.end() : kOperations.find(words[0]);
@@ -45,11 +48,13 @@ std::string perform(VirtualDock* dock, const std::string& step) {
     }
     request.shrink_to_fit();
     uint8_t answer[AnswerBuffer::kCapacity];
-    size_t length = sizeof(answer);
-    const uint32_t result =
-        dock->request(operation->second, static_cast<int32_t>(*type), request, answer, &length, 0);
-    if (result != kOk) return "result " + std::to_string(result);
-    return hexJson({answer, length}).get<std::string>();
+    const Outcome outcome = dock->exchange({.operation = operation->second,
+                                            .type = static_cast<int32_t>(*type),
+                                            .request = request,
+                                            .answer = answer,
+                                            .capacity = sizeof(answer)});
+    if (outcome.result != kOk) return "result " + std::to_string(outcome.result);
+    return hexJson({answer, outcome.length}).get<std::string>();
 }
 
 void expectSteps(VirtualDock* dock, const std::vector<Step>& steps) {

@@ -16,7 +16,7 @@ constexpr int64_t kSecond = 1'000'000'000;
 
 // One step of a test and what comes of it.
 //
-// "bidi TYPE [HEX...]", "prop ..." and "auth ..." are framed requests; expected is the answer in
+// "bidi TYPE [HEX...]" and the like are exchanges, see dock_fixture.cpp; expected is the answer in
 // hex digits, or "result N". "rtx TYPE" is a request of reverse transmit, with what it leaves in
 // the area up to the first byte that it did not write. Every other step is a line of the control
 // protocol; expected is a part of the reply, and "" means that it is done.

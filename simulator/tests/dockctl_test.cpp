@@ -157,7 +157,7 @@ TEST_F(DockctlTest, LogOfAnyBytesIsDecoded) {
                 const ByteVector cut = parseHex(bytes.substr(0, length)).value();
                 Fault fault{operation, type, Fault::Kind::kAnswer, 0, 0, cut, 1};
                 served.dock.withFaults([&](Faults& faults) { return faults.set(fault); });
-                served.dock.request(operation, type, cut, nullptr, nullptr, 0);
+                served.dock.exchange({.operation = operation, .type = type, .request = cut});
             }
         }
     }
@@ -171,8 +171,7 @@ TEST_F(DockctlTest, ScenarioRepeatsAndWaitsForTheService) {
                                scenario("# three times\nrepeat 3\n  fan-level 4\nend\nsleep 0\n"
                                         "wait getWlcInfo:7 20\nset info.text0='b c'\n")});
     for (int i = 0; i < 3; ++i) EXPECT_EQ(served.nextUevent(), "SOURCE=FAN DRIVER=p9221");
-    uint32_t value = 0;
-    served.dock.readStatus(7, &value);
+    perform(&served.dock, "info 7");
     EXPECT_EQ(served.nextUevent(), "SOURCE=WLC DRIVER=p9221");
     EXPECT_EQ(run.wait().exitStatus, 0);
     expectSteps(&served.dock, {{"get info.text0", "b c"}});

@@ -159,16 +159,16 @@ TEST(ReverseTransmitTest, SwitchingIsAnnouncedOnlyWhenItChanges) {
 }
 
 TEST(FeaturesTest, ValuesAreKeptPerQueryUpToALimit) {
+    const std::string first = "fbffffffffffffff";
     VirtualDock dock;
-    int64_t value = 0;
-    EXPECT_EQ(dock.setFeature(-5, INT64_MIN), kOk);
-    EXPECT_EQ(dock.getFeature(-5, &value), kOk);
-    EXPECT_EQ(value, INT64_MIN);
-    for (size_t i = 1; i < Features::kMaxQueries; ++i) {
-        EXPECT_EQ(dock.setFeature(static_cast<int64_t>(i), 1), kOk);
+    expectSteps(&dock, {{"set-feature 0 " + first + "0000000000000080", ""},
+                        {"get-feature 0 " + first, "0000000000000080"}});
+    Features features;
+    for (size_t i = 0; i < Features::kMaxQueries; ++i) {
+        EXPECT_EQ(features.set(static_cast<int64_t>(i), 1), kOk);
     }
-    EXPECT_EQ(dock.setFeature(1000, 1), kRefused);
-    EXPECT_EQ(dock.setFeature(-5, 2), kOk) << "a query that is held already";
+    EXPECT_EQ(features.set(1000, 1), kRefused);
+    EXPECT_EQ(features.set(5, 2), kOk) << "a query that is held already";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "dock/virtual_dock.h"
 
+#include <chargelink.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,9 +18,13 @@ constexpr const char* kFan2 = "0f00b004b004c8003200";
 TEST(VirtualDockTest, RequestAndAnswerShareAnAreaAndAreLogged) {
     VirtualDock dock;
     uint8_t area[10] = {0x0F, 0xFA};
-    size_t length = sizeof(area);
-    EXPECT_EQ(dock.request(Operation::kBidiRequest, 12, Bytes(area, 2), area, &length, 0), kOk);
-    EXPECT_EQ(hexJson({area, length}), kFan2);
+    const Outcome outcome = dock.exchange({.operation = Operation::kBidiRequest,
+                                           .type = 12,
+                                           .request = Bytes(area, 2),
+                                           .answer = area,
+                                           .capacity = sizeof(area)});
+    EXPECT_EQ(outcome.result, kOk);
+    EXPECT_EQ(hexJson({area, outcome.length}), kFan2);
     EXPECT_EQ(toLine(dock.withLog([](const RequestLog& log) {
                   Json json = entryJson(log.entry(log.newest()));
                   json.erase("timeNs");
@@ -35,15 +40,18 @@ TEST(VirtualDockTest, AnswerThatDoesNotFitFailsAndWritesNothing) {
     VirtualDock dock;
     const uint8_t request[] = {0x0F, 0xFA};
     uint8_t area[10] = {};
-    size_t length = 9;
-    const auto ask = [&](Bytes asked, uint8_t* answer, size_t* answerLength) {
-        return dock.request(Operation::kBidiRequest, 12, asked, answer, answerLength, 0);
-    };
-    EXPECT_EQ(ask(request, area, &length), kReceiveFailed);
+    Exchange exchange = {.operation = Operation::kBidiRequest,
+                         .type = 12,
+                         .request = request,
+                         .answer = area,
+                         .capacity = 9};
+    EXPECT_EQ(dock.exchange(exchange).result, kReceiveFailed);
     EXPECT_EQ(area[0], 0);
-    EXPECT_EQ(ask(request, nullptr, nullptr), kOk);
-    EXPECT_EQ(ask(request, area, nullptr), kInvalidArgument);
-    EXPECT_EQ(ask(Bytes(static_cast<uint8_t*>(nullptr), 2), area, &length), kInvalidArgument);
+    exchange.answer = nullptr;
+    EXPECT_EQ(dock.exchange(exchange).result, kOk) << "not wanted";
+    size_t length = sizeof(area);
+    EXPECT_EQ(sendBidiRequest(12, request, 2, area, nullptr), kInvalidArgument);
+    EXPECT_EQ(sendBidiRequest(12, nullptr, 2, area, &length), kInvalidArgument);
 }
 
 TEST(VirtualDockTest, FailureCountsDownAndTypesGoFirst) {
@@ -65,17 +73,17 @@ TEST(VirtualDockTest, GivenAnswersReplaceTheDocksOwn) {
                         {"bidi 12 0ffa", "0f"},
                         {"bidi 12 0ffa", kFan2},
                         {"answer getWlcInfo:1 01020304 1", ""}});
-    uint32_t value = 0;
-    EXPECT_EQ(dock.readStatus(1, &value), kOk);
-    EXPECT_EQ(value, 0x04030201u);
+    EXPECT_EQ(perform(&dock, "info 1"), "01020304");
     perform(&dock, "answer getWlcInfo:1 010203");
-    EXPECT_EQ(dock.readStatus(1, &value), kReceiveFailed);
+    EXPECT_EQ(perform(&dock, "info 1"), "010203") << "the library refuses it";
 }
 
 TEST(VirtualDockTest, DelayHoldsNobodyElseAndEndsWithResetOrTheTimeLimit) {
     VirtualDock dock;
     perform(&dock, "delay sendPropRequest 600000");
-    EXPECT_EQ(dock.request(Operation::kPropRequest, 23, {}, nullptr, nullptr, 20), kTimedOut);
+    EXPECT_EQ(
+        dock.exchange({.operation = Operation::kPropRequest, .type = 23, .timeLimitMs = 20}).result,
+        kTimedOut);
     std::atomic<int> done = 0;
     std::vector<std::thread> late;
     for (int i = 0; i < 4; ++i) {
@@ -98,8 +106,9 @@ TEST(VirtualDockTest, LogKeepsTheLatestAndCutsLongBytes) {
     VirtualDock dock;
     const ByteVector request(1000, 7);
     for (size_t i = 0; i < RequestLog::kCapacity + 3; ++i) {
-        dock.request(Operation::kPropRequest, static_cast<int32_t>(i), request, nullptr, nullptr,
-                     0);
+        dock.exchange({.operation = Operation::kPropRequest,
+                       .type = static_cast<int32_t>(i),
+                       .request = request});
     }
     dock.withLog([](const RequestLog& log) {
         EXPECT_EQ(log.oldest(), 4u);
@@ -112,15 +121,13 @@ TEST(VirtualDockTest, LogKeepsTheLatestAndCutsLongBytes) {
 TEST(VirtualDockTest, WithoutADockOnlyThePhoneAnswers) {
     VirtualDock dock;
     perform(&dock, "remove");
-    uint32_t value = 0;
     std::vector<uint32_t> results;
     for (int32_t selector = -1; selector <= 9; ++selector) {
-        results.push_back(dock.readStatus(selector, &value));
+        results.push_back(
+            dock.exchange({.operation = Operation::kGetWlcInfo, .type = selector}).result);
     }
     EXPECT_THAT(results, ::testing::ElementsAre(3, 0, 6, 6, 6, 6, 6, 6, 6, 6, 3));
-    Alignment alignment;
-    EXPECT_EQ(dock.readAlignment(&alignment), kOk);
-    EXPECT_EQ(alignment.state, Alignment::kOff);
+    EXPECT_EQ(perform(&dock, "alignment 0"), "03000000000000000000");
     EXPECT_EQ(perform(&dock, "bidi 12 0ffa"), "result 6");
 }
 
