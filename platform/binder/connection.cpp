@@ -176,10 +176,11 @@ bool Connection::linger() {
     if (mBusyCalls < kBusyCalls || hasUnsent() || !Reactor::get().beginLinger(*this)) return true;
     mIsLingering = true;
     mBusyCalls = 0;
-    // A read lasts kLingerTime at most: the socket's time limit.
-    while (!Reactor::get().isNeeded() && !hasUnsent() && read(/*wait=*/true) == Read::kSome) {
-        std::shared_ptr<ConnectionUser> user = mUser.lock();
-        if (user && !serveArrived(*user)) return false;
+    if (const std::shared_ptr<ConnectionUser> user = mUser.lock()) {
+        // A read lasts kLingerTime at most: the socket's time limit.
+        while (!Reactor::get().isNeeded() && !hasUnsent() && read(/*wait=*/true) == Read::kSome) {
+            if (!serveArrived(*user)) return false;
+        }
     }
     stopLingering();
     return true;
@@ -227,9 +228,10 @@ Connection::Sent Connection::broken(const char* reason) {
 }
 
 Connection::Received Connection::nextFrame(Frame* frame) {
+    if (mIn.empty()) return Received::kNothing;
     switch (mIn.next(frame)) {
         case FrameBuffer::Result::kFrame:
-            mUnfinishedSince = 0;
+            if (mUnfinishedSince != 0) mUnfinishedSince = 0;
             return Received::kFrame;
         case FrameBuffer::Result::kIncomplete:
             return Received::kNothing;
@@ -310,7 +312,11 @@ Connection::Read Connection::read(bool wait) {
     // news of a hang-up may have come together with that of these bytes.
     const bool broughtFds = hasFds || (message.msg_flags & MSG_CTRUNC) != 0;
     mUnread = mDrain || broughtFds || static_cast<size_t>(count) == space.size();
-    mIn.commit(static_cast<size_t>(count), hasFds ? takeFds(&message) : std::vector<unique_fd>());
+    if (hasFds) {
+        mIn.commit(static_cast<size_t>(count), takeFds(&message));
+    } else {
+        mIn.commit(static_cast<size_t>(count));
+    }
     return Read::kSome;
 }
 

@@ -256,7 +256,6 @@ bool ObjectTable::referencesReturned(WireAddress address, uint32_t amount, bool*
 
 ObjectTable::Leftovers ObjectTable::takeLeftovers() {
     Leftovers leftovers;
-    if (!mHasLeftovers) return leftovers;
     std::lock_guard lock(mLock);
     mHasLeftovers = false;
     leftovers.released.swap(mReleased);

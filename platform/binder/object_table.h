@@ -92,7 +92,8 @@ class ObjectTable {
 
     // ---- The whole --------------------------------------------------------------------------
 
-    // Cheap when there is nothing.
+    // Whether there may be some; cheap.
+    bool hasLeftovers() const { return mHasLeftovers; }
     Leftovers takeLeftovers();
 
     // Forgets everything: gives the references to drop, and the proxies still in use here, each
