@@ -50,16 +50,11 @@ void AParcel::recycle(AParcel* parcel) {
     tCache.parcels[tCache.count++] = parcel;
 }
 
-void AParcel::clear() {
-    mSize = 0;
-    mPosition = 0;
+void AParcel::dropObjects() {
     for (const BinderItem& item : mBinders) item.binder->decStrong();
     mBinders.clear();
     mFds.clear();
     mFdOffsets.clear();
-    mSession.reset();
-    mBindersSeen = 0;
-    target = nullptr;
 }
 
 binder_status_t AParcel::setReceived(std::shared_ptr<Session> session,

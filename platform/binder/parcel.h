@@ -37,7 +37,12 @@ struct AParcel {
     static AParcel* obtain();
     static void recycle(AParcel* parcel);
 
-    void clear();
+    void clear() {
+        mSize = mPosition = mBindersSeen = 0;
+        target = nullptr;
+        if (!mBinders.empty() || !mFdOffsets.empty()) dropObjects();
+        mSession.reset();
+    }
 
     // Makes it what arrived in a frame. `fdOffsets` are the object table; STATUS_BAD_VALUE when it
     // does not fit bytes or descriptors.
@@ -96,6 +101,8 @@ struct AParcel {
     const AIBinder* target = nullptr;
 
   private:
+    void dropObjects();
+
     static constexpr size_t padded(size_t size) { return (size + 3) & ~size_t{3}; }
 
     // Makes room for `size` bytes, a multiple of 4, which the caller writes.
