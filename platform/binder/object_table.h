@@ -139,7 +139,7 @@ class ObjectTable {
     bool mIsClosed GUARDED_BY(mLock) = false;
     std::unordered_map<uint64_t, Node> mNodes GUARDED_BY(mLock);
     std::unordered_map<AIBinder*, WireAddress> mLocalAddresses GUARDED_BY(mLock);
-    std::vector<uint64_t> mPending GUARDED_BY(mLock);  // keys of nodes with pending > 0
+    std::vector<Node*> mPending GUARDED_BY(mLock);  // with pending > 0, so they stay in mNodes
     std::vector<AIBinder*> mReleased GUARDED_BY(mLock);
     std::atomic<bool> mHasLeftovers{false};
     uint32_t mNextNumber GUARDED_BY(mLock) = 0;
