@@ -231,7 +231,7 @@ Connection::Received Connection::nextFrame(Frame* frame) {
     if (mIn.empty()) return Received::kNothing;
     switch (mIn.next(frame)) {
         case FrameBuffer::Result::kFrame:
-            if (mUnfinishedSince != 0) mUnfinishedSince = 0;
+            if (mUnfinishedSince != 0) mUnfinishedSince = 0;  // rare, and a store is not cheap
             return Received::kFrame;
         case FrameBuffer::Result::kIncomplete:
             return Received::kNothing;
