@@ -106,7 +106,7 @@ int run(int argc, const char* const* argv) {
         ->check(secondsFrom(0.1));
     for (const auto add :
          {addStatusCommand, addInformationCommands, addFeatureCommands, addFanCommands,
-          addRtxCommands, addWatchCommand, addAuthCommands, addExchangeCommands,
+          addRtxCommands, addTopCommand, addWatchCommand, addAuthCommands, addExchangeCommands,
           addFirmwareCommands, addLegacyFirmwareCommands, addDiagnosticCommands}) {
         add(app, context);
     }
