@@ -15,7 +15,7 @@ constexpr size_t kAsciiDots = 3;
 // The smallest round number that is not less.
 double roundUp(double value) {
     const double power = std::pow(10, std::floor(std::log10(value)));
-    for (const double step : {1.0, 1.5, 2.0, 3.0, 5.0, 7.5}) {
+    for (const double step : {1.0, 1.5, 2.0, 3.0, 4.0, 5.0, 6.0, 8.0}) {
         if (step * power >= value) return step * power;
     }
     return 10 * power;

@@ -42,6 +42,16 @@ void clear(const ndk::ScopedFileDescriptor& descriptor) {
     [[maybe_unused]] const ssize_t got = read(descriptor.get(), &count, sizeof(count));
 }
 
+// "service is not running": without the name and without advice, for which there is no room.
+std::string inShort(const Failure& failure) {
+    std::string text = failure.what();
+    const std::string name = instanceName() + " ";
+    if (const size_t at = text.find(name); at != std::string::npos) {
+        text.replace(at, name.size(), at == 0 ? "service " : "");
+    }
+    return text.substr(0, text.find(';'));
+}
+
 }  // namespace
 
 struct StatusPoller::Shared {
@@ -70,14 +80,12 @@ PollResult StatusPoller::Shared::poll() {
     PollResult found;
     const double began = secondsSince(begin);
     found.slot = static_cast<int64_t>(began / interval);
-    bool subscribed = subscriptions.has_value();
     try {
         // A closed queue belongs to a service that has died.
-        if (subscribed && EventSubscriptions::queue().closed()) subscriptions.reset();
-        if (!subscriptions.has_value()) {
+        if (subscriptions && EventSubscriptions::queue().closed()) subscriptions.reset();
+        if (!subscriptions) {
             context.forgetService();
             subscriptions.emplace(context, std::vector<std::string>());
-            subscribed = true;
             found.reconnected = std::exchange(everSubscribed, true);
         }
         double before = secondsSince(begin);
@@ -94,10 +102,7 @@ PollResult StatusPoller::Shared::poll() {
     } catch (const Failure& failure) {
         subscriptions.reset();
         found.lines.clear();
-        found.trouble = failure.exitCode() != kNoService ? "the service refuses to be watched"
-                        : subscribed                     ? "connection to the service lost"
-                                                         : "service not running";
-        found.message = failure.what();
+        found.trouble = inShort(failure);
     }
     found.milliseconds = (secondsSince(begin) - began) * 1e3;
     found.time = std::chrono::system_clock::now();
@@ -117,7 +122,7 @@ void StatusPoller::Shared::run() {
         publish(poll());
         waitingSince = 0;
         double next = (std::floor(secondsSince(begin) / interval) + 1) * interval;
-        if (!subscriptions.has_value()) next = std::min(next, secondsSince(begin) + kLookupSeconds);
+        if (!subscriptions) next = std::min(next, secondsSince(begin) + kLookupSeconds);
         pollfd wait = {wake.get(), POLLIN, 0};
         const double left = std::ceil((next - secondsSince(begin)) * 1e3);
         ::poll(&wait, 1, static_cast<int>(std::max(left, 0.0)));

@@ -22,8 +22,7 @@ struct PollResult {
     std::string slowest;                         // the line that took longest, and how long
     double slowestMilliseconds = 0;
     std::vector<StatusLine> lines;  // empty when the service could not be asked:
-    std::string trouble;            // why, in a few words
-    std::string message;            // and in full
+    std::string trouble;            // why
     bool reconnected = false;       // events may be missing since the poll before
 };
 

@@ -27,9 +27,7 @@ Character takeCharacter(std::string_view* text, bool unicode) {
     std::string bytes(text->substr(0, known ? size : 1));
     if (!unicode && text->starts_with(kDegree)) bytes = kDegree;
     text->remove_prefix(bytes.size());
-    if (static_cast<unsigned char>(bytes[0]) >= ' ' && bytes[0] <= '~' && bytes.size() == 1) {
-        return {bytes, 1};
-    }
+    if (bytes[0] >= ' ' && bytes[0] <= '~') return {bytes, 1};
     if (unicode && width >= 0) return {bytes, static_cast<size_t>(width)};
     if (bytes == kDegree) return {"", 0};
     // The rest of a character whose first byte has been shown.

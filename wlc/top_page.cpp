@@ -18,7 +18,7 @@ constexpr size_t kTwoBlocksColumns = 140;
 // Below this, labels are the short ones and plots have no axis.
 constexpr size_t kNarrowColumns = 56;
 constexpr size_t kAxisColumns = 9;
-constexpr size_t kTallestPlot = 8;
+constexpr size_t kTallestPlot = 12;
 constexpr size_t kGap = 2;
 constexpr size_t kOutcomes = 3;
 // A line that waits shorter is not worth a word.
@@ -80,27 +80,32 @@ Line headerLine(const TopState& state, const PageSize& size) {
     } else {
         text += fmt::format("  every {:g} s", state.interval());
     }
-    const size_t keys = size.columns > text.size() + kKeys.size() ? kKeys.size() : 0;
+    const size_t keys = size.columns >= text.size() + kKeys.size() ? kKeys.size() : 0;
     return {{fitted(text, size.columns - keys, size.unicode) + std::string(kKeys.substr(0, keys)),
              Style::kReverse}};
 }
 
-// Text without the words that matter least, unless it fits anyway.
+// Text without as many words that matter least as it takes to fit.
 std::string shortened(std::string text, const Block& block) {
-    constexpr std::string_view kWords[] = {" (vendor-defined unit)", " (vendor-defined)"};
-    if (columnsOf(text, block.unicode()) <= block.textColumns()) return text;
-    for (const std::string_view word : kWords) {
-        for (size_t at = 0; (at = text.find(word)) != std::string::npos;)
+    for (const std::string_view word :
+         {" (vendor-defined unit)", " (vendor-defined)", " levels", " temp"}) {
+        if (columnsOf(text, block.unicode()) <= block.textColumns()) break;
+        for (size_t at = 0; (at = text.find(word)) != std::string::npos;) {
             text.erase(at, word.size());
+        }
     }
     return text;
+}
+
+std::string labelOf(const StatusLine& line, const Block& block) {
+    if (!block.narrow()) return line.label;
+    return line.key == "authentication" ? "auth" : line.key;
 }
 
 std::vector<Line> statusLines(const TopState& state, const Block& block) {
     std::vector<Line> lines;
     for (const StatusLine& line : state.lines()) {
-        lines.push_back(block.line(block.narrow() ? line.key.substr(0, 11) : line.label,
-                                   shortened(line.text, block)));
+        lines.push_back(block.line(labelOf(line, block), shortened(line.text, block)));
     }
     return lines;
 }
@@ -164,13 +169,14 @@ std::vector<Line> requestLines(const TopState& state, const Block& block) {
     std::vector<Line> lines;
     std::string text = "none answered yet";
     if (timing.polls != 0) {
-        text = fmt::format("{:.1f} ms, mean {:.1f}, longest {:.1f}; {} polls", timing.lastMs,
-                           timing.sumMs / static_cast<double>(timing.polls), timing.longestMs,
-                           timing.polls);
-        const std::string slowest = fmt::format("; {} {:.1f}", timing.slowest, timing.slowestMs);
+        text = fmt::format("{} answered, latest in {:.1f} ms, mean {:.1f}, longest {:.1f}",
+                           timing.polls, timing.lastMs,
+                           timing.sumMs / static_cast<double>(timing.polls), timing.longestMs);
+        const std::string slowest =
+            fmt::format("; slowest: {} {:.1f}", timing.slowest, timing.slowestMs);
         if (text.size() + slowest.size() <= block.textColumns()) text += slowest;
     }
-    lines.push_back(block.line(block.narrow() ? "my requests" : "my requests", text));
+    lines.push_back(block.line("own polls", text));
     for (size_t i = 0; i < std::min(kOutcomes, state.outcomes().size()); ++i) {
         lines.push_back(entryLine(state.outcomes()[i], block));
     }

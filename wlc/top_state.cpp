@@ -55,13 +55,18 @@ void TopState::noteOutcome(std::chrono::system_clock::time_point time, const std
 void TopState::take(const PollResult& result) {
     mTime = result.time;
     mTrouble = printable(result.trouble);
-    noteOutcome(result.time, "connection", result.message);
-    if (result.reconnected)
+    noteOutcome(result.time, "connection", result.trouble);
+    if (result.reconnected) {
         prepend(&mEvents, result.time, "(subscribed again: events may be missing)");
-    mLines = result.lines;
+    }
+    if (!result.lines.empty()) mLines = result.lines;
     for (StatusLine& line : mLines) {
-        noteOutcome(result.time, line.label, line.failed ? line.text : "");
-        line.text = printable(line.text);
+        if (result.lines.empty()) {
+            line.text = std::string(1, '-');
+        } else {
+            noteOutcome(result.time, line.label, line.failed ? line.text : "");
+            line.text = printable(line.text);
+        }
     }
     mLatest = sampleOf(result.lines);
     mHistory.add(result.slot, mLatest);

@@ -41,6 +41,7 @@ class TopState {
     double waitingSeconds() const { return mWaitingSeconds; }
     std::chrono::system_clock::time_point time() const { return mTime; }  // of the latest poll
     const std::string& trouble() const { return mTrouble; }  // empty while the service answers
+    // Of the latest poll that was answered; each text is - when a later one was not.
     const std::vector<StatusLine>& lines() const { return mLines; }
     const History& history() const { return mHistory; }
     const Sample& latest() const { return mLatest; }
