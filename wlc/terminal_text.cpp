@@ -3,7 +3,7 @@
 
 #include <wchar.h>
 
-#include <algorithm>
+#include <cstdint>
 #include <string_view>
 
 namespace wlc {
@@ -16,25 +16,20 @@ struct Character {
     size_t columns = 0;
 };
 
-// Takes the next character off the front.
+// Takes the next character off the front: a byte, and what of UTF-8 continues it.
 Character takeCharacter(std::string_view* text, bool unicode) {
+    size_t size = 1;
+    while (size < text->size() && (static_cast<uint8_t>((*text)[size]) & 0xc0) == 0x80) ++size;
+    const std::string bytes(text->substr(0, size));
+    text->remove_prefix(size);
+    if (size == 1 && bytes[0] >= ' ' && bytes[0] <= '~') return {bytes, 1};
+    if (!unicode && bytes == kDegree) return {"", 0};
     wchar_t code = 0;
     mbstate_t state = {};
-    const size_t size = mbrtowc(&code, text->data(), text->size(), &state);
-    // Bytes that the locale cannot read count as one character each.
-    const bool known = size != 0 && size <= text->size();
+    const bool known = unicode && mbrtowc(&code, bytes.data(), size, &state) == size;
     const int width = known ? wcwidth(code) : -1;
-    std::string bytes(text->substr(0, known ? size : 1));
-    if (!unicode && text->starts_with(kDegree)) bytes = kDegree;
-    text->remove_prefix(bytes.size());
-    if (bytes[0] >= ' ' && bytes[0] <= '~') return {bytes, 1};
-    if (unicode && width >= 0) return {bytes, static_cast<size_t>(width)};
-    if (bytes == kDegree) return {"", 0};
-    // The rest of a character whose first byte has been shown.
-    while (!text->empty() && (static_cast<unsigned char>(text->front()) & 0xc0) == 0x80) {
-        text->remove_prefix(1);
-    }
-    return {"?", 1};
+    if (width < 0) return {"?", 1};
+    return {bytes, static_cast<size_t>(width)};
 }
 
 }  // namespace

@@ -98,7 +98,8 @@ TEST_F(TerminalTest, TopLeavesTheTerminalAsItWas) {
         Words end;
     } kCases[] = {{"", {"send-keys", "q"}},
                   {"TERM=vt100 ", {"send-keys", "C-c"}},
-                  {"LC_ALL=C ", {"run-shell", "kill -TERM $(pgrep -P #{pane_pid} wlc)"}}};
+                  {"LC_ALL=C sh -c 'echo $$ >$ANDROID_HOST_DIR/pid; exec $0 $1' ",
+                   {"run-shell", "kill -TERM $(cat $ANDROID_HOST_DIR/pid)"}}};
     for (const auto& [before, end] : kCases) {
         SCOPED_TRACE(end[1]);
         open(80, std::string(before) + WLC_PROGRAM " top");
