@@ -17,6 +17,7 @@
 #include "event_subscriptions.h"
 #include "failure.h"
 #include "lock_annotations.h"
+#include "time_limit.h"
 
 namespace wlc {
 namespace {
@@ -26,6 +27,7 @@ using SteadyClock = std::chrono::steady_clock;
 // How often a service that is not there is looked for; nothing announces it.
 constexpr double kLookupSeconds = 1;
 constexpr std::chrono::seconds kEndWait(1);
+constexpr double kNever = -1;
 
 double secondsSince(SteadyClock::time_point begin) {
     return std::chrono::duration<double>(SteadyClock::now() - begin).count();
@@ -71,7 +73,7 @@ struct StatusPoller::Shared {
     const ndk::ScopedFileDescriptor wake{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     const ndk::ScopedFileDescriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     std::atomic<bool> stop{false};
-    std::atomic<SteadyClock::duration::rep> waitingSince{0};  // of `begin`; 0: not waiting
+    std::atomic<double> pollingSince{kNever};  // seconds from `begin`
     std::mutex lock;
     std::optional<PollResult> result GUARDED_BY(lock);
 };
@@ -91,7 +93,6 @@ PollResult StatusPoller::Shared::poll() {
         double before = secondsSince(begin);
         readStatus(context, [&](const StatusLine& line) {
             const double now = secondsSince(begin);
-            waitingSince = (SteadyClock::now() - begin).count();
             if ((now - before) * 1e3 > found.slowestMilliseconds) {
                 found.slowestMilliseconds = (now - before) * 1e3;
                 found.slowest = line.label;
@@ -117,10 +118,9 @@ void StatusPoller::Shared::publish(PollResult found) {
 
 void StatusPoller::Shared::run() {
     while (!stop) {
-        waitingSince =
-            std::max<SteadyClock::duration::rep>(1, (SteadyClock::now() - begin).count());
+        pollingSince = secondsSince(begin);
         publish(poll());
-        waitingSince = 0;
+        pollingSince = kNever;
         double next = (std::floor(secondsSince(begin) / interval) + 1) * interval;
         if (!subscriptions) next = std::min(next, secondsSince(begin) + kLookupSeconds);
         pollfd wait = {wake.get(), POLLIN, 0};
@@ -163,8 +163,10 @@ std::optional<PollResult> StatusPoller::take() {
 }
 
 double StatusPoller::waitingSeconds() const {
-    const SteadyClock::duration since(mShared->waitingSince);
-    return since.count() == 0 ? 0 : secondsSince(mShared->begin + since);
+    const double since = mShared->pollingSince;
+    return since == kNever
+               ? 0
+               : std::min(secondsSince(mShared->begin) - since, secondsSince(latestAnswer()));
 }
 
 void StatusPoller::pollNow() {

@@ -46,7 +46,7 @@ class Block {
     // A name at the left of the label, a value at its right.
     Line line(const std::string& name, const std::string& value, const std::string& text) const {
         const size_t room = mLabelColumns - std::min(mLabelColumns, columnsOf(name, mUnicode) + 1);
-        const size_t taken = std::min(room, columnsOf(value, mUnicode) + kGap / 2);
+        const size_t taken = std::min(room, columnsOf(value, mUnicode) + 1);
         return {{fitted(name, mLabelColumns - taken, mUnicode), Style::kBold},
                 {fitted(value, taken, mUnicode)},
                 {fitted(text, textColumns(), mUnicode)}};
@@ -234,10 +234,10 @@ std::vector<Line> topPage(const TopState& state, const PageSize& size) {
     append(&lines, eventLines(state, left, rows - std::min(rows, lines.size())));
     if (twoBlocks) {
         const Block right(size, size.columns - leftColumns - kGap);
-        const size_t left4 = rows - std::min(rows, kFlatRows);
+        const size_t room = rows - std::min(rows, kFlatRows);
         lines = sideBySide(
             std::move(lines),
-            plotLines(state, right, std::clamp<size_t>(left4 / kTallPlots, 1, kTallestPlot)),
+            plotLines(state, right, std::clamp<size_t>(room / kTallPlots, 1, kTallestPlot)),
             leftColumns);
     }
     lines.insert(lines.begin(), headerLine(state, size));
