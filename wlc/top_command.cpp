@@ -19,12 +19,12 @@
 namespace wlc {
 namespace {
 
-using std::chrono::milliseconds;
+using Milliseconds = std::chrono::milliseconds;
 
 // The shortest time between two updates of the screen, however many events come.
-constexpr milliseconds kShortestFrame(100);
+constexpr Milliseconds kShortestFrame(100);
 // The longest, for the time that an answer has been waited for.
-constexpr milliseconds kLongestFrame(1000);
+constexpr Milliseconds kLongestFrame(1000);
 constexpr int kRedrawKey = 'L' & 0x1f;
 
 struct TopArguments {
@@ -51,7 +51,7 @@ class Top {
                 mScreen.show(topPage(mState, mScreen.size()));
                 shown = now;
             } else {
-                wait = std::chrono::ceil<milliseconds>(shown + kShortestFrame - now);
+                wait = std::chrono::ceil<Milliseconds>(shown + kShortestFrame - now);
             }
             if (!waitFor(wait)) return;
         }
@@ -74,7 +74,7 @@ class Top {
     }
 
     // Returns false when the command has to end: on q, Ctrl-C and SIGTERM.
-    bool waitFor(milliseconds limit) {
+    bool waitFor(Milliseconds limit) {
         pollfd waits[] = {{0, POLLIN, 0},
                           {mScreen.resizeDescriptor(), POLLIN, 0},
                           {mSignals.descriptor(), POLLIN, 0},

@@ -18,6 +18,11 @@ using testing::StartsWith;
 
 class TerminalTest : public ServiceTest {
   protected:
+    void SetUp() override {
+        ServiceTest::SetUp();
+        // A server that ends with its last terminal could take the next one with it.
+        tmux({"start-server", ";", "set-option", "-g", "exit-empty", "off"});
+    }
     void TearDown() override {
         tmux({"kill-server"});
         ServiceTest::TearDown();
