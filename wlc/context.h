@@ -22,11 +22,11 @@ class Context {
     // How long each answer may take, in seconds; 0 for the command's default, answerSeconds.
     double timeoutSeconds = 0;
     double answerSeconds = kAnswerSeconds;
-    // Whether answers have a time limit. Without one, the command itself watches over its calls.
-    bool limited = true;
     static constexpr double kAnswerSeconds = 90;
     // For certificates, which the dock sends in many pieces.
     static constexpr double kAuthenticationSeconds = 360;
+    // Whether answers have a time limit. Without one, the command itself watches over its calls.
+    bool limited = true;
 
     // The service, looked up on first use. Blocks for up to waitSeconds, then throws Failure
     // kNoService. Starts the time limit for answers.

@@ -87,7 +87,7 @@ Screen::Screen(bool ascii) : mTerminal(std::make_unique<Terminal>()) {
     noecho();
     nodelay(stdscr, TRUE);
     curs_set(0);
-    // Lines that move up or down, and characters within a line, need not be written again.
+    // Lines that move up or down need not be written again.
     idlok(stdscr, TRUE);
     if (isatty(STDERR_FILENO) != 0) {
         mTerminal->error.set(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));

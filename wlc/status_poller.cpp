@@ -2,6 +2,7 @@
 #include "status_poller.h"
 
 #include <android/binder_auto_utils.h>
+#include <android/binder_process.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -112,6 +113,8 @@ PollResult StatusPoller::Shared::poll() {
 
 void StatusPoller::Shared::publish(PollResult found) {
     const std::lock_guard guard(lock);
+    // One that nobody took is replaced.
+    found.reconnected |= result && result->reconnected;
     result = std::move(found);
     signalOn(news);
 }
@@ -136,6 +139,7 @@ StatusPoller::StatusPoller(const Context& context, double interval)
     if (mShared->wake.get() < 0 || mShared->news.get() < 0) {
         throw std::runtime_error("cannot create an event descriptor");
     }
+    ABinderProcess_startThreadPool();
     mShared->context.limited = false;
     mShared->context.waitSeconds = 0;
     std::promise<void> ended;

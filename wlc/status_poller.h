@@ -28,7 +28,8 @@ struct PollResult {
 
 // Reads the status page again and again on a thread of its own, subscribed to all events
 // (EventSubscriptions::queue()), so that whoever shows it stays alive while the service is silent.
-// Finds the service again after it was lost. The other methods are called by one thread.
+// Finds the service again after it was lost. Starts the binder thread pool. The other methods are
+// called by one thread.
 class StatusPoller {
   public:
     // interval: seconds from the beginning of one poll to that of the next.

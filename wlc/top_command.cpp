@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android/binder_process.h>
 #include <fmt/format.h>
 #include <poll.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <memory>
 
 #include "commands.h"
@@ -38,7 +38,7 @@ class Top {
         : mContext(context),
           mScreen(arguments.ascii),
           mState(arguments.interval),
-          mPoller(startPool(context), arguments.interval) {}
+          mPoller(context, arguments.interval) {}
 
     void run() {
         auto shown = std::chrono::steady_clock::now() - kShortestFrame;
@@ -58,11 +58,6 @@ class Top {
     }
 
   private:
-    static const Context& startPool(const Context& context) {
-        ABinderProcess_startThreadPool();
-        return context;
-    }
-
     void takeNews() {
         EventQueue& queue = EventSubscriptions::queue();
         while (const auto event = queue.pop()) mState.take(*event);
@@ -75,7 +70,7 @@ class Top {
 
     // Returns false when the command has to end: on q, Ctrl-C and SIGTERM.
     bool waitFor(Milliseconds limit) {
-        pollfd waits[] = {{0, POLLIN, 0},
+        pollfd waits[] = {{STDIN_FILENO, POLLIN, 0},
                           {mScreen.resizeDescriptor(), POLLIN, 0},
                           {mSignals.descriptor(), POLLIN, 0},
                           {mPoller.descriptor(), POLLIN, 0},
@@ -115,8 +110,9 @@ void addTopCommand(CLI::App& app, Context& context) {
         ->check(secondsFrom(0.1));
     command->add_flag("--ascii", arguments->ascii, "Draw with ASCII characters only");
     command->callback([&context, arguments] {
-        if (context.json)
+        if (context.json) {
             throw badUsage("top has no JSON; use wlc --json status or wlc --json watch");
+        }
         Top(context, *arguments).run();
     });
 }

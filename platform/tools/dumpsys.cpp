@@ -40,9 +40,9 @@ constexpr const char* kUsage =
     "  -l         only list the services\n"
     "  -t, -T     give up on a service after that long (10 s)\n"
     "  --pid      instead of a dump: the process that hosts the service\n"
-    "  --thread   instead of a dump: the number of that process's threads, and how many of each "
-    "name\n"
-    "             (binder serves calls, as the main one does); which are busy cannot be seen\n"
+    "  --thread   instead of a dump: how many threads that process has, also by name (those "
+    "called\n"
+    "             binder serve calls, as the main one does); which are busy cannot be seen\n"
     "  --skip     all services but these, separated by commas\n"
     "  SERVICE    dump this one; ARGS are passed to it. Without it: all, one after the other\n";
 
@@ -124,8 +124,9 @@ bool showProcess(const std::string& name, const Options& options) {
     int total = 0;
     for (const auto& [thread, count] : threads) total += count;
     printf("Threads: %d\n", total);
-    for (const auto& [thread, count] : threads)
+    for (const auto& [thread, count] : threads) {
         printf("  %s: %d\n", escaped(thread).c_str(), count);
+    }
     return true;
 }
 
