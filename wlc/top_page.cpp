@@ -123,6 +123,8 @@ void appendPlot(const TopState& state, const Block& block, Series series, const 
     const size_t axisColumns = block.narrow() ? 0 : std::min(kAxisColumns, block.textColumns());
     const size_t columns = block.textColumns() - axisColumns;
     const auto values = state.history().latest(series, slotsIn(columns, block.unicode()));
+    const bool hasAxis = axisColumns != 0 && std::any_of(values.begin(), values.end(),
+                                                         [](double v) { return !std::isnan(v); });
     if (series == kAlignment) {
         lines->push_back(block.line(name, alignmentRow(values, columns, block.unicode())));
         return;
@@ -132,9 +134,9 @@ void appendPlot(const TopState& state, const Block& block, Series series, const 
     const auto plot = plotRows(values, axis, columns, rows, block.unicode());
     for (size_t row = 0; row < rows; ++row) {
         std::string text = plot[row];
-        if (axisColumns != 0 && rows == 1) text += fmt::format(" {:g}-{:g}", axis.low, axis.high);
-        if (axisColumns != 0 && rows > 1 && row == 0) text += fmt::format(" {:g}", axis.high);
-        if (axisColumns != 0 && rows > 1 && row == rows - 1) text += fmt::format(" {:g}", axis.low);
+        if (hasAxis && rows == 1) text += fmt::format(" {:g}-{:g}", axis.low, axis.high);
+        if (hasAxis && rows > 1 && row == 0) text += fmt::format(" {:g}", axis.high);
+        if (hasAxis && rows > 1 && row == rows - 1) text += fmt::format(" {:g}", axis.low);
         lines->push_back(row == 0 ? block.line(name, valueText(state.latest(), series), text)
                                   : block.line("", text));
     }
