@@ -60,10 +60,6 @@ TraceWriter::State Recorder::stop() {
     return mWriter.close();
 }
 
-void Recorder::recordUevent(std::string_view message) {
-    recordUevent(TraceMoment::now(), message);
-}
-
 bool Recorder::recordUevent(const TraceMoment& came, std::string_view message) {
     if (!mWriter.isWriting()) return false;
     // A charger's has such a line; most of a phone's many uevents do not, and would fill the trace.

@@ -34,12 +34,11 @@ class Recorder final : public Endpoint {
     TraceWriter::State stop() EXCLUDES(mControlLock);
     TraceWriter::State state() const { return mWriter.state(); }
 
-    // Records a uevent that did not come from the kernel, if it concerns a driver.
-    void recordUevent(std::string_view message);
-
-  private:
+    // Records a uevent, if it concerns a driver. False when nothing is recorded any more. For one
+    // that did not come from the kernel.
     bool recordUevent(const TraceMoment& came, std::string_view message);
 
+  private:
     Endpoint* const mNext;
     TraceWriter mWriter;
     std::mutex mControlLock;

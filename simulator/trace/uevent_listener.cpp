@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -76,6 +77,8 @@ void UeventListener::stop() {
 
 void UeventListener::run() {
     pthread_setname_np(pthread_self(), "uevent-recorder");
+    // Where that is allowed, no later than the service's own listener, which has this priority.
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), -20);
     std::array<char, kMaxMessage> message;
     for (;;) {
         pollfd polled[] = {{mSocket, POLLIN, 0}, {mStop, POLLIN, 0}};
