@@ -164,6 +164,7 @@ Outcome RealLibraries::exchange(const Exchange& exchange) {
         }
         case Operation::kGetAlignment: {
             int32_t values[2] = {};
+            exchange.answer[0] = exchange.answer[1] = 0;
             const uint32_t result = mChargelink.getWLCAlignment(
                 &exchange.answer[0], &exchange.answer[1], &values[0], &values[1]);
             if (result != kOk) return withoutAnswer(result);

