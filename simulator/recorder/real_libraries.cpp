@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "real_libraries.h"
 
-#include <android/log.h>
 #include <dlfcn.h>
 
 #include <cstdlib>
@@ -55,11 +54,10 @@ class Functions {
     std::string mProblem;
 };
 
-bool isComplete(const Names& names, const Functions& functions) {
+bool isComplete(const Names& names, const Functions& functions, std::string* problem) {
     if (functions.problem().empty()) return true;
-    __android_log_print(ANDROID_LOG_ERROR, "dock-recorder",
-                        "no real %s: %s; set %s to the path of the real one", names.file,
-                        functions.problem().c_str(), names.variable);
+    *problem = std::string("no real ") + names.file + ": " + functions.problem() + "; set " +
+               names.variable + " to the path of the real one";
     return false;
 }
 
@@ -82,12 +80,12 @@ void writeLe32(uint32_t value, uint8_t* to) {
 
 }  // namespace
 
-bool RealLibraries::load(Library library, FindNext findNext) {
+bool RealLibraries::load(Library library, FindNext findNext, std::string* problem) {
     if (library == Library::kReverselink) {
         Functions functions(kReverselinkNames, findNext);
         functions.find("initRtxProto", &mReverselink.initRtxProto)
             .find("sendRtxRequest", &mReverselink.sendRtxRequest);
-        return mHasReverselink = isComplete(kReverselinkNames, functions);
+        return mHasReverselink = isComplete(kReverselinkNames, functions, problem);
     }
     Functions functions(kChargelinkNames, findNext);
     functions.find("initWlcProto", &mChargelink.initWlcProto)
@@ -102,7 +100,7 @@ bool RealLibraries::load(Library library, FindNext findNext) {
         .find("setQiId", &mChargelink.setQiId)
         .find("setAuthStart", &mChargelink.setAuthStart)
         .find("uploadFwUpdateData", &mChargelink.uploadFwUpdateData);
-    return mHasChargelink = isComplete(kChargelinkNames, functions);
+    return mHasChargelink = isComplete(kChargelinkNames, functions, problem);
 }
 
 int RealLibraries::initialise(Library library) const {

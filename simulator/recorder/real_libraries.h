@@ -16,9 +16,9 @@ namespace virtual_dock {
 class RealLibraries final : public Endpoint {
   public:
     // Loads the library from the path in $CHARGELINK_REAL ($REVERSELINK_REAL), else takes what
-    // findNext finds. False, with a line in the log that says what to set, when a function of it is
-    // missing. Once for each library.
-    bool load(Library library, FindNext findNext);
+    // findNext finds. False, with the problem and what to set, when a function of it is missing.
+    // Once for each library.
+    bool load(Library library, FindNext findNext, std::string* problem);
 
     // What the library's initialisation returns; after a load that succeeded.
     int initialise(Library library) const;

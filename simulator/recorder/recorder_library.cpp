@@ -22,13 +22,12 @@ class ProcessRecorder {
 
     // Whether the real library is there.
     bool prepare(Library library, FindNext findNext) {
-        std::lock_guard lock(mLock);
-        Loading& loading = mLoading[static_cast<size_t>(library)];
-        if (!loading.done) {
-            loading = {.done = true, .loaded = mLibraries.load(library, findNext)};
-            if (loading.loaded) startRecording();
+        std::string problem;
+        const bool loaded = prepare(library, findNext, &problem);
+        if (!problem.empty()) {
+            __android_log_print(ANDROID_LOG_ERROR, "dock-recorder", "%s", problem.c_str());
         }
-        return loading.loaded;
+        return loaded;
     }
 
     const RealLibraries& libraries() const { return mLibraries; }
@@ -40,15 +39,23 @@ class ProcessRecorder {
         bool loaded = false;
     };
 
-    void startRecording() REQUIRES(mLock) {
+    bool prepare(Library library, FindNext findNext, std::string* problem) EXCLUDES(mLock) {
+        std::lock_guard lock(mLock);
+        Loading& loading = mLoading[static_cast<size_t>(library)];
+        if (!loading.done) {
+            loading = {.done = true, .loaded = mLibraries.load(library, findNext, problem)};
+            if (loading.loaded) startRecording(problem);
+        }
+        return loading.loaded;
+    }
+
+    void startRecording(std::string* problem) REQUIRES(mLock) {
         if (mStarted) return;
         mStarted = true;
         const char* const path = std::getenv("CHARGELINK_TRACE");
         if (path == nullptr || path[0] == '\0') return;
-        std::string problem;
-        if (!mRecorder.start(path, mLibraries.paths(), &problem)) {
-            __android_log_print(ANDROID_LOG_WARN, "dock-recorder", "nothing is recorded: %s",
-                                problem.c_str());
+        if (!mRecorder.start(path, mLibraries.paths(), problem)) {
+            *problem = "nothing is recorded: " + *problem;
         }
     }
 

@@ -39,15 +39,18 @@ Outcome Recorder::exchange(const Exchange& exchange) {
 
 bool Recorder::start(const std::string& path, const std::vector<std::string>& libraries,
                      std::string* problem) {
-    std::lock_guard lock(mControlLock);
-    if (!mWriter.open(path, libraries, problem)) return false;
-    // That of a recording that ended by itself.
-    mListener.stop();
     std::string noUevents;
-    if (ueventsComeFromTheKernel() &&
-        !mListener.start([this](const TraceMoment& came,
-                                std::string_view message) { return recordUevent(came, message); },
-                         &noUevents)) {
+    {
+        std::lock_guard lock(mControlLock);
+        if (!mWriter.open(path, libraries, problem)) return false;
+        // That of a recording that ended by itself.
+        mListener.stop();
+        const auto heard = [this](const TraceMoment& came, std::string_view message) {
+            return recordUevent(came, message);
+        };
+        if (ueventsComeFromTheKernel()) mListener.start(heard, &noUevents);
+    }
+    if (!noUevents.empty()) {
         __android_log_print(ANDROID_LOG_WARN, "dock-recorder", "%s; the trace has none",
                             noUevents.c_str());
     }
