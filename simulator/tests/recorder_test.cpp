@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The recorder's libraries in front of scripted ones, each test in a process of its own.
+// The recorder's libraries in front of scripted ones (scripted_links.cpp has what a request of each
+// type does), each test in a process of its own.
 #include <chargelink.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -21,7 +22,6 @@
 #include <thread>
 
 #include "dock_fixture.h"
-#include "scripted_links.h"
 
 namespace virtual_dock::testing {
 namespace {
@@ -44,8 +44,8 @@ struct Links {
         for (size_t i = 0; i < size; ++i) area[i] = static_cast<uint8_t>(i);
         const ByteVector wanted(area.rbegin(), area.rend());
         size_t length = size;
-        return bidi(scripted::kReverse, area.data(), size, area.data(), &length) == 0 &&
-               length == size && area == wanted;
+        return bidi(1, area.data(), size, area.data(), &length) == 0 && length == size &&
+               area == wanted;
     }
 };
 
@@ -114,10 +114,10 @@ TEST_F(RecorderTest, RecordsWhatTheCallerSentAndTheLibraryGave) {
                   // Not a byte more than the area, whatever the library says.
                   const auto area = std::make_unique<uint8_t[]>(2);
                   size_t length = 2;
-                  EXPECT_EQ(0u, links.bidi(scripted::kBoast, nullptr, 0, area.get(), &length));
-                  EXPECT_EQ(scripted::kBoastedLength, length);
-                  EXPECT_EQ(0u, links.bidi(scripted::kReverse, area.get(), 2, nullptr, nullptr));
-                  EXPECT_EQ(0u, links.bidi(scripted::kAskItself, nullptr, 0, nullptr, nullptr));
+                  EXPECT_EQ(0u, links.bidi(2, nullptr, 0, area.get(), &length));
+                  EXPECT_EQ(SIZE_MAX, length);
+                  EXPECT_EQ(0u, links.bidi(1, area.get(), 2, nullptr, nullptr));
+                  EXPECT_EQ(0u, links.bidi(3, nullptr, 0, nullptr, nullptr));
                   EXPECT_EQ(13u, links.bidi(-1, nullptr, 0, area.get(), &length));
                   const uint8_t* value = nullptr;
                   uint8_t valueLength = 0;
@@ -155,27 +155,26 @@ TEST_F(RecorderTest, RecordsWhatTheCallerSentAndTheLibraryGave) {
 TEST_F(RecorderTest, DyingLibraryLeavesAllThatWasAnswered) {
     const int status = inChild([](const Links& links) {
         for (int i = 0; i < 20; ++i) EXPECT_TRUE(links.reverse(16));
-        links.bidi(scripted::kDie, nullptr, 0, nullptr, nullptr);
+        links.bidi(4, nullptr, 0, nullptr, nullptr);
     });
     EXPECT_EQ(SIGKILL, WTERMSIG(status));
     EXPECT_EQ(20u, recorded().size());
 }
 
 TEST_F(RecorderTest, ThreadsNeitherWaitForEachOtherNorMixTheirLines) {
-    EXPECT_EQ(
-        0, inChild([](const Links& links) {
-            EXPECT_EQ(0, links.initialise());
-            std::thread waiting([&] { links.bidi(scripted::kWait, nullptr, 0, nullptr, nullptr); });
-            const auto work = [&] {
-                for (size_t i = 0; i < 500; ++i) EXPECT_TRUE(links.reverse(1 + i * 4));
-            };
-            std::thread one(work);
-            std::thread other(work);
-            one.join();
-            other.join();
-            links.bidi(scripted::kRelease, nullptr, 0, nullptr, nullptr);
-            waiting.join();
-        }));
+    EXPECT_EQ(0, inChild([](const Links& links) {
+                  EXPECT_EQ(0, links.initialise());
+                  std::thread waiting([&] { links.bidi(5, nullptr, 0, nullptr, nullptr); });
+                  const auto work = [&] {
+                      for (size_t i = 0; i < 500; ++i) EXPECT_TRUE(links.reverse(1 + i * 4));
+                  };
+                  std::thread one(work);
+                  std::thread other(work);
+                  one.join();
+                  other.join();
+                  links.bidi(6, nullptr, 0, nullptr, nullptr);
+                  waiting.join();
+              }));
     std::set<int> threads;
     for (const auto& line : recorded()) threads.insert(line["thread"].get<int>());
     EXPECT_EQ(4u, threads.size());
@@ -227,7 +226,7 @@ TEST_F(RecorderTest, WithoutARealLibraryInitialisationSaysWhatToSet) {
              {RECORDER_FOLDER "/libchargelink.so", "is a recorder itself"}}) {
         real = path;
         EXPECT_EQ(0, inChild([](const Links& links) {
-                      EXPECT_EQ(10u, links.bidi(scripted::kReverse, nullptr, 0, nullptr, nullptr));
+                      EXPECT_EQ(10u, links.bidi(1, nullptr, 0, nullptr, nullptr));
                       EXPECT_NE(0, links.initialise());
                       EXPECT_EQ(5, links.initialiseReverse());
                   }));
