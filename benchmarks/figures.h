@@ -26,6 +26,7 @@ void measureCertificate(const Run& run);
 void measureInProcess(const Run& run);
 void measureFirmware(const Run& run);
 void measureDump(const Run& run);
+void measureRecorder(const Run& run);
 
 // The hidden role under strace: so many calls of the service behind a socket, or so many raw round
 // trips when there is none.

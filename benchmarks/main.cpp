@@ -31,6 +31,7 @@ constexpr Group kGroups[] = {
     {"certificate", "a whole certificate chain", measureCertificate},
     {"firmware", "a firmware update", measureFirmware},
     {"dump", "the state report", measureDump},
+    {"recorder", "recording a library's calls", measureRecorder},
 };
 
 std::string footer() {

@@ -4,6 +4,7 @@
 #   bin/                            the service, wlc, dockctl
 #   lib/wireless-charger/           libraries; a folder of their own, since their names (log, base) are
 #                                   too general for a shared one
+#   lib/wireless-charger/recorder/  libraries that record others: for LD_LIBRARY_PATH where wanted
 #   lib/wireless-charger/bin/       the AIDL compiler, dumpsys, cmd, service, getprop, setprop: for
 #                                   PATH where no other programs of these names are wanted
 #   include/wireless-charger/       public and generated headers
@@ -17,14 +18,18 @@ set(private_folder lib/wireless-charger)
 set(programs vendor.zorvak.wireless_charger-service wlc dockctl)
 set(tools aidl dumpsys cmd service getprop setprop)
 set(shared_libraries log base utils cutils binder_ndk virtual_dock chargelink reverselink)
+set(recorder_libraries dock_recorder chargelink_recorder reverselink_recorder)
 set(static_libraries vendor.zorvak.wireless_charger-V8-ndk wireless_charger_hal)
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/../${private_folder}")
 set_target_properties(${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/..")
 set_target_properties(${shared_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(${recorder_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN:$ORIGIN/..")
 
 install(TARGETS ${programs} DESTINATION bin COMPONENT runtime)
 install(TARGETS ${shared_libraries} virtual_dock_extras
   LIBRARY DESTINATION ${private_folder} COMPONENT runtime)
+install(TARGETS ${recorder_libraries}
+  LIBRARY DESTINATION ${private_folder}/recorder COMPONENT runtime)
 install(TARGETS ${tools} DESTINATION ${private_folder}/bin COMPONENT runtime)
 install(DIRECTORY simulator/certificates/ DESTINATION share/wireless-charger/certificates
   COMPONENT runtime FILES_MATCHING PATTERN "*.pem")

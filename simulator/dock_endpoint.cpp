@@ -21,7 +21,7 @@ int startEndpoint(Library library) {
 }
 
 Endpoint& endpoint() {
-    return processDock();
+    return recordedProcessDock();
 }
 
 }  // namespace virtual_dock

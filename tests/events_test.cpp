@@ -10,6 +10,7 @@
 #include <testing/system_test.h>
 
 #include <cstdio>
+#include <fstream>
 #include <iostream>
 
 namespace test_support {
@@ -201,6 +202,22 @@ TEST_P(KernelEventsTest, MessageOfAProcessIsRefusedLoggedAndForgotten) {
     ASSERT_TRUE(forge(1, 0));
     ASSERT_TRUE(system.waitForLog(kRefused, before + 2));
     EXPECT_EQ(Calls({1, 0, 0}), callsOf("SOURCE=RTX DRIVER=p9221", 1));
+}
+
+TEST_P(KernelEventsTest, RecordingKeepsTheKernelsMessagesOfDriversAlone) {
+    const std::string trace = system.folder() + "/trace";
+    system.dock("record " + trace);
+    ASSERT_TRUE(forge(1, 0));
+    ASSERT_TRUE(mKernel->send("FLOOD=1"));
+    ASSERT_TRUE(mKernel->send("SOURCE=FAN DRIVER=p9221"));
+    EXPECT_TRUE(eventually([&] {
+        std::ifstream file(trace);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        EXPECT_EQ(std::string::npos, text.find("@/devices/x"));
+        EXPECT_EQ(std::string::npos, text.find("FLOOD"));
+        return text.find("SOURCE=FAN\",\"SYNTH_ARG_DRIVER=p9221") != std::string::npos;
+    }));
+    system.dock("record stop");
 }
 
 TEST_P(KernelEventsTest, FloodThatTheKernelKeepsLosesNoneOfOurs) {

@@ -200,6 +200,7 @@ constexpr Command kCommands[] = {
     {"delay", "delay OPERATION[:TYPE] MS [COUNT]", 2, 3, setFault},
     {"answer", "answer OPERATION[:TYPE] HEX|none [COUNT]", 2, 3, setFault},
     {"uevent", "uevent NAME=VALUE...", 1, 16, runUevent},
+    {"record", "record FILE|stop", 1, 1, runRecord},
     {"reset", "reset", 0, 0, runReset},
 };
 

@@ -26,6 +26,9 @@ std::string doneReply();
 // The commands that set faults: fail, delay, answer. `words` has the command's name first.
 std::string setFault(VirtualDock* dock, const std::vector<std::string>& words);
 
+// record FILE, record stop.
+std::string runRecord(VirtualDock* dock, const std::vector<std::string>& words);
+
 // All that `status` shows; one entry of the log.
 Json dockJson(VirtualDock* dock);
 Json entryJson(const LogEntry& entry);

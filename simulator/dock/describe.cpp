@@ -95,6 +95,12 @@ Json faultsJson(const Faults& faults) {
     return list;
 }
 
+Json recordingJson(const TraceWriter::State& state) {
+    Json json = {{"file", textJson(state.path)}, {"lines", state.lines}};
+    if (!state.problem.empty()) json["ended"] = textJson(state.problem);
+    return json;
+}
+
 }  // namespace
 
 Json dockJson(VirtualDock* dock) {
@@ -122,6 +128,8 @@ Json dockJson(VirtualDock* dock) {
     });
     json["faults"] = dock->withFaults(faultsJson);
     json["requests"] = dock->withLog([](const RequestLog& log) { return log.newest(); });
+    const TraceWriter::State recording = dock->recorder().state();
+    if (!recording.path.empty()) json["recording"] = recordingJson(recording);
     return json;
 }
 

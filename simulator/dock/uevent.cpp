@@ -17,6 +17,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "virtual_dock.h"
+
+// Of the recorder's libraries, when they are in this process.
+extern "C" [[gnu::weak]] void dockRecorderUevent(const virtual_dock::TraceMoment* sent,
+                                                 const char* message, size_t size);
+
 namespace virtual_dock {
 namespace {
 
@@ -31,6 +37,12 @@ constexpr int kSendTimeoutMs = 1000;
 
 UeventOutcome notSent(const std::string& what, int error) {
     return {false, what + ": " + std::strerror(error)};
+}
+
+// Recorders hear the kernel's uevents themselves; of the others only the sender knows.
+void tellRecorders(const TraceMoment& sent, std::string_view message) {
+    processDock().recorder().recordUevent(sent, message);
+    if (dockRecorderUevent != nullptr) dockRecorderUevent(&sent, message.data(), message.size());
 }
 
 UeventOutcome sendToSocket(const std::string& path, const std::vector<std::string>& lines) {
@@ -64,7 +76,10 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
                        errno);
     }
     for (;;) {
+        // Before the service can do anything about it.
+        const TraceMoment sent = TraceMoment::now();
         if (send(socket.get(), message.data(), message.size(), MSG_NOSIGNAL) >= 0) {
+            tellRecorders(sent, message);
             return {true, "socket"};
         }
         if (errno == EINTR) continue;

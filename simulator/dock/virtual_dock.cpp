@@ -122,4 +122,8 @@ VirtualDock& processDock() {
     return *dock;
 }
 
+Endpoint& recordedProcessDock() {
+    return processDock().recorder();
+}
+
 }  // namespace virtual_dock

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "../exchange.h"
+#include "../trace/recorder.h"
 #include "dock_model.h"
 #include "faults.h"
 #include "request_log.h"
@@ -29,6 +30,9 @@ class VirtualDock final : public Endpoint {
     // What the libraries ask. Blocks for a delay set for it; with a time limit no longer than that.
     // An answer that exceeds the capacity fails with kReceiveFailed.
     Outcome exchange(const Exchange& exchange) override EXCLUDES(mLock);
+
+    // In front of this dock; what it is told to record is what comes to it. Any thread.
+    Recorder& recorder() { return mRecorder; }
 
     // --- what the control socket asks ---
 
@@ -90,10 +94,13 @@ class VirtualDock final : public Endpoint {
     std::mutex mDelayLock;
     std::condition_variable mDelayEnded;
     uint64_t mResets GUARDED_BY(mDelayLock) = 0;
+
+    Recorder mRecorder{this};
 };
 
-// The dock of this process; made at the first call, never destroyed.
+// The dock of this process; made at the first call, never destroyed. Libraries ask its recorder.
 VirtualDock& processDock();
+Endpoint& recordedProcessDock();
 
 // Starts serving the control socket and sending uevents, once per process; see control_server.h.
 void startProcessDock();

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -181,6 +182,17 @@ void addCommands(CLI::App* app, Invocation* invocation) {
     log->callback([=] {
         invocation->words = {*follow ? "follow" : "log"};
         invocation->show = *follow ? Show::kFollow : Show::kLog;
+    });
+
+    CLI::App* const record = app->add_subcommand("record", "Record requests and uevents to a file");
+    auto trace = std::make_shared<std::string>();
+    record->add_option("FILE", *trace, "a new file; stop ends the recording")->required();
+    record->callback([=] {
+        std::error_code ignored;  // the dock refuses what comes of it
+        const bool stop = *trace == "stop";
+        invocation->words = {"record",
+                             stop ? *trace : std::filesystem::absolute(*trace, ignored).string()};
+        if (stop) invocation->show = Show::kRecording;
     });
 
     CLI::App* const run = app->add_subcommand("run", "Run a scenario");

@@ -8,7 +8,7 @@
 namespace dockctl {
 
 // How the reply to a command is shown; kText and kRun are commands of dockctl alone.
-enum class Show { kOutcome, kStatus, kKeys, kValues, kLog, kFollow, kText, kRun };
+enum class Show { kOutcome, kStatus, kKeys, kValues, kRecording, kLog, kFollow, kText, kRun };
 
 // What one command line asks for.
 struct Invocation {

@@ -129,12 +129,19 @@ void printStatus(const Json& status) {
     for (const char* name : {"qiId", "authStarts", "uploadCount", "requests"}) {
         if (status.contains(name)) say(stdout, "{:<28}{}\n", name, status[name].dump());
     }
+    if (status.contains("recording")) {
+        say(stdout, "{:<28}{}\n", "recording", membersText(status["recording"]));
+    }
 }
 
 void printValues(const Json& reply) {
     for (const auto& [key, value] : reply["values"].items()) {
         say(stdout, "{}\n", valueText(key, value));
     }
+}
+
+void printRecording(const Json& reply) {
+    say(stdout, "{}: {} lines\n", valueText("file", reply["file"]), reply["lines"].dump());
 }
 
 void printKeys(const Json& reply) {

@@ -35,6 +35,7 @@ void say(FILE* to, const char* format, const Arguments&... arguments) {
 void printStatus(const Json& status);
 void printKeys(const Json& reply);
 void printValues(const Json& reply);
+void printRecording(const Json& reply);
 
 // JSON on one line, in ASCII, so that no character controls a terminal.
 std::string toText(const Json& json);

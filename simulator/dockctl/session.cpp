@@ -83,6 +83,8 @@ int Session::ask(const Invocation& invocation) {
         printKeys(reply);
     } else if (invocation.show == Show::kValues) {
         printValues(reply);
+    } else if (invocation.show == Show::kRecording) {
+        printRecording(reply);
     } else {
         showOutcome(reply);
     }

@@ -10,6 +10,7 @@
 
 #include "dock/commands.h"
 #include "dock/virtual_dock.h"
+#include "dock/words.h"
 
 using virtual_dock::Bytes;
 using virtual_dock::Operation;
@@ -21,7 +22,11 @@ void runLines(std::string_view text) {
     VirtualDock dock;
     while (!text.empty()) {
         const size_t end = text.find('\n');
-        virtual_dock::runCommand(&dock, text.substr(0, end));
+        const auto words = virtual_dock::splitWords(text.substr(0, end));
+        // Files all over the machine are not wanted.
+        if (!words || words->empty() || words->front() != "record") {
+            virtual_dock::runCommand(&dock, text.substr(0, end));
+        }
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
 }

@@ -79,6 +79,7 @@ TEST(CommandsTest, WrongLinesAreRefusedAndChangeNothing) {
              {"fail sendBidiRequest 3 0", "count"},
              {"delay sendBidiRequest 600001", "milliseconds"},
              {"answer sendBidiRequest 0F0", "hex"},
+             {"record trace", "an absolute path or stop, not \\\"trace\\\""},
              {"place ptcm=3", "ptmc=N"},
              {"uevent %zz", "two hex digits"}}) {
         const std::string reply = runCommand(&dock, line);

@@ -3,7 +3,7 @@
 """Checks the files that only an Android tree reads, as far as that goes without one.
 
 android_files.py FOLDER SOURCES: FOLDER is interfaces/wireless_charger, SOURCES a file with a line
-"TARGET PATH" for each source of each CMake target. Prints what is wrong, a line each; exits 1 when
+"TARGET PATH" for each source of each CMake target. Reads simulator/Android.bp too. Prints what is wrong, a line each; exits 1 when
 anything is. Needs m4 and checkpolicy.
 """
 import json
@@ -19,7 +19,7 @@ import xml.etree.ElementTree
 import blueprint
 
 CLOSED_LIBRARIES = {"libchargelink", "libreverselink"}
-PLATFORM_MODULES = set("""Android-Apache-2.0 VtsHalTargetTestDefaults libbase libbinder_ndk
+PLATFORM_MODULES = set("""Android-Apache-2.0 VtsHalTargetTestDefaults libbase libbase_headers libbinder_ndk
     libbinder_random_parcel libcutils libgmock libgtest liblog libutils service_fuzzer_defaults
     fuzzer_disable_leaks use_libaidlvintf_gtest_helper_static""".split())
 MODULE_PROPERTIES = set("""binaries certificate default_applicable_licenses defaults
@@ -29,12 +29,16 @@ FILE_PROPERTIES = set("""corpus data dictionary file_contexts init_rc manifest p
     srcs vintf_fragments""".split())
 OTHER_PROPERTIES = set("""arch arm64 backend cc cflags compile_multilib componentid cpp cpp_std
     description enabled export_include_dirs frozen fuzz_config fuzzed_code_usage host_supported hotlists
-    imports include_dirs installable java local_include_dirs name ndk none owner product_available
-    relative_install_path require_root sdk_version service_privilege stability strip sub_dir
+    imports include_dirs installable java ldflags local_include_dirs name ndk none owner product_available
+    relative_install_path require_root sdk_version service_privilege stability stem stl strip sub_dir
     test_suites updatable use_platform_apis use_vndk_as_stable users vector vendor vendor_available
     version versions_with_info""".split())
 # The CMake target of a module, where it has another name.
-TARGETS = {"vendor.zorvak.wireless_charger-hal": "wireless_charger_hal"}
+TARGETS = {"vendor.zorvak.wireless_charger-hal": "wireless_charger_hal",
+           "libchargelink_recorder": "chargelink_recorder", "libdock_recorder": "dock_recorder",
+           "libreverselink_recorder": "reverselink_recorder"}
+# Beside the folder: of it a tree takes the recorder's libraries alone.
+SIMULATOR = "simulator/"
 
 # Every class of object that the service may use, and whose; nothing else.
 DOMAIN = "hal_wireless_charger_default"
@@ -50,9 +54,13 @@ ALLOWED_FOR_DEBUGGING = {
     "unix_stream_socket": "adbd"}
 
 
+def roots(folder):
+    return {"": folder, SIMULATOR: folder.parent.parent / SIMULATOR}
+
+
 def read_tree(folder):
-    return {path.relative_to(folder).as_posix(): path.read_bytes().decode("utf-8", "replace")
-            for path in sorted(folder.rglob("*"))
+    return {prefix + path.relative_to(root).as_posix(): path.read_bytes().decode("utf-8", "replace")
+            for prefix, root in roots(folder).items() for path in sorted(root.rglob("*"))
             if path.is_file() and "aidl_api" not in path.parts}
 
 
@@ -153,7 +161,8 @@ class Checker:
                 for path in sources ^ self.targets.get(target, set()):
                     self.complaints.append(f"{module.name}: Android.bp and CMake disagree on {path}")
         for path in self.tree:
-            self.expect(not path.endswith(".cpp") or path in used, f"no module builds {path}")
+            self.expect(not path.endswith(".cpp") or path.startswith(SIMULATOR) or path in used,
+                        f"no module builds {path}")
 
     def check_names(self):
         """All files mean the same interface, instance, program, property and APEX."""
@@ -293,12 +302,13 @@ class Checker:
 
 
 def read_sources(path, root):
-    """The files below root that each CMake target is built from."""
+    """The files below the roots that each CMake target is built from."""
     sources = {}
     for entry in pathlib.Path(path).read_text().splitlines():
         target, source = entry.split(" ", 1)
-        if source.startswith(f"{root}/"):
-            sources.setdefault(target, set()).add(source[len(f"{root}/"):])
+        for prefix, folder in roots(root).items():
+            if source.startswith(f"{folder}/"):
+                sources.setdefault(target, set()).add(prefix + source[len(f"{folder}/"):])
     return sources
 
 

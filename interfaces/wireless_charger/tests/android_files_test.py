@@ -25,6 +25,7 @@ MUTATIONS = (
     (DEFAULT, "static_libs", "static_lib", "unknown property static_lib"),
     (DEFAULT, '"liblog",', '"liblog", "libchargelink",', "only the binary may link libchargelink"),
     (DEFAULT, '"libbase",\n        "libbinder_ndk",', '"libbinder_ndk",', "headers of libbase"),
+    ("simulator/Android.bp", '"trace/recorder.cpp",', "", "disagree on simulator/trace/recorder.cpp"),
     ("prebuilts/Android.bp", '"libreverselink"', '"libchargelink"', "already defined"),
     ("apex/Android.bp", ".pem", ".key", "no file vendor.zorvak.hardware.wireless_charger.key"),
     ("apex/apex_manifest.json", "hardware.", "", "does not name"),
