@@ -27,6 +27,7 @@ void measureInProcess(const Run& run);
 void measureFirmware(const Run& run);
 void measureDump(const Run& run);
 void measureRecorder(const Run& run);
+void measureDock(const Run& run);
 
 // The hidden role under strace: so many calls of the service behind a socket, or so many raw round
 // trips when there is none.

@@ -32,6 +32,7 @@ constexpr Group kGroups[] = {
     {"firmware", "a firmware update", measureFirmware},
     {"dump", "the state report", measureDump},
     {"recorder", "recording a library's calls", measureRecorder},
+    {"dock", "a library's call with a dock in another process", measureDock},
 };
 
 std::string footer() {
