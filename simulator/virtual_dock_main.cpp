@@ -39,8 +39,9 @@ int serve(const std::string& stateFolder) {
     path += "/dock";
     if (!listener.open(path, &problem)) return complain(problem, kCannotServe);
     VirtualDock& dock = processDock();
-    (void)stateFolder;
-
+    if (!stateFolder.empty() && !dock.keepFirmware(stateFolder, &problem)) {
+        return complain(problem, kCannotServe);
+    }
     ExchangeServer exchanges(&recordedProcessDock());
     ControlServer server(&dock, &listener, &exchanges);
     gServer = &server;

@@ -48,14 +48,15 @@ class DockProcessTest : public testing::Test {
 
     // Interrupts updates at random places, continues each, and compares what the dock executed.
     void interruptUpdates(const std::function<void()>& crash) {
-        std::mt19937 random(seedOfTest());
+        std::mt19937 random(randomSeed());
         Connection().ask("set firmware.0.execute-ms 1");
         for (int round = 0; round < 20; ++round) {
             std::string bytes(kChunks * kChunkSize, '\0');
             for (char& byte : bytes) byte = static_cast<char>(random());
             const std::string image = system.file("image", bytes);
             const std::string digest = run({"/usr/bin/sha256sum", image}).out.substr(0, 64);
-            Words command = {program("wlc"), "firmware", "update", image, "--fw-version", "3." + std::to_string(round)};
+            Words command = {program("wlc"), "firmware",     "update",
+                             image,          "--fw-version", "3." + std::to_string(round)};
             if (round % 2 == 1) command.push_back("--compress");
             const int requests = 2 + static_cast<int>(random() % kChunks);
             SCOPED_TRACE("round " + std::to_string(round) + ", " + std::to_string(requests));
@@ -129,7 +130,8 @@ TEST_F(DockProcessTest, HostileConnectionsEndAlone) {
     startDock();
     system.start();
     const auto service = system.connect();
-    const std::string tooLong = std::string("\x04\0\0\0\x0c\0\0\0\0\0\0\0\x10\0\0\0\xff\xff\0\0", 20);
+    const std::string tooLong =
+        std::string("\x04\0\0\0\x0c\0\0\0\0\0\0\0\x10\0\0\0\xff\xff\0\0", 20);
     const std::string noOperation(20, '\x7f');
     const std::string twoAtOnce(40, '\0');
     for (const std::string& bytes : {tooLong, noOperation, twoAtOnce}) {

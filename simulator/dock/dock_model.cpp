@@ -25,13 +25,17 @@ Result answerTlv(Bytes packet, int32_t tag, AnswerBuffer* answer) {
 
 }  // namespace
 
+void DockModel::showFirmwareVersion() {
+    information.major = firmware.targets[0].version.major;
+    information.minor = firmware.targets[0].version.minor;
+}
+
 void DockModel::take(FirmwareEffect effect, Event* event) {
     switch (effect) {
         case FirmwareEffect::kNone:
             return;
         case FirmwareEffect::kReboot:
-            information.major = firmware.targets[0].version.major;
-            information.minor = firmware.targets[0].version.minor;
+            showFirmwareVersion();
             *event = Event::kRestart;
             return;
         case FirmwareEffect::kPowerLoss:

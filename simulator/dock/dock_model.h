@@ -39,6 +39,9 @@ struct DockModel {
     // request made happen.
     Result answer(const Exchange& exchange, AnswerBuffer* answer, Event* event, int64_t nowNs);
 
+    // Dock information tells the version that runs, from a restart on.
+    void showFirmwareVersion();
+
   private:
     Result answerBidi(int32_t type, Bytes request, AnswerBuffer* answer, Event* event,
                       int64_t nowNs);

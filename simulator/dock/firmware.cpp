@@ -25,14 +25,14 @@ void FirmwareUpdater::countChunk(FirmwareEffect* effect) {
     *effect = FirmwareEffect::kPowerLoss;
 }
 
-void FirmwareUpdater::reboot(FirmwareEffect* effect, int64_t nowNs) {
+void FirmwareUpdater::reboot(int64_t nowNs) {
     for (FirmwareSlot& target : targets) target.reboot(nowNs);
     const FirmwareSlot::Progress progress = legacy.progress(nowNs);
     if (progress.state == FirmwareSlot::State::kIdle && progress.percent == 100) {
-        legacyName = mNewLegacyName;
+        legacyName = newLegacyName;
     }
     legacy.reboot(nowNs);
-    *effect = FirmwareEffect::kReboot;
+    changed();
 }
 
 Result FirmwareUpdater::start(FirmwareSlot* slot, Bytes request, AnswerBuffer* answer,
@@ -54,7 +54,8 @@ Result FirmwareUpdater::start(FirmwareSlot* slot, Bytes request, AnswerBuffer* a
     bool resumed = false;
     const Result result = slot->start(opened, (flags & firmware::kFlagFresh) != 0, nowNs, &resumed);
     if (result != kOk) return result;
-    if (isLegacy) mNewLegacyName.assign(request.begin() + kStartLength, request.end());
+    if (isLegacy) newLegacyName.assign(request.begin() + kStartLength, request.end());
+    changed();
     answer->add8(resumed ? 1 : 0);
     answer->add8(opened.chunkSize);
     answer->add8(static_cast<uint8_t>(100 - slot->transfer().percent()));
@@ -64,9 +65,15 @@ Result FirmwareUpdater::start(FirmwareSlot* slot, Bytes request, AnswerBuffer* a
 Result FirmwareUpdater::takeChunk(FirmwareSlot* slot, Bytes request, AnswerBuffer* answer,
                                   FirmwareEffect* effect, bool* expected, int64_t nowNs) {
     if (request.size() < kChunkHeader) return kInvalidArgument;
+    const uint16_t number = readLe16(request, 0);
+    bool stored = false;
     const Result result =
-        slot->takeChunk(readLe16(request, 0), request.subspan(kChunkHeader), nowNs, expected);
+        slot->takeChunk(number, request.subspan(kChunkHeader), nowNs, expected, &stored);
     if (result != kOk) return result;
+    if (stored && mChange.kind != FirmwareChange::Kind::kAll) {
+        const size_t index = slot == &legacy ? kTargets : static_cast<size_t>(slot - &targets[0]);
+        mChange = {FirmwareChange::Kind::kChunk, static_cast<uint8_t>(index), number};
+    }
     if (*expected) countChunk(effect);
     answer->add16(static_cast<uint16_t>(slot->transfer().firstMissing()));
     return kOk;
@@ -88,6 +95,7 @@ Result FirmwareUpdater::answerSlot(FirmwareSlot* slot, int32_t type, Bytes reque
             return kOk;
         case firmware::kExecute:
             answer->add8(static_cast<uint8_t>(slot->execute(nowNs)));
+            changed();
             return kOk;
         case firmware::kStatus: {
             const FirmwareSlot::Progress progress = slot->progress(nowNs);
@@ -104,7 +112,8 @@ Result FirmwareUpdater::answerTargeted(int32_t type, Bytes request, int8_t boost
                                        int8_t puckTemperature, AnswerBuffer* answer,
                                        FirmwareEffect* effect, int64_t nowNs) {
     if (type == firmware::kReboot) {
-        reboot(effect, nowNs);
+        reboot(nowNs);
+        *effect = FirmwareEffect::kReboot;
         return kOk;
     }
     if (request.empty() || request[0] >= kTargets) return kInvalidArgument;
@@ -135,7 +144,8 @@ Result FirmwareUpdater::answerLegacy(int32_t type, Bytes request, AnswerBuffer* 
                                      FirmwareEffect* effect, int64_t nowNs) {
     switch (type) {
         case firmware::kReboot:
-            reboot(effect, nowNs);
+            reboot(nowNs);
+            *effect = FirmwareEffect::kReboot;
             return kOk;
         case firmware::kInformation:
             answer->add8(0);

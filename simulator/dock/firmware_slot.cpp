@@ -21,64 +21,81 @@ bool expand(const ImageTransfer& transfer, std::vector<uint8_t>* image) {
 
 }  // namespace
 
+bool FirmwareSlot::takes(const TransferRequest& request) const {
+    return ImageTransfer::isPossible(request) && request.imageSize <= maxSize &&
+           request.compressedSize <= maxSize && request.chunkSize <= maxChunk;
+}
+
 Result FirmwareSlot::start(const TransferRequest& request, bool fresh, int64_t nowNs,
                            bool* resumed) {
     if (isApplying(nowNs)) return kBusy;
-    if (!ImageTransfer::isPossible(request) || request.imageSize > maxSize ||
-        request.compressedSize > maxSize || request.chunkSize > maxChunk) {
-        return kInvalidArgument;
-    }
-    *resumed = !fresh && mTransfer.isOpen() && mTransfer.request() == request;
+    if (!takes(request)) return kInvalidArgument;
+    *resumed = !fresh && mKept.transfer.isOpen() && mKept.transfer.request() == request;
     if (*resumed) return kOk;
-    mTransfer = ImageTransfer(request);
-    mExecution.reset();
+    mKept.transfer = ImageTransfer(request);
+    mKept.execution.reset();
     return kOk;
 }
 
-Result FirmwareSlot::takeChunk(uint32_t number, Bytes data, int64_t nowNs, bool* expected) {
+Result FirmwareSlot::takeChunk(uint32_t number, Bytes data, int64_t nowNs, bool* expected,
+                               bool* stored) {
+    *stored = false;
     if (isApplying(nowNs)) return kBusy;
-    if (!mTransfer.isOpen()) return kRefused;
-    *expected = mTransfer.expects(number, data.size());
+    if (!mKept.transfer.isOpen()) return kRefused;
+    *expected = mKept.transfer.expects(number, data.size());
     if (!*expected) return kOk;
     ++mChunksTaken;
-    if (forgetEvery == 0 || mChunksTaken % forgetEvery != 0) mTransfer.store(number, data);
+    *stored = forgetEvery == 0 || mChunksTaken % forgetEvery != 0;
+    if (*stored) mKept.transfer.store(number, data);
     return kOk;
 }
 
 FirmwareSlot::Verdict FirmwareSlot::execute(int64_t nowNs) {
-    if (!mTransfer.isOpen() || isApplying(nowNs)) return Verdict::kRefused;
-    if (!mTransfer.isComplete()) return Verdict::kIncomplete;
+    if (!mKept.transfer.isOpen() || isApplying(nowNs)) return Verdict::kRefused;
+    if (!mKept.transfer.isComplete()) return Verdict::kIncomplete;
     std::vector<uint8_t> image;
-    if (rejectsImages || !expand(mTransfer, &image)) return Verdict::kInvalid;
-    mImageDigest = extras().sha256({image});
-    mImageSize = static_cast<uint32_t>(image.size());
-    mNewVersion = {mTransfer.request().major, mTransfer.request().minor};
-    mExecution = Execution{nowNs, executeMs, failAt};
+    if (rejectsImages || !expand(mKept.transfer, &image)) return Verdict::kInvalid;
+    mKept.imageDigest = extras().sha256({image});
+    mKept.imageSize = static_cast<uint32_t>(image.size());
+    mKept.newVersion = {mKept.transfer.request().major, mKept.transfer.request().minor};
+    mKept.execution = KeptSlot::Execution{nowNs, executeMs, failAt};
     return Verdict::kAccepted;
 }
 
 FirmwareSlot::Progress FirmwareSlot::progress(int64_t nowNs) const {
-    if (!mExecution) return {};
-    const int64_t elapsedMs = std::max<int64_t>(0, nowNs - mExecution->startNs) / kNsPerMs;
+    if (!mKept.execution) return {};
+    const int64_t elapsedMs = std::max<int64_t>(0, nowNs - mKept.execution->startNs) / kNsPerMs;
     int64_t percent = 100;
-    if (elapsedMs < mExecution->durationMs) percent = elapsedMs * 100 / mExecution->durationMs;
-    const int32_t failAtPercent = mExecution->failAt;
+    if (elapsedMs < mKept.execution->durationMs)
+        percent = elapsedMs * 100 / mKept.execution->durationMs;
+    const int32_t failAtPercent = mKept.execution->failAt;
     if (failAtPercent >= 0 && percent >= failAtPercent) {
         return {State::kFailed, static_cast<uint8_t>(failAtPercent)};
     }
-    if (mExecution->aborted) return {State::kFailed, 0};
+    if (mKept.execution->aborted) return {State::kFailed, 0};
     return {percent < 100 ? State::kApplying : State::kIdle, static_cast<uint8_t>(percent)};
 }
 
 void FirmwareSlot::reboot(int64_t nowNs) {
-    if (!mExecution) return;
+    if (!mKept.execution) return;
     const Progress reached = progress(nowNs);
     if (reached.state == State::kIdle && reached.percent == 100) {
-        version = mNewVersion;
-        mTransfer = ImageTransfer();
-        mExecution.reset();
+        version = mKept.newVersion;
+        mKept.transfer = ImageTransfer();
+        mKept.execution.reset();
     } else {
-        mExecution->aborted = true;
+        mKept.execution->aborted = true;
+    }
+}
+
+void FirmwareSlot::restore(KeptSlot kept, int64_t nowNs) {
+    mKept = std::move(kept);
+    if (mKept.transfer.isOpen() && !takes(mKept.transfer.request())) {
+        mKept.transfer = ImageTransfer();
+    }
+    if (mKept.execution && mKept.execution->startNs > nowNs) {
+        mKept.execution->startNs = nowNs;
+        mKept.execution->aborted = true;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "extras.h"
 #include "image_transfer.h"
@@ -14,6 +15,25 @@ namespace virtual_dock {
 struct FirmwareVersionNumber {
     uint8_t major = 1;
     uint8_t minor = 0;
+
+    bool operator==(const FirmwareVersionNumber&) const = default;
+};
+
+// What a slot knows beside its settings and the version that runs.
+struct KeptSlot {
+    // The settings that apply to an execution are those at its start.
+    struct Execution {
+        int64_t startNs;
+        uint32_t durationMs;
+        int32_t failAt;
+        bool aborted = false;
+    };
+
+    ImageTransfer transfer;
+    std::optional<Execution> execution;
+    FirmwareVersionNumber newVersion;  // runs after the execution and a restart
+    std::optional<Digest> imageDigest;
+    uint32_t imageSize = 0;
 };
 
 // Receives, checks and runs one firmware image. FirmwareUpdater handles the frames around it. Times
@@ -43,8 +63,9 @@ class FirmwareSlot {
     // Opens a transfer or, not fresh and for the same image, continues the one that is open.
     Result start(const TransferRequest& request, bool fresh, int64_t nowNs, bool* resumed);
 
-    // Takes a chunk of the open transfer. *expected tells whether it has a place there.
-    Result takeChunk(uint32_t number, Bytes data, int64_t nowNs, bool* expected);
+    // Takes a chunk of the open transfer. *expected tells whether it has a place there, *stored
+    // whether the dock has it now.
+    Result takeChunk(uint32_t number, Bytes data, int64_t nowNs, bool* expected, bool* stored);
 
     Verdict execute(int64_t nowNs);
     Progress progress(int64_t nowNs) const;
@@ -52,29 +73,23 @@ class FirmwareSlot {
     // The dock restarts: an image that was applied runs, one that is being applied fails.
     void reboot(int64_t nowNs);
 
-    const ImageTransfer& transfer() const { return mTransfer; }
+    const ImageTransfer& transfer() const { return mKept.transfer; }
 
     // Of the expanded image that was executed last; with its size.
-    const std::optional<Digest>& imageDigest() const { return mImageDigest; }
-    uint32_t imageSize() const { return mImageSize; }
+    const std::optional<Digest>& imageDigest() const { return mKept.imageDigest; }
+    uint32_t imageSize() const { return mKept.imageSize; }
+
+    // What outlasts the dock's process, and its return: a transfer that exceeds the settings is
+    // closed, an execution from the future (the clock began anew) fails. reboot() comes next.
+    const KeptSlot& kept() const { return mKept; }
+    void restore(KeptSlot kept, int64_t nowNs);
 
   private:
     bool isApplying(int64_t nowNs) const { return progress(nowNs).state == State::kApplying; }
+    bool takes(const TransferRequest& request) const;
 
-    // The settings that apply to an execution are those at its start.
-    struct Execution {
-        int64_t startNs;
-        uint32_t durationMs;
-        int32_t failAt;
-        bool aborted = false;
-    };
-
-    ImageTransfer mTransfer;
+    KeptSlot mKept;
     uint32_t mChunksTaken = 0;
-    std::optional<Execution> mExecution;
-    FirmwareVersionNumber mNewVersion;
-    std::optional<Digest> mImageDigest;
-    uint32_t mImageSize = 0;
 };
 
 }  // namespace virtual_dock

@@ -20,10 +20,13 @@ ImageTransfer::ImageTransfer(const TransferRequest& request)
       mReceived(static_cast<size_t>(chunksOf(request))),
       mMissing(static_cast<uint32_t>(mReceived.size())) {}
 
-bool ImageTransfer::expects(uint32_t number, size_t size) const {
-    if (number >= chunkCount()) return false;
+Bytes ImageTransfer::chunk(uint32_t number) const {
     const size_t begin = size_t{number} * mRequest.chunkSize;
-    return size == std::min<size_t>(mRequest.chunkSize, mBytes.size() - begin);
+    return bytes().subspan(begin, std::min<size_t>(mRequest.chunkSize, mBytes.size() - begin));
+}
+
+bool ImageTransfer::expects(uint32_t number, size_t size) const {
+    return number < chunkCount() && size == chunk(number).size();
 }
 
 void ImageTransfer::store(uint32_t number, Bytes data) {

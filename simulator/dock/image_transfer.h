@@ -42,6 +42,10 @@ class ImageTransfer {
     // Stores an expected chunk.
     void store(uint32_t number, Bytes data);
 
+    // Whether a chunk of the transfer has arrived; the bytes of a chunk of the transfer.
+    bool has(uint32_t number) const { return mReceived[number]; }
+    Bytes chunk(uint32_t number) const;
+
     uint32_t chunkCount() const { return static_cast<uint32_t>(mReceived.size()); }
     uint32_t missingCount() const { return mMissing; }
     bool isComplete() const { return isOpen() && mMissing == 0; }

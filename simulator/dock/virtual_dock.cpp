@@ -47,6 +47,7 @@ uint32_t VirtualDock::performLocked(const Exchange& exchange, const FaultOutcome
     if (result == kOk) {
         Event event = Event::kNone;
         result = mModel.answer(exchange, answer, &event, nowNs);
+        mFirmwareState.save(&mModel.firmware);
         if (event != Event::kNone && mEvents.size() < kMaxEvents) {
             mEvents.push_back(event);
             wakeLocked();
@@ -87,10 +88,18 @@ Outcome VirtualDock::exchange(const Exchange& exchange) {
     return {kOk, answer.size()};
 }
 
+bool VirtualDock::keepFirmware(const std::string& folder, std::string* problem) {
+    std::lock_guard lock(mLock);
+    if (!mFirmwareState.open(folder, now(), &mModel.firmware, problem)) return false;
+    mModel.showFirmwareVersion();
+    return true;
+}
+
 void VirtualDock::reset() {
     {
         std::lock_guard lock(mLock);
         mModel = DockModel();
+        mFirmwareState.save(&mModel.firmware);
         mFaults = Faults();
     }
     endDelays();

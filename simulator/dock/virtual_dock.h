@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "../trace/recorder.h"
 #include "dock_model.h"
 #include "faults.h"
+#include "firmware_state.h"
 #include "request_log.h"
 
 namespace virtual_dock {
@@ -41,6 +43,7 @@ class VirtualDock final : public Endpoint {
     template <typename Work>
     auto withModel(Work work) EXCLUDES(mLock) {
         std::lock_guard lock(mLock);
+        const FirmwareState::Saving saving(&mFirmwareState, &mModel.firmware);
         return work(mModel, now());
     }
     template <typename Work>
@@ -53,6 +56,12 @@ class VirtualDock final : public Endpoint {
         std::lock_guard lock(mLock);
         return work(mLog);
     }
+
+    // Takes the firmware over that an earlier process kept in the folder, as after a loss of power,
+    // and keeps it there from now on; see FirmwareState::open. Call it once, before the dock is
+    // asked anything.
+    [[nodiscard]] bool keepFirmware(const std::string& folder, std::string* problem)
+        EXCLUDES(mLock);
 
     // Restores the initial state, clears all faults, ends all delays. The log stays.
     void reset() EXCLUDES(mLock, mDelayLock);
@@ -88,6 +97,7 @@ class VirtualDock final : public Endpoint {
 
     mutable std::mutex mLock;
     DockModel mModel GUARDED_BY(mLock);
+    FirmwareState mFirmwareState GUARDED_BY(mLock);
     Faults mFaults GUARDED_BY(mLock);
     RequestLog mLog GUARDED_BY(mLock);
     std::vector<Event> mEvents GUARDED_BY(mLock);
