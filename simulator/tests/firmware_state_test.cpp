@@ -52,7 +52,6 @@ TEST_F(FirmwareStateTest, TransfersVersionsAndExecutionsOutlastTheProcess) {
           {"prop 27 00", "0001000100"},
           {"prop 29 01", "010200"},
           {"get firmware.1.major", ":5}"},
-          {"prop 27 01", "0101000000"},
           {"status", "\"runningName\":\"boat\""},
           {"get legacy.major", ":3}"},
           {"bidi 27", "result 9"},
@@ -60,7 +59,6 @@ TEST_F(FirmwareStateTest, TransfersVersionsAndExecutionsOutlastTheProcess) {
           {"set firmware.0.execute-ms 0", ""},
           {"prop 28 00", "0000"}});
     live({{"get info.major", ":2}"},
-          {"get info.minor", ":7}"},
           {"status", "\"executedSize\":25,\"executedDigest\":\"b729ce724d9a48d3884dbfcbee1d37"},
           {"prop 27 00", "result 9"},
           {"set firmware.0.max-size 3000000", ""},
@@ -68,6 +66,14 @@ TEST_F(FirmwareStateTest, TransfersVersionsAndExecutionsOutlastTheProcess) {
     live({{"prop 27 00", "result 9"},  // larger than a dock takes whose settings are new
           {"reset", ""}});
     live({{"get firmware.0.major", ":1}"}, {"status", "\"runningName\":\"desk\""}});
+}
+
+TEST(FirmwareSlotTest, ExecutionFromBeforeTheClockBeganAnewFails) {
+    FirmwareSlot slot;
+    KeptSlot kept;
+    kept.execution = KeptSlot::Execution{.startNs = 2 * kSecond, .durationMs = 0, .failAt = -1};
+    slot.restore(kept, kSecond);
+    EXPECT_EQ(slot.progress(3 * kSecond).state, FirmwareSlot::State::kFailed);
 }
 
 TEST_F(FirmwareStateTest, CutAndDamagedFilesGiveWhatIsIntact) {
