@@ -64,15 +64,15 @@ FirmwareSlot::Verdict FirmwareSlot::execute(int64_t nowNs) {
 
 FirmwareSlot::Progress FirmwareSlot::progress(int64_t nowNs) const {
     if (!mKept.execution) return {};
-    const int64_t elapsedMs = std::max<int64_t>(0, nowNs - mKept.execution->startNs) / kNsPerMs;
+    const KeptSlot::Execution& execution = *mKept.execution;
+    const int64_t elapsedMs = std::max<int64_t>(0, nowNs - execution.startNs) / kNsPerMs;
     int64_t percent = 100;
-    if (elapsedMs < mKept.execution->durationMs)
-        percent = elapsedMs * 100 / mKept.execution->durationMs;
-    const int32_t failAtPercent = mKept.execution->failAt;
+    if (elapsedMs < execution.durationMs) percent = elapsedMs * 100 / execution.durationMs;
+    const int32_t failAtPercent = execution.failAt;
     if (failAtPercent >= 0 && percent >= failAtPercent) {
         return {State::kFailed, static_cast<uint8_t>(failAtPercent)};
     }
-    if (mKept.execution->aborted) return {State::kFailed, 0};
+    if (execution.aborted) return {State::kFailed, 0};
     return {percent < 100 ? State::kApplying : State::kIdle, static_cast<uint8_t>(percent)};
 }
 

@@ -156,27 +156,32 @@ bool FirmwareState::writeSnapshot(const FirmwareUpdater& firmware, std::string* 
     return true;
 }
 
+bool FirmwareState::append(const std::vector<uint8_t>& record, std::string* problem) {
+    if (writeAll(mFile.get(), record)) {
+        mRecordBytes += record.size();
+        return true;
+    }
+    *problem = failedTo("write " + mPath);
+    mFile.reset();
+    return false;
+}
+
 void FirmwareState::saveChange(FirmwareUpdater* firmware) {
     const FirmwareChange change = firmware->takeChange();
+    std::vector<uint8_t> record;
+    if (change.kind == FirmwareChange::Kind::kChunk) record = encodeRecord(*firmware, change);
+    bool all =
+        change.kind == FirmwareChange::Kind::kAll || mRecordBytes + record.size() > kMaxRecordBytes;
     // dockctl changes versions without a request.
-    bool all = change.kind == FirmwareChange::Kind::kAll || mRecordBytes > kMaxRecordBytes;
-    for (size_t i = 0; i < mVersions.size(); ++i)
-        all |= !(mVersions[i] == firmware->slot(i).version);
-    std::string problem;
-    if (all) {
-        if (writeSnapshot(*firmware, &problem)) return;
-    } else if (change.kind == FirmwareChange::Kind::kChunk) {
-        const std::vector<uint8_t> record = encodeRecord(*firmware, change);
-        mRecordBytes += record.size();
-        if (writeAll(mFile.get(), record)) return;
-        problem = failedTo("write " + mPath);
-        mFile.reset();
-    } else {
-        return;
+    for (size_t i = 0; i < mVersions.size(); ++i) {
+        all = all || !(mVersions[i] == firmware->slot(i).version);
     }
+    if (!all && record.empty()) return;
+    std::string problem;
+    if (all ? writeSnapshot(*firmware, &problem) : append(record, &problem)) return;
     __android_log_print(ANDROID_LOG_ERROR, kStateLogTag,
-                        "%s; from now on the dock does not keep its firmware: make room and start "
-                        "it again",
+                        "%s; the dock goes on without keeping its firmware. Make the folder "
+                        "writable again and restart the dock",
                         problem.c_str());
 }
 

@@ -47,6 +47,7 @@ class FirmwareState {
     bool lockFolder(const std::string& folder, std::string* problem);
     bool load(int64_t nowNs, FirmwareUpdater* firmware, std::string* problem);
     bool writeSnapshot(const FirmwareUpdater& firmware, std::string* problem);
+    bool append(const std::vector<uint8_t>& record, std::string* problem);
     void saveChange(FirmwareUpdater* firmware);
 
     std::string mPath;  // of the file, for messages
