@@ -51,6 +51,10 @@ int serve(const std::string& stateFolder) {
     sigaction(SIGINT, &action, nullptr);
     std::fprintf(stderr, "virtual-dock: listening at %s\n", android::host::escaped(path).c_str());
     server.run();
+    // A second signal ends the process at once; the server it would stop is about to go.
+    action.sa_handler = SIG_DFL;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
     dock.endDelays();
     return kDone;
 }
