@@ -114,6 +114,7 @@ Outcome Replayer::exchange(const Exchange& exchange) {
 
 void Replayer::waitUntil(int64_t momentNs) {
     std::unique_lock lock(mLock);
+    const android::base::ScopedLockAssertion assertion(mLock);
     while (!mStopped && TraceMoment::now().timeNs < momentNs) {
         mChanged.wait_until(lock, toTimePoint(momentNs));
     }
@@ -133,6 +134,7 @@ void Replayer::sendUevents(const Send& send) {
     for (const Uevent& uevent : mUevents) {
         {
             std::unique_lock lock(mLock);
+            const android::base::ScopedLockAssertion assertion(mLock);
             while (!mStopped) {
                 const int64_t due = dueNs(uevent);
                 if (TraceMoment::now().timeNs >= due) break;
@@ -188,16 +190,17 @@ std::vector<TraceDifference> Replayer::differences() const {
 std::vector<std::string> resentLines(const std::vector<std::string>& recorded) {
     constexpr std::string_view kSynthetic = "SYNTH_ARG_";
     constexpr std::string_view kInterface = "INTERFACE=SOURCE=";
-    constexpr std::string_view kAdded[] = {"ACTION=", "DEVPATH=", "SUBSYSTEM=", "SEQNUM=",
-                                           "SYNTH_UUID=", "MAJOR=", "MINOR=", "DEVNAME=",
-                                           "DEVMODE=", "IFINDEX="};
+    constexpr std::string_view kAdded[] = {
+        "ACTION=", "DEVPATH=", "SUBSYSTEM=", "SEQNUM=",  "SYNTH_UUID=",
+        "MAJOR=",  "MINOR=",   "DEVNAME=",   "DEVMODE=", "IFINDEX="};
     std::vector<std::string> lines;
     for (size_t i = 0; i < recorded.size(); ++i) {
         std::string_view line = recorded[i];
         // "change@/devices/..."
         if (i == 0 && line.find('@') < line.find('=')) continue;
-        const bool added = std::any_of(std::begin(kAdded), std::end(kAdded),
-                                       [&](std::string_view name) { return line.starts_with(name); });
+        const bool added =
+            std::any_of(std::begin(kAdded), std::end(kAdded),
+                        [&](std::string_view name) { return line.starts_with(name); });
         if (added) continue;
         if (line.starts_with(kSynthetic)) line.remove_prefix(kSynthetic.size());
         if (line.starts_with(kInterface)) line.remove_prefix(std::string_view("INTERFACE=").size());

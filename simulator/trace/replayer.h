@@ -20,8 +20,8 @@ struct ReplayOptions {
 };
 
 // Answers from a trace, in the order recorded for each operation, type and request, and says when
-// its uevents are due. What is not in the trace, or more often than there, gets the latest answer to
-// the same operation and type; without one, and always when strict, kUnavailable.
+// its uevents are due. What is not in the trace, or more often than there, gets the latest answer
+// to the same operation and type; without one, and always when strict, kUnavailable.
 //
 // Any thread; no lock is held while an answer takes its recorded time. Memory: some bytes for each
 // line, and the differences, of which it keeps kMaxDifferences.
@@ -42,10 +42,10 @@ class Replayer final : public Endpoint {
 
     Outcome exchange(const Exchange& exchange) override EXCLUDES(mLock);
 
-    // Sends the recorded uevents, until all are sent or stop(). One is due when everything before it
-    // in the trace was asked for and its recorded distance from the line before has passed. Unless
-    // strict, also when its recorded time since the beginning has passed and nothing was asked for
-    // kPatienceNs, so that a missing exchange does not hold it back for good. One thread.
+    // Sends the recorded uevents, until all are sent or stop(). One is due when everything before
+    // it in the trace was asked for and its recorded distance from the line before has passed.
+    // Unless strict, also when its recorded time since the beginning has passed and nothing was
+    // asked for kPatienceNs, so that a missing exchange does not hold it back for good. One thread.
     static constexpr int64_t kPatienceNs = 2'000'000'000;
     void sendUevents(const Send& send) EXCLUDES(mLock);
 
@@ -53,10 +53,10 @@ class Replayer final : public Endpoint {
     void stop() EXCLUDES(mLock);
 
     struct Progress {
-        uint32_t exchanges = 0;  // in the trace
-        uint32_t missing = 0;    // of those, not asked for
-        uint32_t uevents = 0;    // in the trace
-        uint32_t sent = 0;       // of those
+        uint32_t exchanges = 0;   // in the trace
+        uint32_t missing = 0;     // of those, not asked for
+        uint32_t uevents = 0;     // in the trace
+        uint32_t sent = 0;        // of those
         uint64_t unreported = 0;  // differences beyond kMaxDifferences
     };
     Progress progress() const EXCLUDES(mLock);

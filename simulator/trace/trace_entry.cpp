@@ -118,13 +118,13 @@ TraceExchange readExchange(TraceMembers* members) {
     if (members->problem().empty() && !operationFromName(operation, &exchange.operation)) {
         members->complain("operation", "the name of a C function of the libraries");
     }
-    exchange.type = static_cast<int32_t>(
-        members->number("type", std::numeric_limits<int32_t>::min(),
-                        std::numeric_limits<int32_t>::max()));
+    exchange.type = static_cast<int32_t>(members->number(
+        "type", std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
     const int64_t max32 = std::numeric_limits<uint32_t>::max();
     exchange.timeLimitMs = static_cast<uint32_t>(members->number("timeLimitMs", 0, max32));
     exchange.request = members->bytes("request");
-    if (!members->isNull("capacity")) exchange.capacity = members->number("capacity", 0, kMaxNumber);
+    if (!members->isNull("capacity"))
+        exchange.capacity = members->number("capacity", 0, kMaxNumber);
     exchange.result = static_cast<uint32_t>(members->number("result", 0, max32));
     if (members->has("answer")) exchange.answer = members->bytes("answer");
     if (exchange.answer.size() > exchange.capacity.value_or(0)) {

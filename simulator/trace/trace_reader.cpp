@@ -51,9 +51,9 @@ bool TraceReader::nextLine(std::string_view* text) {
         mTaken = 0;
         searched = mBuffer.size();
         mBuffer.resize(searched + kReadSize);
-        const ssize_t got = TEMP_FAILURE_RETRY(pread(mFile.get(), mBuffer.data() + searched,
-                                                     kReadSize,
-                                                     static_cast<off_t>(mOffset + searched)));
+        const ssize_t got =
+            TEMP_FAILURE_RETRY(pread(mFile.get(), mBuffer.data() + searched, kReadSize,
+                                     static_cast<off_t>(mOffset + searched)));
         mBuffer.resize(searched + static_cast<size_t>(got > 0 ? got : 0));
         if (got < 0) {
             ++mLine;
