@@ -11,6 +11,7 @@
 #include <map>
 
 #include "decode.h"
+#include "dock/json.h"
 #include "session.h"
 #include "trace/trace_mask.h"
 
@@ -197,11 +198,15 @@ int maskTrace(const std::string& path, const std::string& outPath, bool firmware
     FILE* const out = created < 0 ? nullptr : fdopen(dup(created.get()), "w");
     if (out == nullptr) throw TraceError("cannot create " + outPath + ": " + std::strerror(errno));
     const auto& header = reader.header();
+    Json libraries = Json::array();
+    for (const std::string& each : header.libraries) {
+        libraries.push_back(virtual_dock::textJson(each));
+    }
     const Json first = {{"trace", 1},
                         {"recorder", header.recorder},
                         {"timeNs", header.timeNs},
                         {"wallTimeNs", header.wallTimeNs},
-                        {"libraries", header.libraries}};
+                        {"libraries", libraries}};
     std::fputs((toText(first) + "\n").c_str(), out);
     virtual_dock::TraceMask mask(firmware);
     TraceEntry entry;

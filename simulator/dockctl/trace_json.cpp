@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include "decode.h"
+#include "dock/json.h"
 #include "trace_commands.h"
 
 namespace dockctl {
@@ -12,22 +13,7 @@ using virtual_dock::TraceExchange;
 using virtual_dock::TraceUevent;
 
 std::string hexOf(const ByteVector& bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, ""));
-}
-
-// Each byte as one character.
-std::string charactersOf(const std::string& bytes) {
-    std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<uint8_t>(c);
-        if (byte < 0x80) {
-            text += c;
-        } else {
-            text += static_cast<char>(0xC0 | byte >> 6);
-            text += static_cast<char>(0x80 | (byte & 0x3F));
-        }
-    }
-    return text;
+    return virtual_dock::hexJson(bytes).get<std::string>();
 }
 
 Json exchangeJson(const TraceExchange& exchange) {
@@ -37,12 +23,12 @@ Json exchangeJson(const TraceExchange& exchange) {
                  {"operation", virtual_dock::operationName(exchange.operation)},
                  {"type", exchange.type},
                  {"timeLimitMs", exchange.timeLimitMs},
-                 {"request", hexOf(exchange.request)},
+                 {"request", virtual_dock::hexJson(exchange.request)},
                  {"capacity", nullptr},
                  {"result", exchange.result}};
     if (exchange.capacity) json["capacity"] = *exchange.capacity;
     if (exchange.result == virtual_dock::kOk && exchange.capacity) {
-        json["answer"] = hexOf(exchange.answer);
+        json["answer"] = virtual_dock::hexJson(exchange.answer);
         if (exchange.length != exchange.answer.size()) json["length"] = exchange.length;
     }
     json["microseconds"] = exchange.microseconds;
@@ -63,7 +49,7 @@ Json traceJson(const virtual_dock::TraceEntry& entry) {
     if (const auto* exchange = std::get_if<TraceExchange>(&entry)) return exchangeJson(*exchange);
     const auto& uevent = std::get<TraceUevent>(entry);
     Json lines = Json::array();
-    for (const std::string& line : uevent.lines) lines.push_back(charactersOf(line));
+    for (const std::string& line : uevent.lines) lines.push_back(virtual_dock::textJson(line));
     return {{"timeNs", uevent.timeNs}, {"wallTimeNs", uevent.wallTimeNs}, {"uevent", lines}};
 }
 
@@ -74,9 +60,9 @@ void printDifference(const TraceDifference& difference, bool json) {
         Json members = {{"difference", virtual_dock::differenceName(difference.kind)},
                         {"operation", operation},
                         {"type", difference.type},
-                        {"request", hexOf(difference.request)}};
+                        {"request", virtual_dock::hexJson(difference.request)}};
         if (difference.line != 0) members["line"] = difference.line;
-        if (changed) members["recorded"] = hexOf(difference.recorded);
+        if (changed) members["recorded"] = virtual_dock::hexJson(difference.recorded);
         say(stdout, "{}\n", toText(members));
         return;
     }
