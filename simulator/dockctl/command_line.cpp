@@ -260,7 +260,8 @@ Invocation parseArguments(std::vector<std::string> arguments) {
     app.require_subcommand(1);
     app.footer(
         "`dockctl COMMAND --help` lists the names and values that a command takes.\n"
-        "Exit codes: 0 done, 1 refused by the dock or output failed, 2 wrong usage, 3 no dock.");
+        "Exit codes: 0 done, 1 refused by the dock, output failed, or a "
+        "trace is damaged or differs, 2 wrong usage, 3 no dock.");
     addCommands(&app, &invocation);
     addTraceCommands(&app, &invocation);
     cli::addCompletion(app);

@@ -200,7 +200,8 @@ int maskTrace(const std::string& path, const std::string& outPath, bool firmware
     const auto& header = reader.header();
     Json libraries = Json::array();
     for (const std::string& each : header.libraries) {
-        libraries.push_back(virtual_dock::textJson(each));
+        // The folders may tell whose they are.
+        libraries.push_back(virtual_dock::textJson(each.substr(each.rfind('/') + 1)));
     }
     const Json first = {{"trace", 1},
                         {"recorder", header.recorder},

@@ -264,6 +264,7 @@ TEST_F(TraceTest, DockctlComparesAndMasksAndTheMaskedTraceReplays) {
     EXPECT_NE(text.find(R"("request":"0003303032")"), std::string::npos) << text;
 
     EXPECT_EQ(dockctl({"diff", path, path}).exitStatus, 0);
+    EXPECT_EQ(dockctl({"diff", EXAMPLE_TRACE, EXAMPLE_TRACE}).exitStatus, 0);
     const auto differing = dockctl({"diff", path, masked});
     EXPECT_EQ(differing.exitStatus, 1);
     EXPECT_NE(differing.out.find("changed: sendBidiRequest:18"), std::string::npos);

@@ -130,8 +130,10 @@ TraceExchange readExchange(TraceMembers* members) {
     if (exchange.answer.size() > exchange.capacity.value_or(0)) {
         members->complain("answer", "no longer than \"capacity\"");
     }
-    exchange.length =
-        members->has("length") ? members->number("length", 0, kMaxNumber) : exchange.answer.size();
+    exchange.length = exchange.answer.size();
+    if (members->has("length")) {
+        exchange.length = static_cast<uint64_t>(members->number("length", 0, kMaxNumber));
+    }
     exchange.microseconds = members->number("microseconds", 0, kMaxNumber / 1000);
     return exchange;
 }
