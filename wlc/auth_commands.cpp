@@ -101,7 +101,7 @@ void addAuthCommands(CLI::App& app, Context& context) {
         ->excludes(root);
     auth->add_option("--nonce", arguments->nonce,
                      "Nonce of 16 bytes; random by default. A fixed one proves nothing, since its "
-                     "answer may be an old one: for replayed traces")
+                     "answer may be an old one: for recordings to compare")
         ->type_name("HEX")
         ->check([](const std::string& hex) {
             return hex.size() == 2 * kNonceSize ? "" : "a nonce has 16 bytes, 32 hex digits";

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace_commands.h"
 
-#include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -193,9 +192,8 @@ int diffTraces(const std::string& firstPath, const std::string& secondPath, bool
 int maskTrace(const std::string& path, const std::string& outPath, bool firmware) {
     TraceReader reader;
     openTrace(path, &reader);
-    const android::base::unique_fd created(
-        open(outPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    FILE* const out = created < 0 ? nullptr : fdopen(dup(created.get()), "w");
+    const int created = open(outPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    FILE* const out = created < 0 ? nullptr : fdopen(created, "w");
     if (out == nullptr) throw TraceError("cannot create " + outPath + ": " + std::strerror(errno));
     const auto& header = reader.header();
     Json libraries = Json::array();
@@ -215,10 +213,12 @@ int maskTrace(const std::string& path, const std::string& outPath, bool firmware
         if (auto* exchange = std::get_if<TraceExchange>(&entry)) mask.apply(exchange);
         std::fputs((toText(traceJson(entry)) + "\n").c_str(), out);
     }
-    const bool failed = std::ferror(out) != 0;
-    if (std::fclose(out) != 0 || failed) {
+    const bool failed = std::fflush(out) != 0 || std::ferror(out) != 0;
+    const int error = errno;
+    std::fclose(out);
+    if (failed) {
         unlink(outPath.c_str());
-        throw TraceError("cannot write " + outPath + ": " + std::strerror(errno));
+        throw TraceError("cannot write " + outPath + ": " + std::strerror(error));
     }
     checkEnd(path, reader);
     return kDone;
