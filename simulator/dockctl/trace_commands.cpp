@@ -22,7 +22,6 @@ using virtual_dock::TraceEntry;
 using virtual_dock::TraceExchange;
 using virtual_dock::TraceMatcher;
 using virtual_dock::TraceReader;
-using virtual_dock::TraceUevent;
 
 void openTrace(const std::string& path, TraceReader* reader) {
     std::string problem;
