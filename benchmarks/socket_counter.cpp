@@ -35,6 +35,12 @@ ssize_t sendmsg(int fd, const msghdr* message, int flags) {
     return size;
 }
 
+ssize_t send(int fd, const void* data, size_t size, int flags) {
+    const ssize_t sent = syscall(SYS_sendto, fd, data, size, flags, nullptr, 0);
+    add(gSent, sent);
+    return sent;
+}
+
 ssize_t recvmsg(int fd, msghdr* message, int flags) {
     const ssize_t size = syscall(SYS_recvmsg, fd, message, flags);
     add(gReceived, size);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Counts the bytes that this process moves with sendmsg and recvmsg, which is how the binder
+// Counts the bytes that this process moves with send, sendmsg and recvmsg, which is how the binder
 // transport moves all of its frames: what a raw baseline has to move, too.
 #pragma once
 

@@ -1,31 +1,26 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# examples/test.sh BUILD_FOLDER: installs the build, copies the prefix elsewhere, builds the examples
-# against the copy and runs them.
+# examples/test.sh PREFIX: builds the installed examples by the commands of the installed guides, in a
+# folder of their own, and runs them.
 set -euo pipefail
-examples=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+prefix=$1
 work=$(mktemp -d "${TMPDIR:-/tmp}/examples.XXXXXX")
 trap 'kill $(jobs -p) 2>/dev/null; rm -rf "$work"' EXIT
+cd "$prefix/share/doc/wireless-charger"
 
-cmake --install "$1" --prefix "$work/first" --strip >/dev/null
-prefix="$work/copied prefix"
-mv "$work/first" "$prefix"
-# Static libraries keep debug information.
-if grep -rlF --exclude='*.a' -e "$work/first" -e "${examples%/examples}/" "$prefix"; then
-    echo "these files name the folder they were made in"
-    exit 1
-fi
-
+# The three lines of a guide that copy, configure and build an example.
 build() {
-    cp -r "$examples/$1" "$work/$1"
-    cmake -S "$work/$1" -B "$work/$1/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-    cmake --build "$work/$1/build" >"$work/$1.log" || { cat "$work/$1.log"; exit 1; }
+    local commands
+    commands=$(sed -n "/^cp -r examples/,+2p" "docs/$1" |
+        sed "s|/tmp/$2|'$work/$2'|g; s|=PREFIX|='$prefix'|")
+    [[ $commands == *"--build"* ]] || { echo "docs/$1 does not say how to build $2"; exit 1; }
+    bash -ec "$commands" >"$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
 }
-build client
-build own-service
+build clients.md client
+build own-service.md own-service
 mkdir "$work/pkg-config"
 flags=$(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs wireless_charger)
-eval "g++ -std=c++20 '$examples/client/main.cpp' -o '$work/pkg-config/client' $flags"
+eval "g++ -std=c++20 examples/client/main.cpp -o '$work/pkg-config/client' $flags"
 
 export ANDROID_HOST_DIR=$work/run ANDROID_HOST_UEVENT_SOCKET=$work/run/uevent
 "$prefix/bin/vendor.zorvak.wireless_charger-service" 2>"$work/service.log" &
@@ -52,7 +47,20 @@ _wlc
 PATH="$prefix/lib/wireless-charger/bin:$PATH" service list | grep -q example.IThermometer
 "$work/own-service/build/thermometer_client" 2 | grep -q 'temperature: 202'
 if "$work/own-service/build/thermometer_client" 4 >/dev/null; then exit 1; fi
-PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 -B -m pytest -q -p no:cacheprovider \
-    -p wireless_charger.pytest_plugin "$examples/pytest/test_dock.py" >"$work/pytest.log" ||
-    { cat "$work/pytest.log"; exit 1; }
+
+test_python() {
+    PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 -B -m pytest -q \
+        -p no:cacheprovider -p wireless_charger.pytest_plugin "$@" >"$work/pytest.log" 2>&1
+}
+test_python examples/pytest/test_dock.py || { cat "$work/pytest.log"; exit 1; }
+# A dock that talks nonsense is a readable failure.
+mkdir "$work/broken"
+printf '%s\n' '#!/bin/sh' 'echo nonsense' >"$work/broken/dockctl"
+chmod +x "$work/broken/dockctl"
+ln -s "$prefix"/bin/{wlc,vendor.*} "$work/broken"
+if WIRELESS_CHARGER_BIN="$work/broken" test_python examples/pytest/test_dock.py ||
+    ! grep -q "^E .*Error: .*dockctl .* said 'nonsense', not a JSON object" "$work/pytest.log"; then
+    cat "$work/pytest.log"
+    exit 1
+fi
 echo "the examples work"

@@ -7,12 +7,15 @@
 #include <virtual_dock/client.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 namespace virtual_dock {
 namespace {
 
 std::string controlSocketPath() {
+    const char* const named = std::getenv("VIRTUAL_DOCK");
+    if (named != nullptr && named[0] != '\0') return named;
     std::string folder;
     std::string error;
     if (!android::host::hostRuntimeDir(&folder, &error)) throw NoDock(error);
@@ -34,8 +37,9 @@ Connection::Connection(const std::string& path) : mPath(path) {
     if (connect(mFd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         const std::string reason = std::strerror(errno);
         close(mFd);
-        throw NoDock("no virtual dock at " + mPath + " (" + reason +
-                     "); start the service, and give both the same ANDROID_HOST_DIR");
+        throw NoDock(
+            "no virtual dock at " + mPath + " (" + reason +
+            "); start virtual-dock or the service, and give both the same ANDROID_HOST_DIR");
     }
 }
 

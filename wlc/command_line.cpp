@@ -100,13 +100,14 @@ int run(int argc, const char* const* argv) {
         ->type_name("SECONDS")
         ->check(secondsFrom(0));
     app.add_option("--timeout", context.timeoutSeconds,
-                   fmt::format("Wait up to SECONDS for each answer; default {:g}, for auth {:g}",
+                   fmt::format("Wait up to SECONDS for each answer; default {:g}, for auth {:g}, "
+                               "for top no limit",
                                Context::kAnswerSeconds, Context::kAuthenticationSeconds))
         ->type_name("SECONDS")
         ->check(secondsFrom(0.1));
     for (const auto add :
          {addStatusCommand, addInformationCommands, addFeatureCommands, addFanCommands,
-          addRtxCommands, addWatchCommand, addAuthCommands, addExchangeCommands,
+          addRtxCommands, addTopCommand, addWatchCommand, addAuthCommands, addExchangeCommands,
           addFirmwareCommands, addLegacyFirmwareCommands, addDiagnosticCommands}) {
         add(app, context);
     }

@@ -21,6 +21,7 @@ void addFeatureCommands(CLI::App& app, Context& context);      // features, qi-i
 void addFanCommands(CLI::App& app, Context& context);
 void addRtxCommands(CLI::App& app, Context& context);
 void addStatusCommand(CLI::App& app, Context& context);
+void addTopCommand(CLI::App& app, Context& context);
 void addWatchCommand(CLI::App& app, Context& context);
 void addAuthCommands(CLI::App& app, Context& context);
 void addExchangeCommands(CLI::App& app, Context& context);  // challenge, key-exchange

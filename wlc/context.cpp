@@ -35,7 +35,9 @@ const std::shared_ptr<charger::IWirelessCharger>& Context::service() {
     if (mService != nullptr) return mService;
     const std::string name = instanceName();
     const auto deadline = Clock::now() + std::chrono::duration<double>(waitSeconds);
-    limitAnswerTime(waitSeconds + (timeoutSeconds > 0 ? timeoutSeconds : answerSeconds), json);
+    if (limited) {
+        limitAnswerTime(waitSeconds + (timeoutSeconds > 0 ? timeoutSeconds : answerSeconds), json);
+    }
     for (;;) {
         const ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
         if (binder.get() != nullptr) {
@@ -64,7 +66,7 @@ const std::shared_ptr<charger::IWirelessCharger>& Context::service() {
 }
 
 void Context::limitAnswers() const {
-    limitAnswerTime(timeoutSeconds > 0 ? timeoutSeconds : answerSeconds, json);
+    if (limited) limitAnswerTime(timeoutSeconds > 0 ? timeoutSeconds : answerSeconds, json);
 }
 
 void Context::print(const Report& report) const {

@@ -25,6 +25,8 @@ class Context {
     static constexpr double kAnswerSeconds = 90;
     // For certificates, which the dock sends in many pieces.
     static constexpr double kAuthenticationSeconds = 360;
+    // Whether answers have a time limit. Without one, the command itself watches over its calls.
+    bool limited = true;
 
     // The service, looked up on first use. Blocks for up to waitSeconds, then throws Failure
     // kNoService. Starts the time limit for answers.

@@ -67,7 +67,11 @@ void Progress::finish() {
         mTicker.join();
     }
     const std::lock_guard lock(mLock);
-    if (mOpenLine != 0) say("\n");
+    if (mOpenLine == 0) return;
+    // The last step may have come too soon after the one before to be shown.
+    mShown = {};
+    show(false);
+    say("\n");
     mOpenLine = 0;
 }
 

@@ -7,6 +7,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <string>
@@ -23,6 +24,7 @@ constexpr std::chrono::milliseconds kGrain(50);
 
 double gSeconds = 0;
 Clock::time_point gBegan;
+std::atomic<Clock::rep> gAnswered{0};
 // What the signal handler writes, and to which descriptor.
 std::string gText;
 int gOutput = STDERR_FILENO;
@@ -64,11 +66,16 @@ void limitAnswerTime(double seconds, bool json) {
 }
 
 void noteAnswer() {
-    if (gSeconds == 0) return;
     const auto now = Clock::now();
+    gAnswered = now.time_since_epoch().count();
+    if (gSeconds == 0) return;
     if (now - gBegan < kGrain) return;
     gBegan = now;
     setTimer(gSeconds);
+}
+
+Clock::time_point latestAnswer() {
+    return Clock::time_point(Clock::duration(gAnswered));
 }
 
 void unlimitAnswerTime() {

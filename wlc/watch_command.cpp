@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerFanLevelChangedCallback.h>
-#include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerInfoCallback.h>
-#include <aidl/vendor/zorvak/wireless_charger/BnWirelessChargerRtxStatusCallback.h>
 #include <android/binder_process.h>
 #include <fmt/format.h>
 #include <poll.h>
@@ -15,7 +12,7 @@
 #include <utility>
 
 #include "commands.h"
-#include "event_queue.h"
+#include "event_subscriptions.h"
 #include "failure.h"
 #include "records.h"
 #include "signals.h"
@@ -27,118 +24,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class AlignSubscriber : public charger::BnWirelessChargerInfoCallback {
-  public:
-    explicit AlignSubscriber(EventQueue& queue) : mQueue(queue) {}
-    ndk::ScopedAStatus alignChanged(const charger::AlignInfo& info) override {
-        mQueue.push("align", describe(info));
-        return ndk::ScopedAStatus::ok();
-    }
-
-  private:
-    EventQueue& mQueue;
-};
-
-class RtxSubscriber : public charger::BnWirelessChargerRtxStatusCallback {
-  public:
-    explicit RtxSubscriber(EventQueue& queue) : mQueue(queue) {}
-    ndk::ScopedAStatus statusChanged(const charger::RtxStatusInfo& info) override {
-        mQueue.push("rtx", describe(info));
-        return ndk::ScopedAStatus::ok();
-    }
-
-  private:
-    EventQueue& mQueue;
-};
-
-class FanSubscriber : public charger::BnWirelessChargerFanLevelChangedCallback {
-  public:
-    explicit FanSubscriber(EventQueue& queue) : mQueue(queue) {}
-    ndk::ScopedAStatus fanLevelChanged(int32_t level) override {
-        Report report;
-        report.field("level", level);
-        mQueue.push("fan", report);
-        return ndk::ScopedAStatus::ok();
-    }
-
-  private:
-    EventQueue& mQueue;
-};
-
 struct WatchArguments {
     std::vector<std::string> kinds;
     uint64_t count = 0;
     double timeout = 0;
     bool reconnect = false;
     bool initial = false;
-};
-
-bool wanted(const WatchArguments& arguments, const char* kind) {
-    return arguments.kinds.empty() ||
-           std::find(arguments.kinds.begin(), arguments.kinds.end(), kind) != arguments.kinds.end();
-}
-
-// Never destroyed: a callback may run until the process ends.
-EventQueue& theQueue() {
-    static EventQueue* const queue = new EventQueue;
-    return *queue;
-}
-
-// The cookie is the number of the subscription.
-void onServiceDied(void* subscription) {
-    theQueue().close(reinterpret_cast<uintptr_t>(subscription));
-}
-
-// The subscriptions of the command. The destructor unregisters them.
-class Subscriptions {
-  public:
-    Subscriptions(Context& context, const WatchArguments& arguments)
-        : mContext(context), mService(context.service()) {
-        context.limitAnswers();
-        EventQueue& queue = theQueue();
-        const uintptr_t number = queue.open();
-        mDeath.set(AIBinder_DeathRecipient_new(onServiceDied));
-        if (AIBinder_linkToDeath(mService->asBinder().get(), mDeath.get(),
-                                 reinterpret_cast<void*>(number)) != STATUS_OK) {
-            queue.close(number);
-        }
-        if (wanted(arguments, "align")) {
-            auto subscriber = ndk::SharedRefBase::make<AlignSubscriber>(queue);
-            check(mService->registerCallback(subscriber), "watch align");
-            mAlign = subscriber;
-        }
-        if (wanted(arguments, "rtx")) {
-            auto subscriber = ndk::SharedRefBase::make<RtxSubscriber>(queue);
-            check(mService->registerRtxCallback(subscriber), "watch rtx");
-            mRtx = subscriber;
-        }
-        if (wanted(arguments, "fan")) {
-            auto subscriber = ndk::SharedRefBase::make<FanSubscriber>(queue);
-            check(mService->registerFanLevelChangedCallback(subscriber), "watch fan");
-            mFan = subscriber;
-        }
-        // What follows are events, which have no time limit.
-        unlimitAnswerTime();
-    }
-
-    // Errors are ignored: the service also drops a subscriber whose process ends.
-    ~Subscriptions() {
-        mContext.limitAnswers();
-        if (mAlign != nullptr) static_cast<void>(mService->unregisterCallback(mAlign));
-        if (mRtx != nullptr) static_cast<void>(mService->unregisterRtxCallback(mRtx));
-        if (mFan != nullptr) static_cast<void>(mService->unregisterFanLevelChangedCallback(mFan));
-    }
-
-    Subscriptions(const Subscriptions&) = delete;
-    Subscriptions& operator=(const Subscriptions&) = delete;
-
-  private:
-    const Context& mContext;
-    std::shared_ptr<charger::IWirelessCharger> mService;
-    ndk::ScopedAIBinder_DeathRecipient mDeath;
-    std::shared_ptr<charger::IWirelessChargerInfoCallback> mAlign;
-    std::shared_ptr<charger::IWirelessChargerRtxStatusCallback> mRtx;
-    std::shared_ptr<charger::IWirelessChargerFanLevelChangedCallback> mFan;
 };
 
 void printEvent(const Context& context, const EventQueue::Event& event) {
@@ -171,7 +62,7 @@ void printInitial(Context& context, const WatchArguments& arguments) {
          }}};
     context.limitAnswers();
     for (const auto& [kind, read] : questions) {
-        if (!wanted(arguments, kind)) continue;
+        if (!isWanted(arguments.kinds, kind)) continue;
         Report report;
         report.field("initial", true);
         try {
@@ -199,10 +90,10 @@ class Watch {
 
     void run() {
         ABinderProcess_startThreadPool();
-        mSubscriptions.emplace(mContext, mArguments);
+        mSubscriptions.emplace(mContext, mArguments.kinds);
         std::string kinds;
         for (const char* kind : {"align", "rtx", "fan"}) {
-            if (!wanted(mArguments, kind)) continue;
+            if (!isWanted(mArguments.kinds, kind)) continue;
             kinds += fmt::format("{}{}", kinds.empty() ? "" : ", ", kind);
         }
         mContext.note("watching " + kinds);
@@ -211,7 +102,7 @@ class Watch {
             mDeadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                            std::chrono::duration<double>(mArguments.timeout));
         }
-        EventQueue& queue = theQueue();
+        EventQueue& queue = EventSubscriptions::queue();
         while (mArguments.count == 0 || mSeen < mArguments.count) {
             if (const auto event = queue.pop()) {
                 printEvent(mContext, *event);
@@ -249,7 +140,7 @@ class Watch {
         for (;;) {
             mContext.forgetService();
             try {
-                mSubscriptions.emplace(mContext, mArguments);
+                mSubscriptions.emplace(mContext, mArguments.kinds);
                 break;
             } catch (const Failure& failure) {
                 if (failure.exitCode() != kNoService) throw;
@@ -272,7 +163,7 @@ class Watch {
     Context& mContext;
     const WatchArguments& mArguments;
     const Signals mSignals;
-    std::optional<Subscriptions> mSubscriptions;
+    std::optional<EventSubscriptions> mSubscriptions;
     std::optional<Clock::time_point> mDeadline;
     uint64_t mSeen = 0;
 };

@@ -8,7 +8,9 @@
 #   wireless_charger::chargelink, wireless_charger::reverselink    the virtual dock
 #   add_aidl_ndk_library()         stubs for another interface; see AidlNdk.cmake
 
-get_filename_component(_prefix "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
+# The real path: through a link such as /lib to /usr/lib the prefix would come out as /.
+file(REAL_PATH "${CMAKE_CURRENT_LIST_DIR}" _prefix)
+get_filename_component(_prefix "${_prefix}/../../.." ABSOLUTE)
 set(_folder "${_prefix}/lib/wireless-charger")
 
 if(NOT TARGET wireless_charger::binder_ndk)

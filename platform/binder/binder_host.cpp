@@ -18,6 +18,7 @@
 #include "parcel.h"
 #include "service_lock.h"
 #include "session.h"
+#include "unix_socket.h"
 
 namespace android::host {
 namespace {
@@ -94,6 +95,17 @@ std::vector<std::string> listServices() {
     listFolder(folder, "", &names);
     std::sort(names.begin(), names.end());
     return names;
+}
+
+pid_t serverOf(const std::string& name) {
+    std::string folder;
+    std::string error;
+    if (!hostRuntimeSubdir("binder", &folder, &error)) {
+        LOG(ERROR) << error;
+        return 0;
+    }
+    const unique_fd socket = connectUnix(folder + "/" + name);
+    return socket.ok() ? std::max(peerOf(socket.get()).pid, 0) : 0;
 }
 
 AIBinder* connectService(const std::string& path) {

@@ -91,7 +91,7 @@ class Connection : public Pollable {
 
     // Says that a call is being served whose caller waits: should it go away, nothing of its can be
     // on the way any more. The owner's.
-    void setPeerWaits(bool waits) { mPeerWaits = waits; }
+    void setPeerWaits(bool waits) { mPeerWaits.store(waits, std::memory_order_release); }
 
     // To be called before serveFrame() hands the ownership on.
     void stopLingering() EXCLUDES(mSendLock);

@@ -67,9 +67,10 @@ std::shared_ptr<Connection> ConnectionPool::findFree() {
 std::shared_ptr<Connection> ConnectionPool::acquire(Deadline deadline, binder_status_t* status)
     NO_THREAD_SAFETY_ANALYSIS {  // std::unique_lock is not annotated
     std::unique_lock lock(mLock);
-    ++mWaiting;
     std::shared_ptr<Connection> connection;
     *status = STATUS_OK;
+    if (!mIsClosed && (connection = findFree())) return connection;
+    ++mWaiting;
     while (*status == STATUS_OK) {
         if (mIsClosed) {
             *status = STATUS_DEAD_OBJECT;

@@ -38,7 +38,7 @@ std::span<uint8_t> FrameBuffer::space() {
 
 void FrameBuffer::commit(size_t bytes, std::vector<android::base::unique_fd> fds) {
     uint64_t readBegin = mStreamBegin + (mEnd - mBegin);
-    mEnd += bytes;
+    commit(bytes);
     if (fds.empty()) return;
     mFdCount += fds.size();
     mFdBatches.push_back({readBegin, readBegin + bytes, std::move(fds)});

@@ -29,8 +29,10 @@ class FrameBuffer {
     // promises.
     std::span<uint8_t> space();
 
-    // `bytes` bytes of space() were filled by one read that also brought these descriptors.
-    void commit(size_t bytes, std::vector<android::base::unique_fd> fds = {});
+    // `bytes` bytes of space() were filled by one read.
+    void commit(size_t bytes) { mEnd += bytes; }
+    // By one that also brought these descriptors.
+    void commit(size_t bytes, std::vector<android::base::unique_fd> fds);
 
     // Takes the next whole frame off the stream.
     Result next(Frame* frame);

@@ -120,7 +120,7 @@ bool ObjectTable::takePending(PendingDecs* pending) {
 
 void ObjectTable::takePendingLocked(PendingDecs* pending) {
     while (pending->count < PendingDecs::kMax && !mPending.empty()) {
-        Node& node = mNodes[mPending.back()];
+        Node& node = *mPending.back();
         mPending.pop_back();
         pending->entries[pending->count++] = {
             {static_cast<uint32_t>(WireCommand::kDecStrong), sizeof(WireDecStrong), {}},
@@ -219,7 +219,7 @@ bool ObjectTable::proxyDropped(const ProxyBinder& proxy) {
 }
 
 void ObjectTable::addPending(Node& node, uint32_t amount) {
-    if (node.pending == 0) mPending.push_back(key(node.address));
+    if (node.pending == 0) mPending.push_back(&node);
     node.pending += amount;
 }
 
@@ -256,7 +256,6 @@ bool ObjectTable::referencesReturned(WireAddress address, uint32_t amount, bool*
 
 ObjectTable::Leftovers ObjectTable::takeLeftovers() {
     Leftovers leftovers;
-    if (!mHasLeftovers) return leftovers;
     std::lock_guard lock(mLock);
     mHasLeftovers = false;
     leftovers.released.swap(mReleased);

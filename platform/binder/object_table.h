@@ -92,7 +92,8 @@ class ObjectTable {
 
     // ---- The whole --------------------------------------------------------------------------
 
-    // Cheap when there is nothing.
+    // Whether there may be some; cheap.
+    bool hasLeftovers() const { return mHasLeftovers; }
     Leftovers takeLeftovers();
 
     // Forgets everything: gives the references to drop, and the proxies still in use here, each
@@ -138,7 +139,7 @@ class ObjectTable {
     bool mIsClosed GUARDED_BY(mLock) = false;
     std::unordered_map<uint64_t, Node> mNodes GUARDED_BY(mLock);
     std::unordered_map<AIBinder*, WireAddress> mLocalAddresses GUARDED_BY(mLock);
-    std::vector<uint64_t> mPending GUARDED_BY(mLock);  // keys of nodes with pending > 0
+    std::vector<Node*> mPending GUARDED_BY(mLock);  // with pending > 0, so they stay in mNodes
     std::vector<AIBinder*> mReleased GUARDED_BY(mLock);
     std::atomic<bool> mHasLeftovers{false};
     uint32_t mNextNumber GUARDED_BY(mLock) = 0;

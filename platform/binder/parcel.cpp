@@ -33,10 +33,6 @@ struct ParcelCache {
 
 thread_local ParcelCache tCache;
 
-size_t padded(size_t size) {
-    return (size + 3) & ~size_t{3};
-}
-
 }  // namespace
 
 AParcel* AParcel::obtain() {
@@ -46,7 +42,7 @@ AParcel* AParcel::obtain() {
 void AParcel::recycle(AParcel* parcel) {
     if (parcel == nullptr) return;
     if (tCache.closed || tCache.count == tCache.parcels.size() ||
-        parcel->mData.capacity() > kKeptCapacity) {
+        parcel->mStorage.capacity() > kKeptCapacity) {
         delete parcel;
         return;
     }
@@ -54,16 +50,11 @@ void AParcel::recycle(AParcel* parcel) {
     tCache.parcels[tCache.count++] = parcel;
 }
 
-void AParcel::clear() {
-    mData.clear();
-    mPosition = 0;
+void AParcel::dropObjects() {
     for (const BinderItem& item : mBinders) item.binder->decStrong();
     mBinders.clear();
     mFds.clear();
     mFdOffsets.clear();
-    mSession.reset();
-    mBindersSeen = 0;
-    target = nullptr;
 }
 
 binder_status_t AParcel::setReceived(std::shared_ptr<Session> session,
@@ -72,7 +63,9 @@ binder_status_t AParcel::setReceived(std::shared_ptr<Session> session,
                                      std::vector<unique_fd> fds) {
     clear();
     mSession = std::move(session);
-    mData.assign(bytes.begin(), bytes.end());
+    if (bytes.size() > mStorage.size()) mStorage.resize(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), mStorage.begin());
+    mSize = bytes.size();
     if (objectTable.empty() && fds.empty()) return STATUS_OK;
     if (objectTable.size() % sizeof(uint32_t) != 0 ||
         objectTable.size() / sizeof(uint32_t) != fds.size()) {
@@ -83,11 +76,11 @@ binder_status_t AParcel::setReceived(std::shared_ptr<Session> session,
     size_t smallest = 0;
     for (uint32_t offset : mFdOffsets) {
         WireFd item;
-        if (offset < smallest || offset % 4 != 0 || mData.size() < sizeof(item) ||
-            offset > mData.size() - sizeof(item)) {
+        if (offset < smallest || offset % 4 != 0 || mSize < sizeof(item) ||
+            offset > mSize - sizeof(item)) {
             return STATUS_BAD_VALUE;
         }
-        memcpy(&item, mData.data() + offset, sizeof(item));
+        memcpy(&item, mStorage.data() + offset, sizeof(item));
         if (item.type != kObjectFd) return STATUS_BAD_VALUE;
         smallest = offset + sizeof(item);
     }
@@ -96,17 +89,14 @@ binder_status_t AParcel::setReceived(std::shared_ptr<Session> session,
 }
 
 binder_status_t AParcel::setPosition(size_t position) const {
-    if (position > mData.size()) return STATUS_BAD_VALUE;
+    if (position > mSize) return STATUS_BAD_VALUE;
     mPosition = position;
     return STATUS_OK;
 }
 
 uint8_t* AParcel::writeInPlace(size_t size) {
-    size_t end = mPosition + padded(size);
-    if (end > mData.size()) mData.resize(end);
-    uint8_t* place = mData.data() + mPosition;
+    uint8_t* place = extend(padded(size));
     std::fill_n(place + size, padded(size) - size, uint8_t{0});
-    mPosition = end;
     return place;
 }
 
@@ -141,13 +131,6 @@ void AParcel::writeFd(unique_fd fd) {
     mFdOffsets.push_back(static_cast<uint32_t>(mPosition));
     writeValue(WireFd{kObjectFd, static_cast<int32_t>(mFds.size())});
     mFds.push_back(std::move(fd));
-}
-
-const uint8_t* AParcel::read(size_t size) const {
-    if (size > remaining() || padded(size) > remaining()) return nullptr;
-    const uint8_t* place = mData.data() + mPosition;
-    mPosition += padded(size);
-    return place;
 }
 
 binder_status_t AParcel::readCount(size_t itemSize, int32_t* count) const {

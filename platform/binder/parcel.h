@@ -9,9 +9,11 @@
 #include <android/binder_ibinder.h>
 #include <android/binder_parcel.h>
 
+#include <algorithm>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace android::host {
@@ -35,7 +37,12 @@ struct AParcel {
     static AParcel* obtain();
     static void recycle(AParcel* parcel);
 
-    void clear();
+    void clear() {
+        mSize = mPosition = mBindersSeen = 0;
+        target = nullptr;
+        if (!mBinders.empty() || !mFdOffsets.empty()) dropObjects();
+        mSession.reset();
+    }
 
     // Makes it what arrived in a frame. `fdOffsets` are the object table; STATUS_BAD_VALUE when it
     // does not fit bytes or descriptors.
@@ -44,22 +51,22 @@ struct AParcel {
                                 std::span<const uint8_t> objectTable,
                                 std::vector<android::base::unique_fd> fds);
 
-    std::span<const uint8_t> bytes() const { return mData; }
-    std::span<uint8_t> bytes() { return mData; }
+    std::span<const uint8_t> bytes() const { return {mStorage.data(), mSize}; }
+    std::span<uint8_t> bytes() { return {mStorage.data(), mSize}; }
     std::span<const uint32_t> fdOffsets() const { return mFdOffsets; }
     std::span<const android::base::unique_fd> fds() const { return mFds; }
     std::span<const BinderItem> binders() const { return mBinders; }
 
     size_t position() const { return mPosition; }
     binder_status_t setPosition(size_t position) const;
-    size_t remaining() const { return mData.size() - mPosition; }
+    size_t remaining() const { return mSize - mPosition; }
 
     // Appends (or, after setPosition, overwrites) `size` bytes and zeros up to a multiple of 4.
     void write(const void* data, size_t size);
     template <typename T>
     void writeValue(T value) {
         static_assert(sizeof(T) % 4 == 0);
-        write(&value, sizeof(value));
+        __builtin_memcpy(extend(sizeof(value)), &value, sizeof(value));
     }
     // As write, but gives the place where the caller puts the bytes.
     uint8_t* writeInPlace(size_t size);
@@ -68,7 +75,12 @@ struct AParcel {
     void writeFd(android::base::unique_fd fd);
 
     // The next `size` bytes (padded to a multiple of 4), or null when fewer remain.
-    const uint8_t* read(size_t size) const;
+    const uint8_t* read(size_t size) const {
+        if (size > remaining() || padded(size) > remaining()) return nullptr;
+        const uint8_t* place = mStorage.data() + mPosition;
+        mPosition += padded(size);
+        return place;
+    }
     template <typename T>
     binder_status_t readValue(T* value) const {
         const uint8_t* bytes = read(sizeof(T));
@@ -89,7 +101,22 @@ struct AParcel {
     const AIBinder* target = nullptr;
 
   private:
-    std::vector<uint8_t> mData;
+    void dropObjects();
+
+    static constexpr size_t padded(size_t size) { return (size + 3) & ~size_t{3}; }
+
+    // Makes room for `size` bytes, a multiple of 4, which the caller writes.
+    uint8_t* extend(size_t size) {
+        const size_t end = mPosition + size;
+        if (end > mStorage.size()) mStorage.resize(end);
+        mSize = std::max(mSize, end);
+        return mStorage.data() + std::exchange(mPosition, end);
+    }
+
+    // The first mSize bytes are the parcel's. The rest is what it had room for before: growing a
+    // vector clears every byte before it is written.
+    std::vector<uint8_t> mStorage;
+    size_t mSize = 0;
     mutable size_t mPosition = 0;
     std::vector<BinderItem> mBinders;
     std::vector<android::base::unique_fd> mFds;

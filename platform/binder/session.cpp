@@ -166,6 +166,7 @@ void Session::proxyDropped(ProxyBinder& proxy) {
 }
 
 void Session::tidyUp() {
+    if (!mObjects.hasLeftovers()) return;
     const ObjectTable::Leftovers leftovers = mObjects.takeLeftovers();
     for (AIBinder* binder : leftovers.released) binder->decStrong();
     if (leftovers.isUnused) end(nullptr);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // dumpsys: what services report about themselves. Stands in for Android's tool of the name, with
-// its -l, -t, -T and --skip; the choice of parts of a dump (--proto, --priority) is not there.
+// its -l, -t, -T, --skip, --pid and --thread; the choice of parts of a dump (--proto, --priority)
+// is not there. Android's --thread prints how many threads of the pool are in use, which only the
+// kernel's binder driver knows; this one prints which threads the process has.
 #include <android/binder_auto_utils.h>
 #include <android/binder_manager.h>
+#include <dirent.h>
 #include <host/binder_host.h>
 #include <host/escape.h>
 #include <signal.h>
@@ -13,6 +16,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,15 +35,22 @@ constexpr int64_t kDefaultLimitMs = 10000;
 constexpr int64_t kLargestLimitMs = 86400000;
 
 constexpr const char* kUsage =
-    "usage: dumpsys [-t SECONDS | -T MILLISECONDS] [-l | --skip SERVICES | SERVICE [ARGS]]\n"
+    "usage: dumpsys [-t SECONDS | -T MILLISECONDS] [--pid] [--thread]\n"
+    "               [-l | --skip SERVICES | SERVICE [ARGS]]\n"
     "  -l         only list the services\n"
     "  -t, -T     give up on a service after that long (10 s)\n"
+    "  --pid      instead of a dump: the process that hosts the service\n"
+    "  --thread   instead of a dump: how many threads that process has, also by name (those "
+    "called\n"
+    "             binder serve calls, as the main one does); which are busy cannot be seen\n"
     "  --skip     all services but these, separated by commas\n"
     "  SERVICE    dump this one; ARGS are passed to it. Without it: all, one after the other\n";
 
 struct Options {
     int64_t limitMs = kDefaultLimitMs;
     bool list = false;
+    bool pid = false;
+    bool threads = false;
     std::string skip;
     std::string service;
     std::vector<std::string> args;
@@ -60,6 +73,10 @@ bool parse(int argc, char** argv, Options* options) {
         const std::string word = argv[i];
         if (word == "-l") {
             options->list = true;
+        } else if (word == "--pid") {
+            options->pid = true;
+        } else if (word == "--thread") {
+            options->threads = true;
         } else if ((word == "-t" || word == "-T") && i + 1 < argc) {
             if (!parseLimit(argv[++i], word == "-t" ? 1000 : 1, &options->limitMs)) return false;
         } else if (word == "--skip" && i + 1 < argc) {
@@ -75,12 +92,48 @@ bool parse(int argc, char** argv, Options* options) {
     return true;
 }
 
-bool dumpOne(const std::string& name, const Options& options) {
-    const ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
-    if (binder.get() == nullptr) {
-        fprintf(stderr, "Can't find service: %s\n", escaped(name).c_str());
+bool notFound(const std::string& name) {
+    fprintf(stderr, "Can't find service: %s\n", escaped(name).c_str());
+    return false;
+}
+
+// The threads of a process by name. Empty when it has ended.
+std::map<std::string, int> threadsOf(pid_t pid) {
+    std::map<std::string, int> threads;
+    const std::string folder = "/proc/" + std::to_string(pid) + "/task";
+    const std::unique_ptr<DIR, int (*)(DIR*)> tasks(opendir(folder.c_str()), closedir);
+    while (const dirent* task = tasks ? readdir(tasks.get()) : nullptr) {
+        std::string name;
+        std::ifstream in(folder + "/" + task->d_name + "/comm");
+        if (task->d_name[0] != '.' && std::getline(in, name)) ++threads[name];
+    }
+    return threads;
+}
+
+bool showProcess(const std::string& name, const Options& options) {
+    const std::vector<std::string> names = android::host::listServices();
+    if (std::find(names.begin(), names.end(), name) == names.end()) return notFound(name);
+    const pid_t pid = android::host::serverOf(name);
+    const std::map<std::string, int> threads = threadsOf(pid);
+    if (threads.empty()) {
+        fprintf(stderr, "dumpsys: the process of %s cannot be seen\n", escaped(name).c_str());
         return false;
     }
+    if (options.pid) printf("%d\n", pid);
+    if (!options.threads) return true;
+    int total = 0;
+    for (const auto& [thread, count] : threads) total += count;
+    printf("Threads: %d\n", total);
+    for (const auto& [thread, count] : threads) {
+        printf("  %s: %d\n", escaped(thread).c_str(), count);
+    }
+    return true;
+}
+
+bool dumpOne(const std::string& name, const Options& options) {
+    if (options.pid || options.threads) return showProcess(name, options);
+    const ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
+    if (binder.get() == nullptr) return notFound(name);
     fflush(stdout);
     const auto result = android::tools::copyDump(binder.get(), options.args, STDOUT_FILENO,
                                                  std::chrono::milliseconds(options.limitMs));

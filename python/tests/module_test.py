@@ -2,6 +2,7 @@
 # The module against the real service; WIRELESS_CHARGER_BIN says where the programs are.
 import dataclasses
 import pathlib
+import signal
 import sys
 import tempfile
 import unittest
@@ -33,6 +34,7 @@ class ModuleTest(unittest.TestCase):
         c.set_features(1, 5)
         self.assertEqual(5, c.features(1))
         c.set_qi_id("12")
+        self.assertEqual("12", c.dock().qiId)
         c.set_rtx(False)
         self.assertTrue(c.rtx_supported())
         self.assertEqual(3, c.fan_level())
@@ -82,6 +84,12 @@ class ModuleTest(unittest.TestCase):
         self.dock.delay("getFeature", 600000)
         with self.assertRaises(wc.ServiceGone):
             self.charger.call("features", "get", 1, timeout=0.3)
+        self.system._service.send_signal(signal.SIGSTOP)
+        with self.assertRaises(wc.ServiceGone):
+            self.charger.call("align", timeout=0.3)
+        with self.assertRaises(wc.ServiceGone):
+            wc.Charger(self.charger._env, 0.3).events()
+        self.system._service.send_signal(signal.SIGCONT)
         with self.charger.events() as events:
             self.system.kill()
             with self.assertRaises(wc.ServiceGone):

@@ -58,7 +58,10 @@ def _run(words: Sequence[str], env: Dict[str, str], limit: float) -> Json:
     except subprocess.TimeoutExpired:
         raise ServiceGone(f"{' '.join(words)}: no answer within {limit} s") from None
     lines = done.stdout.splitlines()
-    said: Json = json.loads(lines[-1]) if lines else {}
+    try:
+        said: Json = dict(json.loads(lines[-1])) if lines else {}
+    except (TypeError, ValueError):
+        raise Error(f"{' '.join(words)}: said {lines[-1]!r}, not a JSON object") from None
     if done.returncode == 0:
         return said
     error = said.get("error", said)  # of wlc; dockctl has the message beside "ok"

@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "commands.h"
+#include "exchange_wire.h"
 
 namespace virtual_dock {
 namespace {
@@ -17,11 +18,11 @@ constexpr size_t kReadSize = 4096;
 
 }  // namespace
 
-ControlClient::ControlClient(int fd, VirtualDock* dock) : mFd(fd), mDock(dock) {}
+ControlClient::ControlClient(int fd, VirtualDock* dock, bool exchanges)
+    : mFd(fd), mDock(dock), mMayExchange(exchanges) {}
 
 ControlClient::~ControlClient() {
     if (follows()) mDock->removeFollower();
-    close(mFd);
 }
 
 short ControlClient::wantedEvents() const {
@@ -45,7 +46,7 @@ void ControlClient::handle(short events) {
 void ControlClient::readInput() {
     std::array<char, kReadSize> bytes;
     while (!mInputEnded && mInput.size() <= kMaxLine) {
-        const ssize_t count = recv(mFd, bytes.data(), bytes.size(), 0);
+        const ssize_t count = recv(mFd.get(), bytes.data(), bytes.size(), 0);
         if (count > 0) {
             mInput.append(bytes.data(), static_cast<size_t>(count));
         } else if (count < 0 && errno == EINTR) {
@@ -60,7 +61,8 @@ void ControlClient::readInput() {
 
 void ControlClient::runLines() {
     size_t start = 0;
-    while (!mFinished && mLogState == LogState::kNone && mOutput.size() < kMaxBuffered) {
+    while (!mFinished && mLogState == LogState::kNone && !mExchangeUevents &&
+           mOutput.size() < kMaxBuffered) {
         const size_t end = mInput.find('\n', start);
         if (end == std::string::npos) break;
         runLine(std::string_view(mInput).substr(start, end - start));
@@ -76,6 +78,7 @@ void ControlClient::runLines() {
 
 void ControlClient::runLine(std::string_view line) {
     mLastActive = std::chrono::steady_clock::now();
+    if (line.starts_with("exchange ")) return openExchanges(line);
     if (line != "log" && line != "follow") {
         reply(runCommand(mDock, line));
         return;
@@ -91,6 +94,26 @@ void ControlClient::runLine(std::string_view line) {
         mLastEntry = log.newest();
     });
     mLogState = LogState::kUntil;
+}
+
+void ControlClient::openExchanges(std::string_view line) {
+    const std::optional<std::string> uevents = wire::parseOpening(line);
+    if (!uevents) {
+        reply(usageError("this dock speaks version " + std::to_string(wire::kVersion) +
+                         " of the exchange protocol"));
+    } else if (!mMayExchange) {
+        reply(
+            refusal("this dock lives in a service and serves that one only; start virtual-dock "
+                    "before the services"));
+    } else {
+        reply(doneReply());
+        mExchangeUevents = uevents;
+    }
+}
+
+android::base::unique_fd ControlClient::releaseDescriptor() {
+    mFinished = true;
+    return std::move(mFd);
 }
 
 void ControlClient::sendLog() {
@@ -127,7 +150,7 @@ void ControlClient::reply(std::string_view text) {
 
 void ControlClient::writeOutput() {
     while (!mOutput.empty() && !mFinished) {
-        const ssize_t count = send(mFd, mOutput.data(), mOutput.size(), MSG_NOSIGNAL);
+        const ssize_t count = send(mFd.get(), mOutput.data(), mOutput.size(), MSG_NOSIGNAL);
         if (count >= 0) {
             mOutput.erase(0, static_cast<size_t>(count));
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {

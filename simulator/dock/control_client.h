@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
+
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,13 +19,13 @@ class ControlClient {
     static constexpr size_t kMaxLine = 64 * 1024;
     static constexpr size_t kMaxBuffered = 256 * 1024;  // replies waiting, before the last one
 
-    // Takes the descriptor, which must not block.
-    ControlClient(int fd, VirtualDock* dock);
+    // Takes the descriptor, which must not block. `exchanges`: whether it may ask for them.
+    ControlClient(int fd, VirtualDock* dock, bool exchanges);
     ~ControlClient();
     ControlClient(const ControlClient&) = delete;
     ControlClient& operator=(const ControlClient&) = delete;
 
-    int descriptor() const { return mFd; }
+    int descriptor() const { return mFd.get(); }
 
     // What poll is to wait for. A client whose replies are not read yet is not read from.
     short wantedEvents() const;
@@ -39,6 +42,11 @@ class ControlClient {
     bool follows() const { return mLogState == LogState::kFollow; }
     bool finished() const { return mFinished; }
 
+    // Whether it asked for exchanges, which somebody else serves from then on; where its process
+    // gets uevents. releaseDescriptor gives the connection away, and this client is finished.
+    const std::optional<std::string>& wantsExchanges() const { return mExchangeUevents; }
+    android::base::unique_fd releaseDescriptor();
+
   private:
     enum class LogState : uint8_t { kNone, kUntil, kFollow };
 
@@ -48,8 +56,12 @@ class ControlClient {
     void reply(std::string_view text);
     void writeOutput();
 
-    const int mFd;
+    void openExchanges(std::string_view line);
+
+    android::base::unique_fd mFd;
     VirtualDock* const mDock;
+    const bool mMayExchange;
+    std::optional<std::string> mExchangeUevents;
     std::string mInput;
     std::string mOutput;
     LogState mLogState = LogState::kNone;

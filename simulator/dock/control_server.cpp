@@ -32,8 +32,12 @@ void complain(const std::string& message) {
 
 }  // namespace
 
-ControlServer::ControlServer(VirtualDock* dock, ControlListener* listener)
-    : mDock(dock), mListener(listener), mStopFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+ControlServer::ControlServer(VirtualDock* dock, ControlListener* listener,
+                             ExchangeServer* exchanges)
+    : mDock(dock),
+      mListener(listener),
+      mExchanges(exchanges),
+      mStopFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 ControlServer::~ControlServer() {
     close(mStopFd);
@@ -51,7 +55,7 @@ void ControlServer::acceptClient() {
         return;
     }
     if (mClients.size() >= kMaxClients) makeRoom();
-    mClients.push_back(std::make_unique<ControlClient>(fd, mDock));
+    mClients.push_back(std::make_unique<ControlClient>(fd, mDock, mExchanges != nullptr));
 }
 
 void ControlServer::makeRoom() {
@@ -73,11 +77,24 @@ void ControlServer::sendPendingEvents() {
     }
 }
 
+void ControlServer::passOnExchanges(ControlClient* client) {
+    // A client waits for the reply before it sends anything else.
+    if (!client->wantsExchanges() || client->finished() || client->wantedEvents() != POLLIN) return;
+    const std::string uevents = *client->wantsExchanges();
+    if (!mExchanges->serve(client->releaseDescriptor(), uevents)) {
+        __android_log_print(ANDROID_LOG_WARN, kLogTag,
+                            "a connection for exchanges was refused: at most %zu at once",
+                            ExchangeServer::kMaxConnections);
+    }
+}
+
 void ControlServer::serveClients(const std::vector<pollfd>& polled) {
     for (const pollfd& each : polled) {
         if (each.revents == 0) continue;
         for (const auto& client : mClients) {
-            if (client->descriptor() == each.fd) client->handle(each.revents);
+            if (client->descriptor() != each.fd) continue;
+            client->handle(each.revents);
+            passOnExchanges(client.get());
         }
     }
     std::erase_if(mClients, [](const auto& client) { return client->finished(); });

@@ -8,6 +8,7 @@
 
 #include "control_client.h"
 #include "control_listener.h"
+#include "exchange_server.h"
 #include "virtual_dock.h"
 
 namespace virtual_dock {
@@ -20,8 +21,10 @@ class ControlServer {
   public:
     static constexpr size_t kMaxClients = 32;
 
-    // Without a listening socket it only sends uevents. Both must outlive it.
-    ControlServer(VirtualDock* dock, ControlListener* listener);
+    // Without a listening socket it only sends uevents. Clients that ask for exchanges go to
+    // `exchanges`; without it they are refused. All must outlive it.
+    ControlServer(VirtualDock* dock, ControlListener* listener,
+                  ExchangeServer* exchanges = nullptr);
     ~ControlServer();
     ControlServer(const ControlServer&) = delete;
     ControlServer& operator=(const ControlServer&) = delete;
@@ -35,11 +38,13 @@ class ControlServer {
   private:
     void acceptClient();
     void makeRoom();
+    void passOnExchanges(ControlClient* client);
     void serveClients(const std::vector<pollfd>& polled);
     void sendPendingEvents();
 
     VirtualDock* const mDock;
     ControlListener* const mListener;
+    ExchangeServer* const mExchanges;
     const int mStopFd;
     std::vector<std::unique_ptr<ControlClient>> mClients;  // run()'s thread only
 };

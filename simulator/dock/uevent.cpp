@@ -14,8 +14,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <mutex>
 
 #include "virtual_dock.h"
 
@@ -33,7 +36,15 @@ constexpr const char* kDriverLine = "DRIVER=p9221";
 constexpr const char* kOffLine = "SOURCE=WLC_OFF";
 constexpr const char* kMemUevent = "/sys/class/mem/null/uevent";
 constexpr const char* kAnyUuid = "6d6f636b-646f-636b-0000-000000000001";
-constexpr int kSendTimeoutMs = 1000;
+constexpr std::chrono::seconds kSendLimit(1);
+
+using Clock = std::chrono::steady_clock;
+
+std::mutex gListenersLock;
+std::map<std::string, int>& listeners() {
+    static auto* const paths = new std::map<std::string, int>();
+    return *paths;
+}
 
 UeventOutcome notSent(const std::string& what, int error) {
     return {false, what + ": " + std::strerror(error)};
@@ -45,7 +56,8 @@ void tellRecorders(const TraceMoment& sent, std::string_view message) {
     if (dockRecorderUevent != nullptr) dockRecorderUevent(&sent, message.data(), message.size());
 }
 
-UeventOutcome sendToSocket(const std::string& path, const std::vector<std::string>& lines) {
+UeventOutcome sendToSocket(const std::string& path, const std::vector<std::string>& lines,
+                           Clock::time_point end) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof(address.sun_path)) {
@@ -85,7 +97,8 @@ UeventOutcome sendToSocket(const std::string& path, const std::vector<std::strin
         if (errno == EINTR) continue;
         if (errno != EAGAIN) return notSent("cannot send to " + path, errno);
         pollfd writable{socket.get(), POLLOUT, 0};
-        if (poll(&writable, 1, kSendTimeoutMs) == 0) {
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        if (poll(&writable, 1, static_cast<int>(std::max<int64_t>(0, rest.count()))) == 0) {
             return {false, "the listener at " + path + " does not read its uevents"};
         }
     }
@@ -148,10 +161,37 @@ UeventOutcome sendThroughKernel(const std::vector<std::string>& lines) {
 
 }  // namespace
 
+std::string ueventSocketOfProcess() {
+    const char* const path = std::getenv(kSocketVariable);
+    return path != nullptr ? path : "";
+}
+
+void addUeventListener(const std::string& path) {
+    std::lock_guard lock(gListenersLock);
+    ++listeners()[path];
+}
+
+void removeUeventListener(const std::string& path) {
+    std::lock_guard lock(gListenersLock);
+    const auto found = listeners().find(path);
+    if (found != listeners().end() && --found->second == 0) listeners().erase(found);
+}
+
 UeventOutcome sendUeventLines(const std::vector<std::string>& lines) {
-    const char* path = std::getenv(kSocketVariable);
-    if (path != nullptr && path[0] != '\0') return sendToSocket(path, lines);
-    return sendThroughKernel(lines);
+    std::vector<std::string> paths;
+    {
+        std::lock_guard lock(gListenersLock);
+        for (const auto& [path, count] : listeners()) paths.push_back(path);
+    }
+    if (paths.empty()) paths.push_back(ueventSocketOfProcess());
+    const Clock::time_point end = Clock::now() + kSendLimit;
+    UeventOutcome outcome = {true, ""};
+    for (const std::string& path : paths) {
+        const UeventOutcome one =
+            path.empty() ? sendThroughKernel(lines) : sendToSocket(path, lines, end);
+        if (outcome.sent) outcome = one;
+    }
+    return outcome;
 }
 
 UeventOutcome sendUevent(Event event) {

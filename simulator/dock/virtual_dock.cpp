@@ -93,6 +93,10 @@ void VirtualDock::reset() {
         mModel = DockModel();
         mFaults = Faults();
     }
+    endDelays();
+}
+
+void VirtualDock::endDelays() {
     std::lock_guard lock(mDelayLock);
     ++mResets;
     mDelayEnded.notify_all();

@@ -57,6 +57,9 @@ class VirtualDock final : public Endpoint {
     // Restores the initial state, clears all faults, ends all delays. The log stays.
     void reset() EXCLUDES(mLock, mDelayLock);
 
+    // Lets requests that wait for a delay go on.
+    void endDelays() EXCLUDES(mDelayLock);
+
     // The descriptor that becomes readable when a request made an event happen or, while somebody
     // follows the log, was logged. Owned by the dock. clearWake makes it unreadable again and
     // returns the events that came up since, oldest first.

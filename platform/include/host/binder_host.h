@@ -4,6 +4,7 @@
 #pragma once
 
 #include <android/binder_ibinder.h>
+#include <sys/types.h>
 
 #include <string>
 #include <vector>
@@ -13,6 +14,10 @@ namespace android::host {
 // Names of all services whose process is alive, sorted. Empty when there are none or when the
 // run-time folder is refused (the log says why). Connects to none of them.
 std::vector<std::string> listServices();
+
+// The process that serves one of listServices(), as the kernel knows it; 0 when it has ended, or
+// when its number means nothing here (another PID namespace). Does not wait for the process.
+pid_t serverOf(const std::string& name);
 
 // Connects to the socket at `path` and returns its root object with a strong reference, or null
 // (the log says why). Always a session of its own, unlike AServiceManager_checkService. Blocks

@@ -1,4 +1,4 @@
-// SPDsendBidiWithoutLock(LEGACY_INFORMATION, request)-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0
 // The older firmware commands, which address the dock as a whole. They are sent without the request
 // lock and leave the progress record alone.
 #include <string.h>

@@ -9,14 +9,17 @@ import vendor.zorvak.wireless_charger.FirmwareVersion;
  */
 @VintfStability
 parcelable DockInfo {
-    /** Texts with which the dock describes itself; bytes that are not UTF-8 are replaced. */
+    /** First text with which the dock describes itself; what is not UTF-8 is replaced. */
     String infoText0;
+    /** Second text, likewise. */
     String infoText1;
+    /** Third text, likewise. */
     String infoText2;
     /** Not reported by this version: 0. */
     int dockValue;
     /** Whether the dock answers the request for its information. */
     boolean getInfoSupported;
+    /** The firmware that the dock runs. */
     FirmwareVersion firmwareVersion;
     /** The two lowest flag bits, 0 to 3. */
     byte flagBits;

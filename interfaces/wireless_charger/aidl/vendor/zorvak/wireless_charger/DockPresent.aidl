@@ -4,6 +4,7 @@ package vendor.zorvak.wireless_charger;
 /** Whether the phone lies on a dock, and on which one. */
 @VintfStability
 parcelable DockPresent {
+    /** Whether a dock is there; without one every other field has its default. */
     boolean docked;
     /** 0, 1, 2 or 4; 15 unknown or no dock. */
     byte dockKind = 15;

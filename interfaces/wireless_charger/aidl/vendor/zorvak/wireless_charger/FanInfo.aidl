@@ -8,8 +8,10 @@ parcelable FanInfo {
     boolean valid;
     /** 0 to 65535, in the dock's unit. */
     char level;
-    /** Readings of the fan, 0 to 65535 in the dock's units; 0 in the answer of setFan. */
+    /** First reading of the fan, 0 to 65535 in the dock's unit; 0 in the answer of setFan. */
     char fanValue1;
+    /** Second reading, likewise. */
     char fanValue2;
+    /** Third reading, likewise. */
     char fanValue3;
 }

@@ -6,6 +6,7 @@ import vendor.zorvak.wireless_charger.FirmwareVersion;
 /** What a target of the dock takes as firmware, and what it runs now. */
 @VintfStability
 parcelable FwUpdateInfo {
+    /** The target that answers. */
     byte target;
     /** Largest image, in bytes. */
     int maxSize;

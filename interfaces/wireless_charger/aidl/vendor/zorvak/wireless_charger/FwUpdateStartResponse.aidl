@@ -12,5 +12,6 @@ parcelable FwUpdateStartResponse {
      * What the dock already has, in percent; below 0 when the dock reports more than 100 missing.
      */
     int progress;
+    /** The target that answers. */
     byte target;
 }

@@ -8,5 +8,6 @@ parcelable FwUpdateStatus {
     byte status;
     /** As the dock reports it, percent. */
     byte progress;
+    /** The target that answers. */
     byte target;
 }

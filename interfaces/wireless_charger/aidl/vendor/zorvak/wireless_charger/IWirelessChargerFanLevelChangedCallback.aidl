@@ -4,6 +4,10 @@ package vendor.zorvak.wireless_charger;
 /** Told when the dock's fan level changes. */
 @VintfStability
 oneway interface IWirelessChargerFanLevelChangedCallback {
-    /** level is that of getFanLevel. Order and dropping as with IWirelessChargerInfoCallback. */
+    /**
+     * The level has changed. Order and dropping as with IWirelessChargerInfoCallback.
+     *
+     * @param level as getFanLevel gives it.
+     */
     void fanLevelChanged(int level);
 }

@@ -7,8 +7,10 @@ import vendor.zorvak.wireless_charger.AlignInfo;
 @VintfStability
 oneway interface IWirelessChargerInfoCallback {
     /**
-     * Calls arrive one after the other, in the order of the events. A subscriber that does not
-     * read them is dropped and has to register again.
+     * The alignment has changed. Calls arrive one after the other, in the order of the events. A
+     * subscriber that does not read them is dropped and has to register again.
+     *
+     * @param info as getAlignInfo gives it; status 3 when charging has just gone off.
      */
     void alignChanged(in AlignInfo info);
 }

@@ -6,6 +6,10 @@ import vendor.zorvak.wireless_charger.RtxStatusInfo;
 /** Told when reverse transmit changes. */
 @VintfStability
 oneway interface IWirelessChargerRtxStatusCallback {
-    /** Order and dropping as with IWirelessChargerInfoCallback. */
+    /**
+     * The status has changed. Order and dropping as with IWirelessChargerInfoCallback.
+     *
+     * @param info as getRtxInformation gives it.
+     */
     void statusChanged(in RtxStatusInfo info);
 }

@@ -10,8 +10,9 @@ parcelable RtxStatusInfo {
     int prmc;
     /** Whether another device is there. */
     boolean connected;
-    /** Two readings, in thousands of what the charger reports; 0 when not known. */
+    /** First reading, in thousands of what the charger reports; 0 when not known. */
     int readingA;
+    /** Second reading, likewise. */
     int readingB;
     /** Charge level of the other device as it reports it, 0 when not known. */
     int deviceLevel;

@@ -6,7 +6,8 @@ package vendor.zorvak.wireless_charger;
 parcelable UpdateInfo {
     /** Largest image, in bytes. */
     int maxSize;
-    /** Bytes 4 and 5 of the answer; byte 4 is also the top byte of maxSize. */
+    /** Byte 4 of the answer, which is also the top byte of maxSize. */
     byte infoByte4;
+    /** Byte 5 of the answer. */
     byte infoByte5;
 }

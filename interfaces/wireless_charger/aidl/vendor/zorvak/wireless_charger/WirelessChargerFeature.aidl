@@ -8,6 +8,7 @@ package vendor.zorvak.wireless_charger;
 @VintfStability
 @Backing(type="long")
 enum WirelessChargerFeature {
+    /** No feature. */
     NONE = 0,
     /** Charging above the baseline power of the Qi specification. */
     EXTENDED_POWER = 1 << 0,

@@ -10,7 +10,8 @@ parcelable WpcAuthChallengeResponse {
     byte slotPopulatedMask;
     /** Least significant byte of the hash of the chain that was used. */
     byte certChainHashLsb;
-    /** ECDSA signature on P-256, each value 32 bytes, most significant first. */
+    /** First half of the ECDSA signature on P-256: 32 bytes, most significant first. */
     byte[] signatureR;
+    /** Second half, likewise. */
     byte[] signatureS;
 }

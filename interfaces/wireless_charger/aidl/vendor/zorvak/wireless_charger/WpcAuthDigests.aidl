@@ -8,9 +8,12 @@ parcelable WpcAuthDigests {
     byte slotPopulatedMask;
     /** Bit n: the digest of slot n is below. */
     byte digestMask;
-    /** SHA-256 of the chain in slots 0 to 3; zeros where the mask has no bit. */
+    /** SHA-256 of the chain in slot 0; zeros where the mask has no bit. */
     byte[32] digest0;
+    /** The same of slot 1. */
     byte[32] digest1;
+    /** The same of slot 2. */
     byte[32] digest2;
+    /** The same of slot 3. */
     byte[32] digest3;
 }

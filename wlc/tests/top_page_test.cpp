@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "top_page.h"
+
+#include <gmock/gmock.h>
+#include <locale.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "terminal_text.h"
+
+namespace wlc {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr double kNone = NAN;
+
+TEST(Fitted, TextTakesExactlyItsColumns) {
+    ASSERT_NE(nullptr, setlocale(LC_CTYPE, "C.UTF-8"));
+    const struct {
+        const char* text;
+        size_t columns;
+        const char* unicode;
+        const char* ascii;
+    } kCases[] = {
+        {"abc", 3, "abc", "abc"},
+        {"abc", 4, "abc ", "abc "},
+        {"abcd", 3, "ab…", "ab~"},
+        {"a", 0, "", ""},
+        {"31 °C", 6, "31 °C ", "31 C  "},
+        {"é…x", 3, "é…x", "??x"},
+        {"東京", 4, "東京", "??  "},
+        {"東京", 3, "東…", "?? "},
+        {"東京", 2, " …", "??"},
+        {"e\xcc\x81"
+         "a",
+         2,
+         "e\xcc\x81"
+         "a",
+         "e~"},
+        {"\xe6\x9d", 2, "? ", "? "},
+    };
+    for (const auto& [text, columns, unicode, ascii] : kCases) {
+        EXPECT_EQ(unicode, fitted(text, columns, true)) << text;
+        EXPECT_EQ(ascii, fitted(text, columns, false)) << text;
+    }
+}
+
+TEST(Plot, ValuesRiseFromTheBottomAndNoneLeavesAGap) {
+    const Axis axis = {0, 8};
+    EXPECT_THAT(plotRows({kNone, 0, 8, 100}, axis, 3, 1, true), ElementsAre(" ⢀⣿"));
+    EXPECT_THAT(plotRows({0, 1, 2, 3, 4, 5, 6, 8}, axis, 4, 2, true), ElementsAre("  ⣀⣼", "⣠⣾⣿⣿"));
+    EXPECT_THAT(plotRows({0, kNone, 4, 8}, axis, 5, 1, false), ElementsAre(" . :|"));
+    EXPECT_THAT(plotRows({0, 8, 5}, axis, 2, 2, false), ElementsAre("|.", "||"));
+    EXPECT_EQ("x=?. =", alignmentRow({0, 1, 2, 3, kNone, 1}, 6, false));
+    EXPECT_EQ(" x━", alignmentRow({0, kNone, 0, 1}, 3, true));
+}
+
+TEST(Plot, AxesAreRoundAndHoldAllValues) {
+    for (const auto& [value, high] : {std::pair{12000.0, 15000.0},
+                                      {15000, 15000},
+                                      {15001, 20000},
+                                      {7, 8},
+                                      {1, 1},
+                                      {0, 1},
+                                      {-5, 1},
+                                      {2147483647, 3e9}}) {
+        EXPECT_DOUBLE_EQ(high, axisFromZero({kNone, value}).high) << value;
+    }
+    for (const auto& [low, high, axisLow, axisHigh] :
+         {std::array{28.0, 31.0, 20.0, 40.0}, {30, 30, 30, 40}, {-3, 40, -10, 50}}) {
+        const Axis axis = axisAround({high, kNone, low});
+        EXPECT_EQ(axisLow, axis.low);
+        EXPECT_EQ(axisHigh, axis.high);
+    }
+    EXPECT_EQ(1, axisAround({kNone}).high);
+}
+
+TEST(HistoryOfSamples, KeepsTheLatestInTheirSlots) {
+    History history;
+    const auto add = [&](int64_t slot, double value) {
+        Sample sample = emptySample();
+        sample[kPower] = value;
+        history.add(slot, sample);
+    };
+    const auto latest = [&](size_t count) {
+        auto values = history.latest(kPower, count);
+        for (double& value : values) value = std::isnan(value) ? -1 : value;
+        return values;
+    };
+    add(4, 1);
+    EXPECT_THAT(latest(4), ElementsAre(-1, -1, 1, -1));  // 2 to 5
+    add(7, 2);
+    add(7, 3);
+    EXPECT_THAT(latest(4), ElementsAre(1, -1, -1, 3));  // 4 to 7
+    add(8, 4);
+    EXPECT_THAT(latest(4), ElementsAre(-1, 3, 4, -1));  // 6 to 9
+    add(int64_t{1} << 60, 5);
+    EXPECT_EQ(History::kCapacity, history.size());
+    EXPECT_THAT(latest(2), ElementsAre(5, -1));
+}
+
+PollResult answered() {
+    PollResult result;
+    for (const char* name : {"presence", "power", "temperature", "fan"}) {
+        StatusLine line;
+        line.key = line.label = name;
+        line.text =
+            "東京 31 °C, (vendor-defined unit) and more than fits into a narrow terminal \x1b[2J";
+        result.lines.push_back(line);
+    }
+    result.lines[1].json = {{"negotiatedPower", 12000}};
+    result.lines[2].failed = true;
+    return result;
+}
+
+std::string textOf(const Line& line) {
+    std::string text;
+    for (const Span& span : line) text += span.text;
+    return text;
+}
+
+TEST(TopPage, NothingIsWiderOrLongerThanAnyScreen) {
+    ASSERT_NE(nullptr, setlocale(LC_CTYPE, "C.UTF-8"));
+    TopState state(1);
+    for (int i = 0; i < 300; ++i) state.take({"align", Report().field("status", i), {}});
+    PollResult lost;
+    lost.trouble = "service is not running \x1b[2J";
+    for (const PollResult& result : {PollResult(), answered(), lost}) {
+        state.take(result);
+        for (const bool unicode : {true, false}) {
+            for (const size_t rows : {0, 1, 2, 5, 11, 18, 24, 25, 50, 70}) {
+                for (size_t columns = 0; columns <= 220; columns += columns < 60 ? 1 : 9) {
+                    const auto lines = topPage(state, {rows, columns, unicode});
+                    ASSERT_LE(lines.size(), rows);
+                    for (const Line& line : lines) {
+                        const std::string text = textOf(line);
+                        ASSERT_LE(columnsOf(text, unicode), columns) << text;
+                        ASSERT_EQ(std::string::npos, text.find('\x1b'));
+                        ASSERT_TRUE(unicode || std::all_of(text.begin(), text.end(), isprint));
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(TopPage, TellsWhenRequestsBeginAndCeaseToFail) {
+    TopState state(1);
+    const auto take = [&](const char* trouble, bool reconnected) {
+        PollResult result = answered();
+        result.trouble = trouble;
+        result.reconnected = reconnected;
+        if (*trouble != '\0') result.lines.clear();
+        state.take(result);
+        state.take(result);
+    };
+    take("", false);
+    take("service is not running", false);
+    EXPECT_EQ("-", state.lines().at(0).text);
+    EXPECT_TRUE(std::isnan(state.latest()[kPower]));
+    take("", false);
+    EXPECT_EQ(12000, state.latest()[kPower]);
+    std::vector<std::string> texts;
+    for (const auto& entry : state.outcomes()) texts.push_back(entry.text);
+    EXPECT_THAT(texts, ElementsAre("connection: answered again",
+                                   "connection: service is not running", testing::_));
+    EXPECT_EQ(4u, state.timing().polls);
+}
+
+}  // namespace
+}  // namespace wlc
