@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -35,6 +36,10 @@ class VirtualDock final : public Endpoint {
     Recorder& recorder() { return mRecorder; }
 
     // --- what the control socket asks ---
+
+    // Why commands of the control socket are refused; empty: they are not. Set before serving.
+    void refuseCommands(const std::string& why) { mCommandRefusal = why; }
+    const std::string& commandRefusal() const { return mCommandRefusal; }
 
     // Runs `work(DockModel&, nowNs)` under the lock and returns what it returns. It must not call
     // back into the dock.
@@ -85,6 +90,7 @@ class VirtualDock final : public Endpoint {
     void wakeLocked() REQUIRES(mLock);
 
     const int mWakeFd;
+    std::string mCommandRefusal;  // constant while it is served
 
     mutable std::mutex mLock;
     DockModel mModel GUARDED_BY(mLock);

@@ -213,6 +213,21 @@ void addCommands(CLI::App* app, Invocation* invocation) {
 
 // `dockctl trace ...`: about files; no dock is asked.
 void addTraceCommands(CLI::App* app, Invocation* invocation) {
+    CLI::App* const replay =
+        app->add_subcommand("replay", "Be a dock that answers from a trace, until interrupted");
+    auto file = std::make_shared<std::string>();
+    replay->add_option("FILE", *file, "a trace; start the services after this")->required();
+    replay
+        ->add_option("--speed", invocation->speed,
+                     "recorded time divided by replay time; 0: everything at once")
+        ->check(CLI::Range(0.0, 1e9));
+    replay->add_flag("--strict", invocation->strict,
+                     "refuse what is not in the trace; exit code 1 with differences");
+    replay->callback([=] {
+        invocation->words = {*file};
+        invocation->show = Show::kReplay;
+    });
+
     CLI::App* const trace = app->add_subcommand("trace", "Read, compare and mask traces");
     trace->require_subcommand(1);
     const auto add = [&](const char* name, const char* description, size_t files) {

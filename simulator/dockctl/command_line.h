@@ -18,7 +18,8 @@ enum class Show {
     kFollow,
     kText,
     kRun,
-    kTrace
+    kTrace,
+    kReplay
 };
 
 // What one command line asks for.
@@ -28,6 +29,8 @@ struct Invocation {
     std::vector<std::string> words;  // of the control protocol; kRun: the file; kTrace: its
                                      // command and files
     std::string text;                // kText: help or version
+    double speed = 1;                // kReplay
+    bool strict = false;             // kReplay
     bool maskFirmware = false;       // kTrace: mask
 };
 

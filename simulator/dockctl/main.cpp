@@ -15,9 +15,10 @@ int run(const std::vector<std::string>& arguments) {
     try {
         const Invocation invocation = parseArguments(arguments);
         Session session(invocation.json);
-        if (invocation.show == Show::kTrace) {
+        if (invocation.show == Show::kTrace || invocation.show == Show::kReplay) {
             try {
-                return runTrace(invocation);
+                return invocation.show == Show::kTrace ? runTrace(invocation)
+                                                       : runReplay(invocation);
             } catch (const TraceError& error) {
                 return session.report("trace", error.what(), kRefused);
             }

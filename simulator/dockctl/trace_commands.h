@@ -11,6 +11,9 @@ namespace dockctl {
 // cannot be read or written.
 int runTrace(const Invocation& invocation);
 
+// `dockctl replay`: Show::kReplay; until SIGINT or SIGTERM. The same.
+int runReplay(const Invocation& invocation);
+
 class TraceError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
