@@ -40,6 +40,7 @@ uint32_t TraceMatcher::add(const TraceExchange& exchange, const TracePlace& plac
     const uint32_t index = count();
     const uint64_t key = traceKey(exchange.operation, exchange.type, exchange.request);
     const auto [queue, isFirst] = mQueues.try_emplace(key, index, index);
+    const uint32_t previous = queue->second.second;
     if (!isFirst) {
         const auto [first, last] = queue->second;
         if (first == kNone) {
@@ -53,7 +54,14 @@ uint32_t TraceMatcher::add(const TraceExchange& exchange, const TracePlace& plac
         mThreads.try_emplace(exchange.thread, static_cast<uint32_t>(mThreads.size())).first->second;
     if (thread == mLatestOfThread.size()) mLatestOfThread.push_back(0);
     mSimilar.try_emplace({exchange.operation, exchange.type}, index);
-    mEntries.push_back({place, line, kNone, thread, false});
+    // Whose it is cannot be told then: it says nothing about the order within a thread.
+    bool shared = false;
+    if (!isFirst && index > 0) {
+        Entry& before = mEntries[previous];
+        shared = before.shared || before.thread != thread;
+        before.shared = shared;
+    }
+    mEntries.push_back({place, line, kNone, thread, false, shared});
     return index;
 }
 
@@ -69,9 +77,11 @@ TraceMatcher::Found TraceMatcher::find(Operation operation, int32_t type, Bytes 
     Entry& entry = mEntries[found.index];
     queue->second.first = entry.next;
     entry.found = true;
-    uint32_t& latest = mLatestOfThread[entry.thread];
-    found.reordered = found.index + 1 < latest;
-    latest = std::max(latest, found.index + 1);
+    if (!entry.shared) {
+        uint32_t& latest = mLatestOfThread[entry.thread];
+        found.reordered = found.index + 1 < latest;
+        latest = std::max(latest, found.index + 1);
+    }
     while (mFoundInARow < count() && mEntries[mFoundInARow].found) ++mFoundInARow;
     similar->second = found.index;
     return found;

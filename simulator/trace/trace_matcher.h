@@ -66,6 +66,7 @@ class TraceMatcher {
         uint32_t next;    // of the same key
         uint32_t thread;  // numbered in order of appearance
         bool found;
+        bool shared;  // several threads had made such a request
     };
 
     std::vector<Entry> mEntries;
