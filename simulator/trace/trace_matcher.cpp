@@ -54,14 +54,9 @@ uint32_t TraceMatcher::add(const TraceExchange& exchange, const TracePlace& plac
         mThreads.try_emplace(exchange.thread, static_cast<uint32_t>(mThreads.size())).first->second;
     if (thread == mLatestOfThread.size()) mLatestOfThread.push_back(0);
     mSimilar.try_emplace({exchange.operation, exchange.type}, index);
-    // Whose it is cannot be told then: it says nothing about the order within a thread.
-    bool shared = false;
-    if (!isFirst && index > 0) {
-        Entry& before = mEntries[previous];
-        shared = before.shared || before.thread != thread;
-        before.shared = shared;
-    }
-    mEntries.push_back({place, line, kNone, thread, false, shared});
+    if (queue->second.second != previous && mEntries[previous].thread != thread)
+        mShared.insert(key);
+    mEntries.push_back({place, line, kNone, thread, false});
     return index;
 }
 
@@ -77,7 +72,8 @@ TraceMatcher::Found TraceMatcher::find(Operation operation, int32_t type, Bytes 
     Entry& entry = mEntries[found.index];
     queue->second.first = entry.next;
     entry.found = true;
-    if (!entry.shared) {
+    // Whose a shared one is cannot be told: it says nothing about the order within a thread.
+    if (mShared.count(queue->first) == 0) {
         uint32_t& latest = mLatestOfThread[entry.thread];
         found.reordered = found.index + 1 < latest;
         latest = std::max(latest, found.index + 1);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -66,11 +67,11 @@ class TraceMatcher {
         uint32_t next;    // of the same key
         uint32_t thread;  // numbered in order of appearance
         bool found;
-        bool shared;  // several threads had made such a request
     };
 
     std::vector<Entry> mEntries;
     std::unordered_map<uint64_t, std::pair<uint32_t, uint32_t>> mQueues;  // key: first, last
+    std::unordered_set<uint64_t> mShared;  // keys of requests that several threads made
     std::map<std::pair<Operation, int32_t>, uint32_t> mSimilar;
     std::unordered_map<int64_t, uint32_t> mThreads;
     std::vector<uint32_t> mLatestOfThread;  // index + 1; 0: none found
