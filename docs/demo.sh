@@ -6,6 +6,8 @@
 set -euo pipefail
 bin=$(cd "$1" && pwd)
 PATH=$bin:$PATH
+# The requests of two runs are the same, so that recordings of them can be compared.
+nonce=000102030405060708090a0b0c0d0e0f
 instance=vendor.zorvak.wireless_charger.IWirelessCharger/default
 
 ANDROID_HOST_DIR=$(mktemp -d "${TMPDIR:-/tmp}/dock-demo.XXXXXX")
@@ -121,12 +123,12 @@ echo "and this is what wlc watch printed:"
 indent <"$watched"
 
 tell "The dock authenticates itself; a chain under a different root fails"
-show 'The dock is genuine' wlc auth --virtual-dock
-refused 1 'dock authentication failed' wlc auth --virtual-dock --slot 3
+show 'The dock is genuine' wlc auth --virtual-dock --nonce "$nonce"
+refused 1 'dock authentication failed' wlc auth --virtual-dock --nonce "$nonce" --slot 3
 
 tell "New firmware for the dock, sent compressed"
 image=$ANDROID_HOST_DIR/image
-head -c 100000 /dev/urandom >"$image"
+head -c 100000 < <(seq 100000) >"$image"
 head -c 100000 /dev/zero >>"$image"
 show 'done: 200000 bytes, version 2\.1' \
     wlc firmware update "$image" --fw-version 2.1 --compress --reboot

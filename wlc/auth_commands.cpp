@@ -40,6 +40,10 @@ TrustedRoot trustedRoot(const AuthArguments& arguments) {
     }
 }
 
+std::vector<uint8_t> nonceOf(const AuthArguments& arguments) {
+    return arguments.nonce.empty() ? freshNonce() : fromHex(arguments.nonce, "--nonce");
+}
+
 void printDigests(Context& context, const AuthArguments& arguments) {
     context.answerSeconds = Context::kAuthenticationSeconds;
     charger::WpcAuthDigests digests;
@@ -64,7 +68,7 @@ void printCertificate(Context& context, const AuthArguments& arguments) {
 }
 
 void printChallenge(Context& context, const AuthArguments& arguments) {
-    const auto nonce = arguments.nonce.empty() ? freshNonce() : fromHex(arguments.nonce, "--nonce");
+    const auto nonce = nonceOf(arguments);
     context.answerSeconds = Context::kAuthenticationSeconds;
     charger::WpcAuthChallengeResponse response;
     check(context.service()->getWpcAuthChallengeResponse(static_cast<int8_t>(arguments.slot), nonce,
@@ -95,10 +99,18 @@ void addAuthCommands(CLI::App& app, Context& context) {
     auth->add_flag("--virtual-dock", arguments->virtualDock,
                    "Trust the virtual dock's root certificate, whose private keys are public")
         ->excludes(root);
+    auth->add_option("--nonce", arguments->nonce,
+                     "Nonce of 16 bytes; random by default. A fixed one proves nothing, since its "
+                     "answer may be an old one: for recordings to compare")
+        ->type_name("HEX")
+        ->check([](const std::string& hex) {
+            return hex.size() == 2 * kNonceSize ? "" : "a nonce has 16 bytes, 32 hex digits";
+        });
     auth->callback([&context, auth, arguments] {
         if (!auth->get_subcommands().empty()) return;
         context.answerSeconds = Context::kAuthenticationSeconds;
-        authenticate(context, static_cast<uint8_t>(arguments->slot), trustedRoot(*arguments));
+        authenticate(context, static_cast<uint8_t>(arguments->slot), trustedRoot(*arguments),
+                     nonceOf(*arguments));
     });
 
     CLI::App* digests =

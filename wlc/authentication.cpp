@@ -90,7 +90,8 @@ std::vector<uint8_t> readWholeChain(Context& context, uint8_t slot) {
     return chain;
 }
 
-void authenticate(Context& context, uint8_t slot, const TrustedRoot& root) {
+void authenticate(Context& context, uint8_t slot, const TrustedRoot& root,
+                  const std::vector<uint8_t>& nonce) {
     Steps steps(context);
     charger::WpcAuthDigests digests;
     std::vector<uint8_t> bytes;
@@ -137,7 +138,6 @@ void authenticate(Context& context, uint8_t slot, const TrustedRoot& root) {
     }
     charger::WpcAuthChallengeResponse response;
     steps.run("challenge", [&] {
-        const std::vector<uint8_t> nonce = freshNonce();
         check(context.service()->getWpcAuthChallengeResponse(static_cast<int8_t>(slot), nonce,
                                                              &response),
               "challenge");

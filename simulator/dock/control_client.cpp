@@ -79,6 +79,7 @@ void ControlClient::runLines() {
 void ControlClient::runLine(std::string_view line) {
     mLastActive = std::chrono::steady_clock::now();
     if (line.starts_with("exchange ")) return openExchanges(line);
+    if (!mDock->commandRefusal().empty()) return reply(refusal(mDock->commandRefusal()));
     if (line != "log" && line != "follow") {
         reply(runCommand(mDock, line));
         return;

@@ -38,6 +38,10 @@ class VirtualDock final : public Endpoint {
 
     // --- what the control socket asks ---
 
+    // Why commands of the control socket are refused; empty: they are not. Set before serving.
+    void refuseCommands(const std::string& why) { mCommandRefusal = why; }
+    const std::string& commandRefusal() const { return mCommandRefusal; }
+
     // Runs `work(DockModel&, nowNs)` under the lock and returns what it returns. It must not call
     // back into the dock.
     template <typename Work>
@@ -94,6 +98,7 @@ class VirtualDock final : public Endpoint {
     void wakeLocked() REQUIRES(mLock);
 
     const int mWakeFd;
+    std::string mCommandRefusal;  // constant while it is served
 
     mutable std::mutex mLock;
     DockModel mModel GUARDED_BY(mLock);

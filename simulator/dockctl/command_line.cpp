@@ -211,6 +211,44 @@ void addCommands(CLI::App* app, Invocation* invocation) {
     });
 }
 
+// `dockctl trace ...`: about files; no dock is asked.
+void addTraceCommands(CLI::App* app, Invocation* invocation) {
+    CLI::App* const replay =
+        app->add_subcommand("replay", "Be a dock that answers from a trace, until interrupted");
+    auto file = std::make_shared<std::string>();
+    replay->add_option("FILE", *file, "a trace; start the services after this")->required();
+    replay
+        ->add_option("--speed", invocation->speed,
+                     "recorded time divided by replay time; 0: everything at once")
+        ->check(CLI::Range(0.0, 1e9));
+    replay->add_flag("--strict", invocation->strict,
+                     "refuse what is not in the trace; exit code 1 with differences");
+    replay->callback([=] {
+        invocation->words = {*file};
+        invocation->show = Show::kReplay;
+    });
+
+    CLI::App* const trace = app->add_subcommand("trace", "Read, compare and mask traces");
+    trace->require_subcommand(1);
+    const auto add = [&](const char* name, const char* description, size_t files) {
+        CLI::App* const command = trace->add_subcommand(name, description);
+        auto paths = std::make_shared<Words>(2);
+        command->add_option(files == 1 ? "FILE" : "A", (*paths)[0], "a trace")->required();
+        if (files == 2) command->add_option("B", (*paths)[1], "a trace")->required();
+        command->callback([=] {
+            invocation->words = {name, (*paths)[0], (*paths)[1]};
+            invocation->show = Show::kTrace;
+        });
+        return std::pair(command, paths);
+    };
+    add("show", "Show each line, decoded", 1);
+    add("stat", "Count requests, results and durations", 1);
+    add("diff", "Show what B does otherwise than A; exit code 1 when there is something", 2);
+    const auto [mask, paths] = add("mask", "Replace identifiers and secrets", 1);
+    mask->add_option("-o,--output", (*paths)[1], "a new file")->required();
+    mask->add_flag("--firmware", invocation->maskFirmware, "also the bytes of firmware images");
+}
+
 // CLI11's message, or the word that is not a command.
 std::string messageOf(const CLI::ParseError& error, const CLI::App& app, const Words& arguments) {
     if (error.get_name() == "ValidationError") return error.what();
@@ -237,8 +275,10 @@ Invocation parseArguments(std::vector<std::string> arguments) {
     app.require_subcommand(1);
     app.footer(
         "`dockctl COMMAND --help` lists the names and values that a command takes.\n"
-        "Exit codes: 0 done, 1 refused by the dock or output failed, 2 wrong usage, 3 no dock.");
+        "Exit codes: 0 done, 1 refused by the dock, output failed, or a "
+        "trace is damaged or differs, 2 wrong usage, 3 no dock.");
     addCommands(&app, &invocation);
+    addTraceCommands(&app, &invocation);
     cli::addCompletion(app);
     const auto text = [&](std::string shown) {
         invocation.show = Show::kText;

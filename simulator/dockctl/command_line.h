@@ -8,14 +8,30 @@
 namespace dockctl {
 
 // How the reply to a command is shown; kText and kRun are commands of dockctl alone.
-enum class Show { kOutcome, kStatus, kKeys, kValues, kRecording, kLog, kFollow, kText, kRun };
+enum class Show {
+    kOutcome,
+    kStatus,
+    kKeys,
+    kValues,
+    kRecording,
+    kLog,
+    kFollow,
+    kText,
+    kRun,
+    kTrace,
+    kReplay
+};
 
 // What one command line asks for.
 struct Invocation {
     bool json = false;
     Show show = Show::kOutcome;
-    std::vector<std::string> words;  // of the control protocol; kRun: the file
+    std::vector<std::string> words;  // of the control protocol; kRun: the file; kTrace: its
+                                     // command and files
     std::string text;                // kText: help or version
+    double speed = 1;                // kReplay
+    bool strict = false;             // kReplay
+    bool maskFirmware = false;       // kTrace: mask
 };
 
 class UsageError : public std::runtime_error {

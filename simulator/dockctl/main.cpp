@@ -6,6 +6,7 @@
 #include "command_line.h"
 #include "scenario.h"
 #include "session.h"
+#include "trace_commands.h"
 
 namespace dockctl {
 namespace {
@@ -14,6 +15,14 @@ int run(const std::vector<std::string>& arguments) {
     try {
         const Invocation invocation = parseArguments(arguments);
         Session session(invocation.json);
+        if (invocation.show == Show::kTrace || invocation.show == Show::kReplay) {
+            try {
+                return invocation.show == Show::kTrace ? runTrace(invocation)
+                                                       : runReplay(invocation);
+            } catch (const TraceError& error) {
+                return session.report("trace", error.what(), kRefused);
+            }
+        }
         if (invocation.show == Show::kRun) return runScenario(invocation.words[0], &session);
         return session.carryOut(invocation);
     } catch (const UsageError& error) {

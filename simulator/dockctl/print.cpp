@@ -182,4 +182,11 @@ void printLogEntry(const Json& entry) {
     printBytes("got", entry["answer"], entry["answerLength"]);
 }
 
+void printUevent(const Json& entry) {
+    std::string text;
+    for (const Json& line : entry["uevent"]) text += " " + line.get<std::string>();
+    say(stdout, "{:>6} {}  uevent{}\n", entry["number"].dump(), wallClock(entry["wallTimeNs"]),
+        text);
+}
+
 }  // namespace dockctl

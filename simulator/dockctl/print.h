@@ -45,4 +45,7 @@ std::string toText(const Json& json);
 void explainLogEntry(Json* entry);
 void printLogEntry(const Json& entry);
 
+// A line of a trace with a uevent; its member "number" is the line's.
+void printUevent(const Json& entry);
+
 }  // namespace dockctl

@@ -104,6 +104,8 @@ TEST_F(AuthTest, EachStepAlsoRunsSeparately) {
     EXPECT_EQ(64u, answer["signatureR"].get<std::string>().size());
     EXPECT_THAT(wlc("auth challenge").out, HasSubstr("slot populated mask   0, 1, 3\n"));
     EXPECT_EQ(1, wlc("auth challenge --nonce 5555").exitStatus);
+    EXPECT_EQ(2, wlc("auth --virtual-dock --nonce 5555").exitStatus);
+    EXPECT_EQ(0, wlc("auth --virtual-dock --nonce " + nonce).exitStatus);
     EXPECT_EQ(0, wlc("auth certificate --output " + file("chain", "")).exitStatus);
     EXPECT_EQ(1, wlc("auth certificate --output /nonexistent/x").exitStatus);
 }
