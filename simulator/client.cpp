@@ -37,9 +37,10 @@ Connection::Connection(const std::string& path) : mPath(path) {
     if (connect(mFd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         const std::string reason = std::strerror(errno);
         close(mFd);
-        throw NoDock(
-            "no virtual dock at " + mPath + " (" + reason +
-            "); start virtual-dock or the service, and give both the same ANDROID_HOST_DIR");
+        throw NoDock("no virtual dock at " + mPath + " (" + reason +
+                     "); start virtual-dock or the service, with the same $ANDROID_HOST_DIR or "
+                     "$VIRTUAL_DOCK "
+                     "as here");
     }
 }
 

@@ -34,14 +34,15 @@ class DockProcessTest : public testing::Test {
     }
     static Json status() { return Json::parse(Connection().ask("status")); }
 
-    // Starts an update and returns when the dock has got `requests` of its requests.
-    std::unique_ptr<Process> updateUntil(const Words& command, int requests) {
+    // Starts an update and returns when the dock has got so many of its chunks.
+    std::unique_ptr<Process> updateUntil(const Words& command, int chunks) {
         Connection follower;
         follower.ask("follow");
         auto update = std::make_unique<Process>(command);
-        for (int seen = 0; seen < requests;) {
+        follower.waitForLine(std::chrono::seconds(20));
+        for (int seen = 0; seen < chunks;) {
             const Json line = Json::parse(follower.receive());
-            if (line["operation"] == "sendPropRequest" && line["type"] >= 24) ++seen;
+            if (line["operation"] == "sendPropRequest" && line["type"] == 26) ++seen;
         }
         return update;
     }
@@ -58,14 +59,17 @@ class DockProcessTest : public testing::Test {
             Words command = {program("wlc"), "firmware",     "update",
                              image,          "--fw-version", "3." + std::to_string(round)};
             if (round % 2 == 1) command.push_back("--compress");
-            const int requests = 2 + static_cast<int>(random() % kChunks);
-            SCOPED_TRACE("round " + std::to_string(round) + ", " + std::to_string(requests));
-            const auto update = updateUntil(command, requests);
+            const int chunks = 1 + static_cast<int>(random() % kChunks);
+            SCOPED_TRACE("round " + std::to_string(round) + ", chunk " + std::to_string(chunks));
+            Connection().ask("delay sendPropRequest:26 3");
+            const auto update = updateUntil(command, chunks);
             crash();
-            update->wait();
+            Connection().ask("delay sendPropRequest:26 0");
+            const Outcome interrupted = update->wait();
+            if (interrupted.exitStatus == 0) continue;  // the last chunk was not the last request
             command.push_back("--resume");
             const Outcome resumed = run(command);
-            ASSERT_EQ(0, resumed.exitStatus) << resumed.err << update->wait().err;
+            ASSERT_EQ(0, resumed.exitStatus) << resumed.err << interrupted.err;
             ASSERT_EQ(digest, status()["firmware"][0]["executedDigest"]);
         }
     }

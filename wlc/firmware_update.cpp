@@ -227,13 +227,27 @@ class Update {
     void open() {
         const auto previous = mJournal->read();
         if (!mRequest.resume && previous && previous->digest != mDigest) mJournal->remove();
-        // Perhaps still applying what an interrupted update has sent.
-        retried(isBusy, [&] { start(!mRequest.resume); });
+        bool wasBusy = false;
+        retried(isBusy, [&] {
+            if (wasBusy) waitWhileApplying();
+            wasBusy = true;
+            start(!mRequest.resume);
+        });
         if (mRequest.resume && !mResumed) return;
         std::string error;
         if (!mJournal->write({mDigest, mRequest.compress, mAcknowledged, sent().size()}, &error)) {
             mContext.note(
                 "cannot write the transfer journal, so --resume will need --unverified: " + error);
+        }
+    }
+
+    // A dock is busy while it applies what an interrupted update has sent.
+    void waitWhileApplying() {
+        const auto deadline = std::chrono::steady_clock::now() + kApplyLimit;
+        while (std::chrono::steady_clock::now() < deadline) {
+            const ApplyStatus status = mChannel.applyStatus();
+            if (status.state == ApplyStatus::kFailed || status.state == ApplyStatus::kIdle) return;
+            mProgress.pause(kPollInterval);
         }
     }
 

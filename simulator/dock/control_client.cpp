@@ -18,8 +18,8 @@ constexpr size_t kReadSize = 4096;
 
 }  // namespace
 
-ControlClient::ControlClient(int fd, VirtualDock* dock, bool exchanges)
-    : mFd(fd), mDock(dock), mMayExchange(exchanges) {}
+ControlClient::ControlClient(int fd, VirtualDock* dock, const ExchangeServer* exchanges)
+    : mFd(fd), mDock(dock), mExchanges(exchanges) {}
 
 ControlClient::~ControlClient() {
     if (follows()) mDock->removeFollower();
@@ -102,10 +102,13 @@ void ControlClient::openExchanges(std::string_view line) {
     if (!uevents) {
         reply(usageError("this dock speaks version " + std::to_string(wire::kVersion) +
                          " of the exchange protocol"));
-    } else if (!mMayExchange) {
+    } else if (mExchanges == nullptr) {
         reply(
             refusal("this dock lives in a service and serves that one only; start virtual-dock "
                     "before the services"));
+    } else if (!mExchanges->hasRoom()) {
+        reply(refusal("the dock serves " + std::to_string(ExchangeServer::kMaxConnections) +
+                      " connections for exchanges already"));
     } else {
         reply(doneReply());
         mExchangeUevents = uevents;

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "exchange_server.h"
 #include "virtual_dock.h"
 
 namespace virtual_dock {
@@ -19,8 +20,9 @@ class ControlClient {
     static constexpr size_t kMaxLine = 64 * 1024;
     static constexpr size_t kMaxBuffered = 256 * 1024;  // replies waiting, before the last one
 
-    // Takes the descriptor, which must not block. `exchanges`: whether it may ask for them.
-    ControlClient(int fd, VirtualDock* dock, bool exchanges);
+    // Takes the descriptor, which must not block. `exchanges` serves those who ask for exchanges;
+    // null: nobody does.
+    ControlClient(int fd, VirtualDock* dock, const ExchangeServer* exchanges);
     ~ControlClient();
     ControlClient(const ControlClient&) = delete;
     ControlClient& operator=(const ControlClient&) = delete;
@@ -60,7 +62,7 @@ class ControlClient {
 
     android::base::unique_fd mFd;
     VirtualDock* const mDock;
-    const bool mMayExchange;
+    const ExchangeServer* const mExchanges;
     std::optional<std::string> mExchangeUevents;
     std::string mInput;
     std::string mOutput;

@@ -55,7 +55,7 @@ void ControlServer::acceptClient() {
         return;
     }
     if (mClients.size() >= kMaxClients) makeRoom();
-    mClients.push_back(std::make_unique<ControlClient>(fd, mDock, mExchanges != nullptr));
+    mClients.push_back(std::make_unique<ControlClient>(fd, mDock, mExchanges));
 }
 
 void ControlServer::makeRoom() {
@@ -83,8 +83,7 @@ void ControlServer::passOnExchanges(ControlClient* client) {
     const std::string uevents = *client->wantsExchanges();
     if (!mExchanges->serve(client->releaseDescriptor(), uevents)) {
         __android_log_print(ANDROID_LOG_WARN, kLogTag,
-                            "a connection for exchanges was refused: at most %zu at once",
-                            ExchangeServer::kMaxConnections);
+                            "a connection for exchanges was dropped: no thread for it");
     }
 }
 

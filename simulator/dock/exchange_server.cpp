@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -68,6 +69,11 @@ ExchangeServer::~ExchangeServer() {
     const android::base::ScopedLockAssertion assertion(mLock);
     for (const Connection* connection : mConnections) shutdown(connection->fd.get(), SHUT_RDWR);
     while (!mConnections.empty()) mEnded.wait(lock);
+}
+
+bool ExchangeServer::hasRoom() const {
+    std::lock_guard lock(mLock);
+    return mConnections.size() < kMaxConnections;
 }
 
 bool ExchangeServer::serve(android::base::unique_fd fd, const std::string& uevents) {

@@ -34,13 +34,16 @@ class ExchangeServer {
     // connection closed, when there are too many. Does not block; any thread.
     bool serve(android::base::unique_fd connection, const std::string& uevents) EXCLUDES(mLock);
 
+    // Whether it would serve one more.
+    bool hasRoom() const EXCLUDES(mLock);
+
   private:
     struct Connection;
     static void* run(void* connection);
     void serveUntilEnd(const Connection& connection);
 
     Endpoint* const mEndpoint;
-    std::mutex mLock;
+    mutable std::mutex mLock;
     std::condition_variable mEnded;
     std::set<Connection*> mConnections GUARDED_BY(mLock);
 };

@@ -6,8 +6,10 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
 #include <string>
+#include <system_error>
 
 #include "remote_dock.h"
 #include "uevent.h"
@@ -20,6 +22,12 @@ constexpr const char* kLogTag = "virtual-dock";
 
 std::atomic<Endpoint*> gRemote = nullptr;  // null: the dock of this process
 
+// The dock runs in another folder.
+std::string absolute(const std::string& path) {
+    std::error_code ignored;
+    return path.empty() ? path : std::filesystem::absolute(path, ignored).string();
+}
+
 void choose() {
     std::string path;
     std::string problem;
@@ -31,7 +39,7 @@ void choose() {
         path += "/dock";
     }
     // Lives until the process ends, as the dock does.
-    auto* const remote = new RemoteDock(path, ueventSocketOfProcess());
+    auto* const remote = new RemoteDock(path, absolute(ueventSocketOfProcess()));
     const bool connected = !path.empty() && remote->connect(&problem);
     if (!connected && !isNamed) {
         delete remote;

@@ -34,7 +34,7 @@ bool VirtualDock::waitOut(uint32_t delayMs, uint32_t timeLimitMs) {
     std::unique_lock lock(mDelayLock);
     const android::base::ScopedLockAssertion assertion(mDelayLock);
     const uint64_t resets = mResets;
-    while (mResets == resets) {
+    while (mDelays && mResets == resets) {
         if (mDelayEnded.wait_until(lock, end) == std::cv_status::timeout) return !tooLong;
     }
     return true;
@@ -102,10 +102,6 @@ void VirtualDock::reset() {
         mFirmwareState.save(&mModel.firmware);
         mFaults = Faults();
     }
-    endDelays();
-}
-
-void VirtualDock::endDelays() {
     std::lock_guard lock(mDelayLock);
     ++mResets;
     mDelayEnded.notify_all();
@@ -117,6 +113,12 @@ std::vector<Event> VirtualDock::clearWake() {
     eventfd_read(mWakeFd, &ignored);
     mAwake = false;
     return std::exchange(mEvents, {});
+}
+
+void VirtualDock::endDelays() {
+    std::lock_guard lock(mDelayLock);
+    mDelays = false;
+    mDelayEnded.notify_all();
 }
 
 uint64_t VirtualDock::addFollower() {

@@ -70,7 +70,7 @@ class VirtualDock final : public Endpoint {
     // Restores the initial state, clears all faults, ends all delays. The log stays.
     void reset() EXCLUDES(mLock, mDelayLock);
 
-    // Lets requests that wait for a delay go on.
+    // From now on no request waits for a delay. For the end of the process.
     void endDelays() EXCLUDES(mDelayLock);
 
     // The descriptor that becomes readable when a request made an event happen or, while somebody
@@ -112,6 +112,7 @@ class VirtualDock final : public Endpoint {
     std::mutex mDelayLock;
     std::condition_variable mDelayEnded;
     uint64_t mResets GUARDED_BY(mDelayLock) = 0;
+    bool mDelays GUARDED_BY(mDelayLock) = true;
 
     Recorder mRecorder{this};
 };
