@@ -12,13 +12,14 @@ instance=vendor.zorvak.wireless_charger.IWirelessCharger/default
 
 ANDROID_HOST_DIR=$(mktemp -d "${TMPDIR:-/tmp}/dock-demo.XXXXXX")
 export ANDROID_HOST_DIR
-export XDG_STATE_HOME=$ANDROID_HOST_DIR/state
+home=$ANDROID_HOST_DIR
+export XDG_STATE_HOME=$home/state
 uevents="the kernel's netlink socket"
 if [[ -n ${DEMO_UEVENT_SOCKET:-} ]]; then
     export ANDROID_HOST_UEVENT_SOCKET=$ANDROID_HOST_DIR/uevent
     uevents="a datagram socket"
 fi
-log=$ANDROID_HOST_DIR/service.log
+log=$home/service.log
 children=()
 
 cleanup() {
@@ -37,7 +38,7 @@ cleanup() {
         printf '\nthe service said at the end:\n'
         tail -n 20 "$log"
     fi
-    rm -rf "$ANDROID_HOST_DIR"
+    rm -rf "$home"
     ((status)) && printf '\ndemo: something went wrong (%d)\n' "$status"
     exit "$status"
 }
@@ -85,9 +86,14 @@ wait_for() {
     fail "waited 10 s for '$2' in ${1##*/}"
 }
 
+start_service() {
+    vendor.zorvak.wireless_charger-service >>"$log" 2>&1 &
+    service=$!
+    children+=("$service")
+}
+
 tell "The service starts on the virtual dock, in $ANDROID_HOST_DIR"
-vendor.zorvak.wireless_charger-service >"$log" 2>&1 &
-children+=($!)
+start_service
 show '^version +8' wlc --wait 10 version
 show "$instance" service list
 show ': found' service check "$instance"
@@ -136,5 +142,30 @@ show 'version major +2' wlc firmware info
 
 tell "A look inside"
 show 'IWirelessCharger Service:' dumpsys "$instance"
+
+tell "A service is killed during an update; the dock, now a process of its own, remembers"
+export ANDROID_HOST_DIR=$home/second
+mkdir -m 700 "$ANDROID_HOST_DIR"
+if [[ -n ${DEMO_UEVENT_SOCKET:-} ]]; then
+    export ANDROID_HOST_UEVENT_SOCKET=$ANDROID_HOST_DIR/uevent
+fi
+virtual-dock 2>"$home/dock.log" &
+children+=($!)
+wait_for "$home/dock.log" listening 1
+start_service
+show '^version +8' wlc --wait 10 version
+show '' dockctl delay sendPropRequest:26 3
+wlc --json firmware update "$image" --fw-version 2.2 >"$home/progress" 2>&1 &
+updater=$!
+wait_for "$home/progress" '"percent":20' 1
+kill -KILL "$service"
+wait "$updater" && fail "the update ended as if nothing had happened"
+tail -n 1 "$home/progress" | indent
+show '' dockctl delay sendPropRequest:26 0
+start_service
+show 'done: 200000 bytes, version 2\.2' \
+    wlc --wait 10 firmware update "$image" --fw-version 2.2 --resume
+executed_image() { dockctl status | grep '^firmware target 0'; }
+show "executedDigest $(sha256sum "$image" | cut -d ' ' -f 1)" executed_image
 
 tell "Done; nothing is left running"

@@ -37,7 +37,9 @@ int serve(const std::string& stateFolder) {
     ControlListener listener;
     if (!android::host::hostRuntimeDir(&path, &problem)) return complain(problem, kCannotServe);
     path += "/dock";
-    if (!listener.open(path, &problem)) return complain(problem, kCannotServe);
+    if (!listener.open(path, &problem)) {
+        return complain(problem + "; if it lives in a service, stop that first", kCannotServe);
+    }
     VirtualDock& dock = processDock();
     if (!stateFolder.empty() && !dock.keepFirmware(stateFolder, &problem)) {
         return complain(problem, kCannotServe);
