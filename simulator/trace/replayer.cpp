@@ -12,8 +12,6 @@
 namespace virtual_dock {
 namespace {
 
-using Kind = TraceDifference::Kind;
-
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 
 std::chrono::steady_clock::time_point toTimePoint(int64_t momentNs) {
@@ -70,7 +68,7 @@ int64_t Replayer::scaled(int64_t nanoseconds) const {
 Outcome Replayer::exchange(const Exchange& exchange) {
     const int64_t nowNs = TraceMoment::now().timeNs;
     // An answer may overwrite it.
-    TraceDifference difference{.kind = Kind::kUnexpected,
+    TraceDifference difference{.kind = TraceDifference::Kind::kUnexpected,
                                .operation = exchange.operation,
                                .type = exchange.type,
                                .request = {exchange.request.begin(), exchange.request.end()}};
@@ -87,7 +85,7 @@ Outcome Replayer::exchange(const Exchange& exchange) {
         if (mMatcher.foundInARow() != before) mProgressNs = nowNs;
         uint32_t index = found.index;
         if (index != TraceMatcher::kNone) {
-            difference.kind = Kind::kReordered;
+            difference.kind = TraceDifference::Kind::kReordered;
             difference.line = mMatcher.line(index);
             differs = found.reordered;
         } else {
@@ -177,7 +175,7 @@ std::vector<TraceDifference> Replayer::differences() const {
         if (!mReader.readAt(mMatcher.place(index), &entry)) continue;
         auto* const recorded = std::get_if<TraceExchange>(&entry);
         if (recorded == nullptr) continue;
-        all.push_back({.kind = Kind::kMissing,
+        all.push_back({.kind = TraceDifference::Kind::kMissing,
                        .line = mMatcher.line(index),
                        .operation = recorded->operation,
                        .type = recorded->type,
