@@ -211,16 +211,20 @@ void addCommands(CLI::App* app, Invocation* invocation) {
     });
 }
 
+void addSpeed(CLI::App* command, Invocation* invocation) {
+    command
+        ->add_option("--speed", invocation->speed,
+                     "recorded time divided by replay time; 0: everything at once")
+        ->check(CLI::Range(0.0, 1e9));
+}
+
 // `dockctl trace ...`: about files; no dock is asked.
 void addTraceCommands(CLI::App* app, Invocation* invocation) {
     CLI::App* const replay =
         app->add_subcommand("replay", "Be a dock that answers from a trace, until interrupted");
     auto file = std::make_shared<std::string>();
     replay->add_option("FILE", *file, "a trace; start the services after this")->required();
-    replay
-        ->add_option("--speed", invocation->speed,
-                     "recorded time divided by replay time; 0: everything at once")
-        ->check(CLI::Range(0.0, 1e9));
+    addSpeed(replay, invocation);
     replay->add_flag("--strict", invocation->strict,
                      "refuse what is not in the trace; exit code 1 with differences");
     replay->callback([=] {
@@ -247,6 +251,21 @@ void addTraceCommands(CLI::App* app, Invocation* invocation) {
     const auto [mask, paths] = add("mask", "Replace identifiers and secrets", 1);
     mask->add_option("-o,--output", (*paths)[1], "a new file")->required();
     mask->add_flag("--firmware", invocation->maskFirmware, "also the bytes of firmware images");
+
+    CLI::App* const check = trace->add_subcommand(
+        "check", "Run a command with a service on the replayed dock; exit code 1 with differences");
+    auto words = std::make_shared<Words>();
+    check->add_option("FILE", *file, "a trace")->required();
+    check->add_option("COMMAND", *words, "after --: the clients, as they were recorded")
+        ->required();
+    addSpeed(check, invocation);
+    check->add_option("--service", invocation->service,
+                      "the service's program; by default the one beside dockctl");
+    check->callback([=] {
+        invocation->words = {*file};
+        invocation->words.insert(invocation->words.end(), words->begin(), words->end());
+        invocation->show = Show::kCheck;
+    });
 }
 
 // CLI11's message, or the word that is not a command.

@@ -19,7 +19,8 @@ enum class Show {
     kText,
     kRun,
     kTrace,
-    kReplay
+    kReplay,
+    kCheck
 };
 
 // What one command line asks for.
@@ -29,8 +30,9 @@ struct Invocation {
     std::vector<std::string> words;  // of the control protocol; kRun: the file; kTrace: its
                                      // command and files
     std::string text;                // kText: help or version
-    double speed = 1;                // kReplay
+    double speed = 1;                // kReplay, kCheck
     bool strict = false;             // kReplay
+    std::string service;             // kCheck: its program; "": the one beside dockctl
     bool maskFirmware = false;       // kTrace: mask
 };
 

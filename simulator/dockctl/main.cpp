@@ -15,16 +15,22 @@ int run(const std::vector<std::string>& arguments) {
     try {
         const Invocation invocation = parseArguments(arguments);
         Session session(invocation.json);
-        if (invocation.show == Show::kTrace || invocation.show == Show::kReplay) {
-            try {
-                return invocation.show == Show::kTrace ? runTrace(invocation)
-                                                       : runReplay(invocation);
-            } catch (const TraceError& error) {
-                return session.report("trace", error.what(), kRefused);
+        try {
+            switch (invocation.show) {
+                case Show::kTrace:
+                    return runTrace(invocation);
+                case Show::kReplay:
+                    return runReplay(invocation);
+                case Show::kCheck:
+                    return runCheck(invocation);
+                case Show::kRun:
+                    return runScenario(invocation.words[0], &session);
+                default:
+                    return session.carryOut(invocation);
             }
+        } catch (const TraceError& error) {
+            return session.report("trace", error.what(), kRefused);
         }
-        if (invocation.show == Show::kRun) return runScenario(invocation.words[0], &session);
-        return session.carryOut(invocation);
     } catch (const UsageError& error) {
         const bool json = !arguments.empty() && arguments[0] == "--json";
         return Session(json).report("usage", error.what(), kUsage);

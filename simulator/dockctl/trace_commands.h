@@ -14,6 +14,9 @@ int runTrace(const Invocation& invocation);
 // `dockctl replay`: Show::kReplay; until SIGINT or SIGTERM. The same.
 int runReplay(const Invocation& invocation);
 
+// `dockctl trace check`: Show::kCheck. The same; starts processes, and leaves none behind.
+int runCheck(const Invocation& invocation);
+
 class TraceError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;

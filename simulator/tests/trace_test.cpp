@@ -264,7 +264,6 @@ TEST_F(TraceTest, DockctlComparesAndMasksAndTheMaskedTraceReplays) {
     EXPECT_NE(text.find(R"("request":"0003303032")"), std::string::npos) << text;
 
     EXPECT_EQ(dockctl({"diff", path, path}).exitStatus, 0);
-    EXPECT_EQ(dockctl({"diff", EXAMPLE_TRACE, EXAMPLE_TRACE}).exitStatus, 0);
     const auto differing = dockctl({"diff", path, masked});
     EXPECT_EQ(differing.exitStatus, 1);
     EXPECT_NE(differing.out.find("changed: sendBidiRequest:18"), std::string::npos);
@@ -280,6 +279,25 @@ TEST_F(TraceTest, DockctlComparesAndMasksAndTheMaskedTraceReplays) {
     Replayer replayer({.speed = 0, .strict = true}, nullptr);
     load(&replayer, masked);
     EXPECT_EQ(ask(&replayer, {0, 8, 1, 0, 0, 0, 0xA5, 0xA5, 0xA5, 0xA5}, 18), 8);
+}
+
+// The commands that docs/example.trace was recorded with, and others.
+TEST(TraceCheckTest, ServiceAsksWhatIsInTheTraceOrTheDifferencesAreNamed) {
+    const auto check = [](const std::string& commands) {
+        return test_support::run({DOCKCTL_PATH, "trace", "check", EXAMPLE_TRACE, "--", "/bin/sh",
+                                  "-c", "PATH=\"${0%/*}:$PATH\"; " + commands, DOCKCTL_PATH});
+    };
+    const auto same =
+        check("wlc fan set 2 manual 80 && wlc fan get 2 && wlc presence && wlc power");
+    EXPECT_EQ(same.exitStatus, 0) << same.out << same.err;
+    EXPECT_NE(same.err.find("9 of 9 exchanges, 1 of 1 uevents"), std::string::npos) << same.err;
+
+    const auto other = check("wlc fan set 3 manual 80; wlc fan get 2; exit 7");
+    EXPECT_EQ(other.exitStatus, 1);
+    EXPECT_NE(other.out.find("changed: sendBidiRequest:12  set fan 3"), std::string::npos);
+    EXPECT_NE(other.out.find("missing: getWlcInfo:2"), std::string::npos) << other.out;
+    EXPECT_NE(other.err.find("ended with 7"), std::string::npos) << other.err;
+    EXPECT_TRUE(test_support::hasNoChildren());
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <deque>
 #include <limits>
 #include <utility>
 
@@ -11,6 +12,9 @@
 
 namespace virtual_dock {
 namespace {
+
+// How many exchanges may end before the line of a uevent that came before them is written.
+constexpr size_t kLateLines = 64;
 
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 
@@ -42,18 +46,25 @@ bool Replayer::open(const std::string& path, std::string* problem, std::string* 
     std::lock_guard lock(mLock);
     TraceEntry entry;
     int64_t firstNs = -1;
-    int64_t previousNs = 0;
+    // When the latest exchanges began.
+    std::deque<int64_t> begins;
     while (mReader.next(&entry)) {
         const int64_t timeNs = std::visit([](const auto& each) { return each.timeNs; }, entry);
-        if (firstNs < 0) previousNs = firstNs = timeNs;
+        if (firstNs < 0) firstNs = timeNs;
         if (const auto* exchange = std::get_if<TraceExchange>(&entry)) {
             mMatcher.add(*exchange, mReader.place(), mReader.line());
+            begins.push_back(timeNs);
+            if (begins.size() > kLateLines) begins.pop_front();
         } else {
-            mUevents.push_back({mReader.place(), mMatcher.count(),
+            // Exchanges that it caused may stand before it.
+            size_t later = 0;
+            while (later < begins.size() && begins[begins.size() - 1 - later] > timeNs) ++later;
+            const int64_t previousNs =
+                later < begins.size() ? begins[begins.size() - 1 - later] : firstNs;
+            mUevents.push_back({mReader.place(), mMatcher.count() - static_cast<uint32_t>(later),
                                 std::max<int64_t>(timeNs - previousNs, 0),
                                 std::max<int64_t>(timeNs - firstNs, 0)});
         }
-        previousNs = timeNs;
     }
     *warning = mReader.problem();
     return true;
