@@ -47,15 +47,6 @@ bool receive(int fd, Request* request) {
     return size == wanted;
 }
 
-// A library that does not read has one answer to wait for, which fits into the socket.
-bool sendAll(int fd, const uint8_t* bytes, size_t size) {
-    ssize_t count = 0;
-    do {
-        count = send(fd, bytes, size, MSG_NOSIGNAL);
-    } while (count < 0 && errno == EINTR);
-    return count == static_cast<ssize_t>(size);
-}
-
 }  // namespace
 
 struct ExchangeServer::Connection {
@@ -127,7 +118,9 @@ void ExchangeServer::serveUntilEnd(const Connection& connection) {
         const size_t length = answered ? std::min<size_t>(outcome.length, header.capacity) : 0;
         const wire::AnswerHeader answerHeader = {outcome.result, static_cast<uint32_t>(length)};
         std::memcpy(answer.data(), &answerHeader, sizeof(answerHeader));
-        if (!sendAll(connection.fd.get(), answer.data(), sizeof(answerHeader) + length)) return;
+        if (!wire::sendAll(connection.fd.get(), answer.data(), sizeof(answerHeader) + length)) {
+            return;
+        }
     }
 }
 

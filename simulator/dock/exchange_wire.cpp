@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange_wire.h"
 
+#include <sys/socket.h>
+
+#include <cerrno>
+
 #include "words.h"
 
 namespace virtual_dock::wire {
@@ -13,6 +17,14 @@ std::string command() {
 }
 
 }  // namespace
+
+bool sendAll(int fd, const void* bytes, size_t size) {
+    ssize_t count = 0;
+    do {
+        count = send(fd, bytes, size, MSG_NOSIGNAL);
+    } while (count < 0 && errno == EINTR);
+    return count == static_cast<ssize_t>(size);
+}
 
 std::string openingLine(const std::string& uevents) {
     if (uevents.empty()) return command();

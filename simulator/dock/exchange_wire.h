@@ -37,6 +37,10 @@ struct AnswerHeader {
 };
 static_assert(sizeof(AnswerHeader) == 8);
 
+// Sends all of it; false when the connection has ended. A message fits into the socket, since each
+// side waits for the other's.
+[[nodiscard]] bool sendAll(int fd, const void* bytes, size_t size);
+
 // The line that opens a connection; `uevents` is a path or "".
 std::string openingLine(const std::string& uevents);
 

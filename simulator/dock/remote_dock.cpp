@@ -27,14 +27,6 @@ std::string failure(const std::string& what) {
     return what + ": " + std::strerror(errno);
 }
 
-bool sendAll(int fd, const void* bytes, size_t size) {
-    ssize_t count = 0;
-    do {
-        count = send(fd, bytes, size, MSG_NOSIGNAL);
-    } while (count < 0 && errno == EINTR);
-    return count == static_cast<ssize_t>(size);
-}
-
 // Reads exactly `size` bytes; with one call when they are there.
 bool receiveAll(int fd, void* bytes, size_t size) {
     auto* at = static_cast<uint8_t*>(bytes);
@@ -75,7 +67,7 @@ bool exchangeOn(int fd, const Exchange& exchange, bool* sent, Outcome* outcome) 
     if (header.length > 0) {
         std::memcpy(message.data() + sizeof(header), exchange.request.data(), header.length);
     }
-    *sent = sendAll(fd, message.data(), sizeof(header) + header.length);
+    *sent = wire::sendAll(fd, message.data(), sizeof(header) + header.length);
     if (!*sent) return false;
 
     std::array<uint8_t, sizeof(wire::AnswerHeader) + wire::kMaxAnswer> answer;
@@ -121,7 +113,7 @@ unique_fd RemoteDock::open(std::string* problem) const {
     }
     setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &kOpeningLimit, sizeof(kOpeningLimit));
     const std::string line = wire::openingLine(mUevents) + "\n";
-    if (!sendAll(fd.get(), line.data(), line.size()) || receiveLine(fd.get()) != kOpened) {
+    if (!wire::sendAll(fd.get(), line.data(), line.size()) || receiveLine(fd.get()) != kOpened) {
         *problem = "the dock at " + mPath + " serves its own process only";
         return {};
     }
