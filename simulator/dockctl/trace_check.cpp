@@ -67,7 +67,8 @@ class TemporaryFolder {
     std::string mPath;
 };
 
-// A program; it is killed with this object and with the process.
+// A program with an empty standard input, in a process group of its own. The group is killed with
+// this object, the program also with the process.
 class Child {
   public:
     // With an `output` file for what it prints; without one it has ours.
@@ -78,11 +79,17 @@ class Child {
         const pid_t parent = getpid();
         mPid = fork();
         if (mPid < 0) throw TraceError("cannot start " + command[0]);
-        if (mPid > 0) return;
+        if (mPid > 0) {
+            setpgid(mPid, mPid);  // whoever comes first
+            return;
+        }
         sigset_t none;
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
+        setpgid(0, 0);
+        const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (empty < 0 || dup2(empty, 0) < 0) _exit(127);
         if (getppid() != parent) _exit(127);
         if (!output.empty()) {
             const int file = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
@@ -93,7 +100,7 @@ class Child {
     }
     ~Child() {
         if (mPid < 0) return;
-        kill(mPid, SIGKILL);
+        kill(-mPid, SIGKILL);
         waitpid(mPid, nullptr, 0);
     }
     Child(const Child&) = delete;
@@ -131,18 +138,23 @@ std::string serviceProgram(const std::string& given) {
     return std::filesystem::exists(beside, ignored) ? beside.string() : kService;
 }
 
+[[noreturn]] void throwWithLog(const std::string& problem, const std::string& folder) {
+    std::ostringstream log;
+    log << std::ifstream(folder + "/service.log").rdbuf();
+    throw TraceError(problem + "; its log:\n" + log.str());
+}
+
+void throwIfEnded(Child* service, const std::string& folder) {
+    int status = 0;
+    if (!service->hasEnded(&status)) return;
+    throwWithLog("the service ended with " + std::to_string(status), folder);
+}
+
 void waitUntilRegistered(Child* service, const std::string& folder) {
     const Clock::time_point end = Clock::now() + kStartLimit;
-    int status = 0;
     while (!accepts(folder + kSocket)) {
-        const bool ended = service->hasEnded(&status);
-        if (ended || Clock::now() > end) {
-            std::ostringstream log;
-            log << std::ifstream(folder + "/service.log").rdbuf();
-            throw TraceError((ended ? "the service ended with " + std::to_string(status)
-                                    : "the service does not register") +
-                             "; its log:\n" + log.str());
-        }
+        throwIfEnded(service, folder);
+        if (Clock::now() > end) throwWithLog("the service does not register", folder);
         passTime();
     }
 }
@@ -187,6 +199,7 @@ int runCheck(const Invocation& invocation) {
         waitUntilRegistered(&service, folder.path());
         status = runCommand({invocation.words.begin() + 1, invocation.words.end()});
         waitUntilQuiet(dock);
+        throwIfEnded(&service, folder.path());
     } catch (const TraceError& error) {
         problem = error.what();
     } catch (const Interrupted&) {
