@@ -31,7 +31,7 @@ constexpr std::chrono::seconds kStartLimit(30);
 // What the command set off may go on for a moment.
 constexpr std::chrono::seconds kQuiet(2);
 
-// SIGINT and SIGTERM wait in the kernel until `interrupted` asks for them.
+// Blocked everywhere; passTime takes them.
 sigset_t endSignals() {
     sigset_t set;
     sigemptyset(&set);
@@ -176,7 +176,12 @@ int runCommand(const std::vector<std::string>& words) {
     Child command(words);
     int status = 0;
     while (!command.hasEnded(&status)) passTime();
-    if (status != 0) say(stderr, "dockctl: {} ended with {}\n", words[0], status);
+    if (status == 127) {
+        say(stderr, "dockctl: {} ended with 127: not found, or it did not find a program\n",
+            words[0]);
+    } else if (status != 0) {
+        say(stderr, "dockctl: {} ended with {}\n", words[0], status);
+    }
     return status;
 }
 
