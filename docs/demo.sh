@@ -3,6 +3,8 @@
 # docs/demo.sh BIN: the service on the virtual dock in a folder of its own, real calls from other
 # processes, and a check of what each of them shows. Leaves nothing running and nothing behind.
 # DEMO_UEVENT_SOCKET=1 for users to whom the kernel's uevents are closed. `./dev demo` does it all.
+# DEMO_RECORD=FOLDER records a trace of each dock there. With DEMO_REPLAY=FOLDER such traces take the
+# docks' place, and whatever the services ask otherwise makes it fail.
 set -euo pipefail
 bin=$(cd "$1" && pwd)
 PATH=$bin:$PATH
@@ -21,6 +23,8 @@ if [[ -n ${DEMO_UEVENT_SOCKET:-} ]]; then
 fi
 log=$home/service.log
 children=()
+record=${DEMO_RECORD:-}
+replay=${DEMO_REPLAY:-}
 
 cleanup() {
     local status=$? pid
@@ -86,15 +90,52 @@ wait_for() {
     fail "waited 10 s for '$2' in ${1##*/}"
 }
 
+# start COMMAND...: in the background; $! is its process, until it is ended here or by stop.
+start() {
+    "$@" &
+    children+=($!)
+}
+
+# stop [-SIGNAL] PID: fails when the process fails.
+stop() {
+    local pid=${*: -1} each left=() status=0
+    kill "$@"
+    # The shell's own word about a killed process would stand in the middle of ours.
+    wait "$pid" 2>/dev/null || status=$?
+    for each in "${children[@]}"; do [[ $each == "$pid" ]] || left+=("$each"); done
+    children=("${left[@]}")
+    return "$status"
+}
+
 start_service() {
-    vendor.zorvak.wireless_charger-service >>"$log" 2>&1 &
+    start vendor.zorvak.wireless_charger-service >>"$log" 2>&1
     service=$!
-    children+=("$service")
+}
+
+# at_dock EXPECTED COMMAND...: show, for what a replayed dock does by itself or does not know.
+at_dock() { [[ -n $replay ]] || show "$@"; }
+
+# record_dock NAME, replay_dock NAME: from here on, when that was asked for; until end_trace.
+record_dock() { [[ -z $record ]] || dockctl record "$record/$1.trace"; }
+replay_dock() {
+    [[ -n $replay ]] || return 0
+    start dockctl replay --strict "$replay/$1.trace" >"$home/replay" 2>&1
+    replayed=$!
+    wait_for "$home/replay" 'replaying at' 1
+}
+end_trace() {
+    [[ -z $record ]] || show ' lines' dockctl record stop
+    [[ -n $replay ]] || return 0
+    stop "$replayed" && return
+    cat "$home/replay"
+    fail "the services did not ask what is in the trace"
 }
 
 tell "The service starts on the virtual dock, in $ANDROID_HOST_DIR"
+replay_dock first
 start_service
 show '^version +8' wlc --wait 10 version
+record_dock first
 show "$instance" service list
 show ': found' service check "$instance"
 
@@ -102,29 +143,27 @@ tell "Another process asks about fans, and the dock answers"
 show '^ +7  yes' wlc fan list
 show '^level +80$' wlc fan set 2 manual 80
 show '"fan":2,"valid":true,"level":80' wlc --json fan get 2
-show '0f ?0a ?50 ?00' dockctl log
+at_dock '0f ?0a ?50 ?00' dockctl log
 refused 1 'error 1 ' wlc fan get 8
 show '^presence +on a dock' wlc status
 
 tell "Something happens at the dock: uevents come through $uevents, subscribers are called"
 watched=$ANDROID_HOST_DIR/watched
-wlc watch --timeout 60 >"$watched" 2>&1 &
+start wlc watch --initial --timeout 60 >"$watched" 2>&1
 watcher=$!
-children+=("$watcher")
-wait_for "$watched" '^watching' 1
-show '' dockctl align 0
+wait_for "$watched" ' fan +initial yes' 1
+at_dock '' dockctl align 0
 wait_for "$watched" ' align +status 0' 1
-show '' dockctl fan-level 3
-wait_for "$watched" ' fan +level 3' 1
-show '' dockctl rtx connect
-wait_for "$watched" ' rtx .*connected yes' 1
-show '' dockctl remove
+at_dock '' dockctl fan-level 4
+wait_for "$watched" ' fan +level 4' 1
+at_dock '' dockctl rtx connect
+wait_for "$watched" ' rtx +mode .*connected yes' 1
+at_dock '' dockctl remove
 wait_for "$watched" ' align +status 3' 1
-show '' dockctl place
+at_dock '' dockctl place
+wait_for "$watched" ' align +status 0' 2
 show '^1$' getprop vendor.wlcservice.start
-kill "$watcher"
-wait "$watcher" || fail "wlc watch ended with $?"
-children=("${children[0]}")
+stop "$watcher" || fail "wlc watch ended with $?"
 echo "and this is what wlc watch printed:"
 indent <"$watched"
 
@@ -138,10 +177,13 @@ head -c 100000 < <(seq 100000) >"$image"
 head -c 100000 /dev/zero >>"$image"
 show 'done: 200000 bytes, version 2\.1' \
     wlc firmware update "$image" --fw-version 2.1 --compress --reboot
+# Until the service has heard that the dock went and came back.
+sleep 0.5
 show 'version major +2' wlc firmware info
 
 tell "A look inside"
 show 'IWirelessCharger Service:' dumpsys "$instance"
+end_trace
 
 tell "A service is killed during an update; the dock, now a process of its own, remembers"
 export ANDROID_HOST_DIR=$home/second
@@ -149,23 +191,29 @@ mkdir -m 700 "$ANDROID_HOST_DIR"
 if [[ -n ${DEMO_UEVENT_SOCKET:-} ]]; then
     export ANDROID_HOST_UEVENT_SOCKET=$ANDROID_HOST_DIR/uevent
 fi
-virtual-dock 2>"$home/dock.log" &
-children+=($!)
-wait_for "$home/dock.log" listening 1
+if [[ -z $replay ]]; then
+    start virtual-dock 2>"$home/dock.log"
+    wait_for "$home/dock.log" listening 1
+fi
+replay_dock second
+record_dock second
 start_service
 show '^version +8' wlc --wait 10 version
-show '' dockctl delay sendPropRequest:26 3
-wlc --json firmware update "$image" --fw-version 2.2 >"$home/progress" 2>&1 &
+at_dock '' dockctl delay sendPropRequest:26 2000 1 200
+start wlc --json firmware update "$image" --fw-version 2.2 >"$home/progress" 2>&1
 updater=$!
 wait_for "$home/progress" '"percent":20' 1
-kill -KILL "$service"
+stop -KILL "$service" || true
 wait "$updater" && fail "the update ended as if nothing had happened"
+echo "and this is how its update ended:"
 tail -n 1 "$home/progress" | indent
-show '' dockctl delay sendPropRequest:26 0
+# Until the dock has the chunk that it held back.
+sleep 2
 start_service
 show 'done: 200000 bytes, version 2\.2' \
     wlc --wait 10 firmware update "$image" --fw-version 2.2 --resume
 executed_image() { dockctl status | grep '^firmware target 0'; }
-show "executedDigest $(sha256sum "$image" | cut -d ' ' -f 1)" executed_image
+at_dock "executedDigest $(sha256sum "$image" | cut -d ' ' -f 1)" executed_image
+end_trace
 
 tell "Done; nothing is left running"

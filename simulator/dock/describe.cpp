@@ -90,6 +90,7 @@ Json faultsJson(const Faults& faults) {
         if (fault.kind == Fault::Kind::kDelay) json["delayMs"] = fault.delayMs;
         if (fault.kind == Fault::Kind::kAnswer) json["answer"] = hexJson(fault.answer);
         if (fault.remaining) json["remaining"] = *fault.remaining;
+        if (fault.skipped > 0) json["after"] = fault.skipped;
         list.push_back(std::move(json));
     }
     return list;

@@ -69,6 +69,11 @@ std::string setFault(VirtualDock* dock, const std::vector<std::string>& words) {
         if (!count) return usageError("\"" + words[3] + "\" is not a count of 1 or more");
         fault.remaining = static_cast<uint32_t>(*count);
     }
+    if (words.size() > 4) {
+        const auto skipped = parseNumber(words[4], 0, std::numeric_limits<uint32_t>::max());
+        if (!skipped) return usageError("\"" + words[4] + "\" is not a number of requests");
+        fault.skipped = static_cast<uint32_t>(*skipped);
+    }
     const bool done = dock->withFaults([&](Faults& faults) {
         if (!clears) return faults.set(std::move(fault));
         faults.clear(fault.operation, fault.type, fault.kind);

@@ -28,25 +28,28 @@ Fault* Faults::find(Operation operation, int32_t type, Fault::Kind kind) {
     return found;
 }
 
-void Faults::use(Fault* fault) {
-    if (!fault->remaining || --*fault->remaining > 0) return;
+std::optional<Fault> Faults::use(Operation operation, int32_t type, Fault::Kind kind) {
+    Fault* const fault = find(operation, type, kind);
+    if (fault == nullptr) return std::nullopt;
+    if (fault->skipped > 0) {
+        --fault->skipped;
+        return std::nullopt;
+    }
+    if (!fault->remaining || --*fault->remaining > 0) return *fault;
+    Fault last = std::move(*fault);
     mFaults.erase(mFaults.begin() + (fault - mFaults.data()));
+    return last;
 }
 
 FaultOutcome Faults::take(Operation operation, int32_t type) {
     FaultOutcome outcome;
-    if (Fault* delay = find(operation, type, Fault::Kind::kDelay)) {
+    if (const auto delay = use(operation, type, Fault::Kind::kDelay)) {
         outcome.delayMs = delay->delayMs;
-        use(delay);
     }
-    if (Fault* fail = find(operation, type, Fault::Kind::kFail)) {
+    if (const auto fail = use(operation, type, Fault::Kind::kFail)) {
         outcome.result = fail->result;
-        use(fail);
-        return outcome;
-    }
-    if (Fault* answer = find(operation, type, Fault::Kind::kAnswer)) {
-        outcome.answer = answer->answer;
-        use(answer);
+    } else if (auto answer = use(operation, type, Fault::Kind::kAnswer)) {
+        outcome.answer = std::move(answer->answer);
     }
     return outcome;
 }

@@ -20,6 +20,7 @@ struct Fault {
     uint32_t delayMs = 0;               // kDelay
     std::vector<uint8_t> answer;        // kAnswer: sent instead of the dock's own
     std::optional<uint32_t> remaining;  // requests it still applies to; absent: until cleared
+    uint32_t skipped = 0;               // requests that it leaves alone before that
 };
 
 // What the faults do to one request.
@@ -49,7 +50,8 @@ class Faults {
 
   private:
     Fault* find(Operation operation, int32_t type, Fault::Kind kind);
-    void use(Fault* fault);
+    // The fault that applies to this request, if any.
+    std::optional<Fault> use(Operation operation, int32_t type, Fault::Kind kind);
 
     std::vector<Fault> mFaults;
 };

@@ -50,7 +50,8 @@ UeventOutcome notSent(const std::string& what, int error) {
     return {false, what + ": " + std::strerror(error)};
 }
 
-// Recorders hear the kernel's uevents themselves; of the others only the sender knows.
+// Recorders hear the kernel's uevents themselves, and need to know only when they were sent; of the
+// others only the sender knows.
 void tellRecorders(const TraceMoment& sent, std::string_view message) {
     processDock().recorder().recordUevent(sent, message);
     if (dockRecorderUevent != nullptr) dockRecorderUevent(&sent, message.data(), message.size());
@@ -111,6 +112,7 @@ UeventOutcome writeUevent(const std::string& path, const std::string& text) {
                            kSocketVariable + " naming a socket path instead"};
     }
     if (file < 0) return notSent("cannot open " + path, errno);
+    tellRecorders(TraceMoment::now(), {});
     if (write(file.get(), text.data(), text.size()) < 0) {
         return notSent("the kernel does not take '" + text + "'", errno);
     }

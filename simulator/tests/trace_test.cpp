@@ -197,6 +197,13 @@ TEST_F(TraceTest, UeventsWaitForWhatIsBeforeThem) {
     EXPECT_EQ(sent, (std::vector<std::string>{"SOURCE=WLC", "SOURCE=RTX"}));
 }
 
+// As the kernel sends it for an interface of that name.
+TEST(ResentLinesTest, SourceInAnInterfaceNameGoesFirst) {
+    EXPECT_EQ(resentLines({"change@/devices/virtual/net/SOURCE=WLC_OFF", "ACTION=change",
+                           "SYNTH_ARG_DRIVER=p9221", "INTERFACE=SOURCE=WLC_OFF", "SEQNUM=1"}),
+              (std::vector<std::string>{"SOURCE=WLC_OFF", "DRIVER=p9221"}));
+}
+
 TEST_F(TraceTest, StopEndsARecordedWait) {
     Replayer replayer({.speed = 0.001, .strict = true}, nullptr);
     load(&replayer, write(kTraceHeader + exchangeLine("01", "0a", 1, 1'000'000'000)));

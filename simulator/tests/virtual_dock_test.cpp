@@ -56,8 +56,9 @@ TEST(VirtualDockTest, AnswerThatDoesNotFitFailsAndWritesNothing) {
 
 TEST(VirtualDockTest, FailureCountsDownAndTypesGoFirst) {
     VirtualDock dock;
-    expectSteps(&dock, {{"fail sendBidiRequest:12 12 2", ""},
+    expectSteps(&dock, {{"fail sendBidiRequest:12 12 2 1", ""},
                         {"fail sendBidiRequest 5 1", ""},
+                        {"bidi 12 0ffa", kFan2},
                         {"bidi 12 0ffa", "result 12"},
                         {"bidi 12 0ffa", "result 12"},
                         {"bidi 12 0ffa", "result 5"},

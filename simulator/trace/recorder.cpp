@@ -10,6 +10,10 @@
 namespace virtual_dock {
 namespace {
 
+constexpr std::string_view kDriver = "DRIVER=";
+// What was sent longer ago was another uevent, which got lost.
+constexpr int64_t kMaxLateNs = 1'000'000'000;
+
 thread_local bool gInsideExchange = false;
 
 // With this set, the service hears of uevents through a datagram socket of its own instead of the
@@ -46,7 +50,7 @@ bool Recorder::start(const std::string& path, const std::vector<std::string>& li
         // That of a recording that ended by itself.
         mListener.stop();
         const auto heard = [this](const TraceMoment& came, std::string_view message) {
-            return recordUevent(came, message);
+            return recordHeard(came, message);
         };
         if (ueventsComeFromTheKernel()) mListener.start(heard, &noUevents);
     }
@@ -65,12 +69,27 @@ TraceWriter::State Recorder::stop() {
 
 bool Recorder::recordUevent(const TraceMoment& came, std::string_view message) {
     if (!mWriter.isWriting()) return false;
+    if (message.empty()) {
+        mSentNs = came.timeNs;
+        return true;
+    }
     // A charger's has such a line; most of a phone's many uevents do not, and would fill the trace.
-    if (message.find("DRIVER=") == std::string_view::npos) return true;
+    if (message.find(kDriver) == std::string_view::npos) return true;
     TraceLine line;
     line.uevent(came, message.substr(0, UeventListener::kMaxMessage));
     mWriter.write(line);
     return true;
+}
+
+bool Recorder::recordHeard(TraceMoment came, std::string_view message) {
+    if (message.find(kDriver) == std::string_view::npos) return mWriter.isWriting();
+    const int64_t sentNs = mSentNs.exchange(0);
+    const int64_t lateNs = came.timeNs - sentNs;
+    if (lateNs > 0 && lateNs < kMaxLateNs) {
+        came.timeNs -= lateNs;
+        came.wallTimeNs -= lateNs;
+    }
+    return recordUevent(came, message);
 }
 
 }  // namespace virtual_dock

@@ -3,6 +3,8 @@
 
 #include <android-base/thread_annotations.h>
 
+#include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -34,13 +36,17 @@ class Recorder final : public Endpoint {
     TraceWriter::State stop() EXCLUDES(mControlLock);
     TraceWriter::State state() const { return mWriter.state(); }
 
-    // Records a uevent, if it concerns a driver. False when nothing is recorded any more. For one
-    // that did not come from the kernel.
+    // Records a uevent that did not come from the kernel, if it concerns a driver. Without a message
+    // it tells when the kernel's next one was sent: the service may have reacted to it before the
+    // listener here is woken. False when nothing is recorded any more.
     bool recordUevent(const TraceMoment& came, std::string_view message);
 
   private:
+    bool recordHeard(TraceMoment came, std::string_view message);
+
     Endpoint* const mNext;
     TraceWriter mWriter;
+    std::atomic<int64_t> mSentNs = 0;  // the kernel's next uevent, monotonic clock; 0: not known
     std::mutex mControlLock;
     UeventListener mListener GUARDED_BY(mControlLock);
 };

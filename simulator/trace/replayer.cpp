@@ -212,8 +212,13 @@ std::vector<std::string> resentLines(const std::vector<std::string>& recorded) {
                         [&](std::string_view name) { return line.starts_with(name); });
         if (added) continue;
         if (line.starts_with(kSynthetic)) line.remove_prefix(kSynthetic.size());
-        if (line.starts_with(kInterface)) line.remove_prefix(std::string_view("INTERFACE=").size());
-        lines.emplace_back(line);
+        if (line.starts_with(kInterface)) {
+            // The interface's name was in the first line too, before all others.
+            line.remove_prefix(std::string_view("INTERFACE=").size());
+            lines.emplace(lines.begin(), line);
+        } else {
+            lines.emplace_back(line);
+        }
     }
     return lines;
 }
