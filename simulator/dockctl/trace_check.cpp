@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "replay_dock.h"
@@ -139,9 +138,11 @@ std::string serviceProgram(const std::string& given) {
 }
 
 [[noreturn]] void throwWithLog(const std::string& problem, const std::string& folder) {
-    std::ostringstream log;
-    log << std::ifstream(folder + "/service.log").rdbuf();
-    throw TraceError(problem + "; its log:\n" + log.str());
+    std::ifstream log(folder + "/service.log");
+    for (std::string line; std::getline(log, line);) {
+        say(stderr, "    {}\n", line);
+    }
+    throw TraceError(problem + "; its log stands above");
 }
 
 void throwIfEnded(Child* service, const std::string& folder) {
