@@ -36,9 +36,9 @@ class Recorder final : public Endpoint {
     TraceWriter::State stop() EXCLUDES(mControlLock);
     TraceWriter::State state() const { return mWriter.state(); }
 
-    // Records a uevent that did not come from the kernel, if it concerns a driver. Without a message
-    // it tells when the kernel's next one was sent: the service may have reacted to it before the
-    // listener here is woken. False when nothing is recorded any more.
+    // Records a uevent that did not come from the kernel, if it concerns a driver. Without a
+    // message it tells when the kernel's next one was sent: the service may have reacted to it
+    // before the listener here is woken. False when nothing is recorded any more.
     bool recordUevent(const TraceMoment& came, std::string_view message);
 
   private:
