@@ -33,8 +33,7 @@ std::string perform(VirtualDock* dock, const std::string& step) {
     static const std::map<std::string, Operation> kOperations = {
         {"bidi", Operation::kBidiRequest},       {"prop", Operation::kPropRequest},
         {"auth", Operation::kWpcAuthRequest},    {"info", Operation::kGetWlcInfo},
-        {"alignment", Operation::kGetAlignment}, {"get-feature", Operation::kGetFeature},
-        {"set-feature", Operation::kSetFeature}, {"rtx", Operation::kRtxRequest}};
+        {"alignment", Operation::kGetAlignment}, {"rtx", Operation::kRtxRequest}};
     const std::vector<std::string> words = splitWords(step).value_or(std::vector<std::string>());
     const auto type = words.size() < 2 ? std::nullopt : parseNumber(words[1], INT32_MIN, INT32_MAX);
     const auto operation = words.empty() || !type ? kOperations.end() : kOperations.find(words[0]);

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <testing/process.h>
 
-#include <ctime>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -16,9 +15,7 @@ namespace virtual_dock::testing {
 namespace {
 
 using test_support::Outcome;
-using ::testing::AllOf;
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 class DockctlTest : public ::testing::Test {
   protected:
@@ -26,7 +23,7 @@ class DockctlTest : public ::testing::Test {
 
     // `arguments` as a shell would get them.
     static Outcome dockctl(const std::string& arguments) {
-        return test_support::run({"/bin/sh", "-c", "'" DOCKCTL_PATH "' " + arguments});
+        return test_support::run({"/bin/sh", "-c", "\"$0\" " + arguments, DOCKCTL_PATH});
     }
     std::string scenario(const std::string& text) const {
         std::ofstream(served.folder / "scenario") << text;
@@ -44,21 +41,24 @@ struct Case {
 
 TEST_F(DockctlTest, ExitCodesAndMessagesTellWhatHappened) {
     for (const Case& each : std::vector<Case>{
+             {"status", 0,
+              "phone charging, power 12000 of 15000, alignment 1, fan level 3, boost 31 C, puck "
+              "28 C\nfirmware 1.0, reverse transmit available, 0 faults set, 0 requests so far\n\n"
+              "dock.placed"},
              {"fan-level 5", 0, "uevent sent (socket)"},
-             {"set fan.level=6 info.text0='a b'", 0, "uevent sent"},
-             {"get fan.level info.text0 dock.id", 0, "6\na b\n0x61123456\n"},
+             {"set fan.level=6 info.text0='a %b'", 0, "uevent sent"},
+             {"get fan.level info.text0 dock.id", 0, "6\na %b\n0x61123456\n"},
+             {"remove && \"$0\" rtx connect", 0, ""},
+             {"status", 0, "no phone on the dock, "},
+             {"status", 0, "available (device connected)"},
              {"align 1 0 -5 -7", 0, ""},
              {"place --id -2", 0, ""},
              {"get align.value1 dock.id", 0, "-5\n0xfffffffe\n"},
-             {"fan-level", 2, "usage: fan-level N"},
              {"fan-level many", 2, "\"many\" is not a value of fan.level"},
              {"rtx bogus", 2, "unknown rtx command \"bogus\"; there are: connect | disconnect"},
-             {"rtx mode bogus", 2, "it takes off, available, active"},
              {"rtx text 6 '\\q'", 2, "unknown escape"},
              {"rtx text 11 x", 2, "no request type \"11\""},
-             {"fail sendPropRequest:13 1", 2, "no request type \"13\": it has 14, 23"},
              {"record stop", 1, "nothing is being recorded"},
-             {"record ''", 2, "usage: record FILE|stop"},
              {"record /nonexistent/trace", 1, "cannot create /nonexistent/trace: No such file"},
              {"record /tmp", 1, "name another file"},
              {"record trace && mv trace \"$ANDROID_HOST_DIR\"", 0, ""},
@@ -72,13 +72,14 @@ TEST_F(DockctlTest, ExitCodesAndMessagesTellWhatHappened) {
              {"--help", 0, "Exit codes"},
              {"set --help", 0,
               "Usage: dockctl set KEY=VALUE...\n\nKeys and their values:\n  dock."},
-             {"fail --help", 0, " 7  timed out\n"},
-             {"delay --help", 0, "    23  skin temperature\n"}}) {
+             {"fail --help", 0, " 7  timed out\n"}}) {
         const Outcome run = dockctl(each.arguments);
         EXPECT_EQ(run.exitStatus, each.exitStatus) << each.arguments;
         EXPECT_THAT(run.out + run.err, HasSubstr(each.output)) << each.arguments;
     }
     setenv("ANDROID_HOST_UEVENT_SOCKET", "/nonexistent/uevents", 1);
+    EXPECT_THAT(dockctl("fan-level 4").err,
+                HasSubstr("the dock changed, but no uevent was sent: no process listens"));
     const Outcome unsent = dockctl("uevent A=b");
     EXPECT_EQ(unsent.exitStatus, 1);
     EXPECT_THAT(unsent.err, HasSubstr("restart the service with $ANDROID_HOST_UEVENT_SOCKET"));
@@ -112,17 +113,6 @@ TEST_F(DockctlTest, OutputThatIsNotTakenIsAnError) {
     }
 }
 
-TEST_F(DockctlTest, StatusBeginsWithASummary) {
-    EXPECT_THAT(dockctl("status").out,
-                StartsWith("phone charging, power 12000 of 15000, alignment 1, fan level 3, boost "
-                           "31 C, puck 28 C\nfirmware 1.0, reverse transmit available, 0 faults "
-                           "set, 0 requests so far\n\ndock.placed"));
-    perform(&served.dock, "remove");
-    perform(&served.dock, "rtx connect");
-    EXPECT_THAT(dockctl("status").out, AllOf(StartsWith("no phone on the dock, "),
-                                             HasSubstr("available (device connected)")));
-}
-
 TEST_F(DockctlTest, AwkwardTextsReachTheLibrary) {
     EXPECT_EQ(dockctl("rtx text 6 '4999\\n'").exitStatus, 0);
     EXPECT_EQ(perform(&served.dock, "rtx 6"), "4999\n");
@@ -132,16 +122,9 @@ TEST_F(DockctlTest, AwkwardTextsReachTheLibrary) {
     EXPECT_EQ(perform(&served.dock, "rtx 6"), std::string("0\0", 2));
 }
 
-// The time of now in the form of the log, so many seconds later.
-std::string logTime(int seconds) {
-    const std::time_t moment = std::time(nullptr) + seconds;
-    char text[32];
-    std::strftime(text, sizeof(text), "%m-%d %H:%M:%S", std::localtime(&moment));
-    return text;
-}
-
 TEST_F(DockctlTest, LogShowsTimeMeaningAndBytes) {
-    const std::string before = logTime(-1);
+    const auto now = [] { return test_support::run({"/bin/date", "+%m-%d %H:%M:%S"}).out; };
+    const std::string before = now();
     perform(&served.dock, "bidi 12 0f0b5001");
     const Outcome run = dockctl("log");
     EXPECT_THAT(run.out, HasSubstr("sendBidiRequest:12  set fan 3 manual, level 336 -> ok: valid"));
@@ -149,9 +132,9 @@ TEST_F(DockctlTest, LogShowsTimeMeaningAndBytes) {
     const auto entry = nlohmann::json::parse(dockctl("--json log").out);
     EXPECT_EQ(entry["request"], "0f0b5001");
     EXPECT_EQ(entry["meaning"], "set fan 3 manual, level 336");
-    EXPECT_THAT(entry["time"], ::testing::MatchesRegex("..-.. ..:..:..\\....")) << run.out;
-    EXPECT_GE(entry["time"], before);
-    EXPECT_LE(entry["time"], logTime(1));
+    const std::string time = entry["time"];
+    EXPECT_GE(time, before);
+    EXPECT_LE(time.substr(0, time.find('.')), now());
 }
 
 // Whatever a service may send and the dock be told to answer, the decoder gets through it.
@@ -191,10 +174,8 @@ TEST_F(DockctlTest, WrongScenarioTellsTheLineAndDoesNothing) {
                                               {"repeat 2", 2, ":2: repeat without end"},
                                               {"repeat 0\nend", 2, ":2: \"0\" is not a count"},
                                               {"sleep soon", 2, ":2: \"soon\" is not a number of"},
-                                              {"sleep", 2, ":2: wrong arguments"},
                                               {"wait nothing", 2, "unknown operation \"nothing\""},
                                               {"wait getWlcInfo:x", 2, "no number for a type"},
-                                              {"statsu", 2, ":2: unknown command \"statsu\""},
                                               {"run x", 2, ":2: not in a scenario"},
                                               {"get 'x", 2, ":2: a quote without its end"}}) {
         const Outcome run = dockctl("run " + scenario(first + each.arguments + "\n"));
