@@ -1,24 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Traces are read, replayed, compared and masked.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <unistd.h>
+#include <testing/process.h>
 
+#include <atomic>
 #include <fstream>
 #include <thread>
 
-#include "../../testing/process.h"
+#include "dock_fixture.h"
 #include "trace/replayer.h"
-#include "trace/trace_mask.h"
 
-namespace virtual_dock {
+namespace virtual_dock::testing {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
 using Kind = TraceDifference::Kind;
 using Kinds = std::vector<Kind>;
 
-constexpr const char* kTraceHeader =
+const std::string kTraceHeader =
     R"({"trace":1,"recorder":"r","timeNs":1,"wallTimeNs":1,"libraries":["/a"]})"
     "\n";
 
@@ -38,42 +42,25 @@ std::string ueventLine(const std::string& source) {
            "\n";
 }
 
-class TraceTest : public testing::Test {
+class TraceTest : public ::testing::Test {
   protected:
-    TraceTest() {
-        char folder[] = "/tmp/trace-test.XXXXXX";
-        mFolder = mkdtemp(folder);
-    }
-    ~TraceTest() override { test_support::run({"/bin/rm", "-rf", mFolder}); }
-
     std::string write(const std::string& text, const std::string& name = "trace") {
-        const std::string path = mFolder + "/" + name;
-        std::ofstream(path) << text;
-        return path;
+        std::ofstream(folder / name) << text;
+        return folder / name;
     }
 
-    std::string mFolder;
+    TempFolder folder;
 };
-
-Bytes view(const std::vector<uint8_t>& bytes) {
-    return {bytes.data(), bytes.size()};
-}
 
 // The answer's first byte, or the negative result.
 int ask(Replayer* replayer, const std::vector<uint8_t>& request, int32_t type = 12) {
     uint8_t answer[64];
     const Outcome outcome = replayer->exchange({.operation = Operation::kBidiRequest,
                                                 .type = type,
-                                                .request = view(request),
+                                                .request = request,
                                                 .answer = answer,
                                                 .capacity = sizeof(answer)});
     return outcome.result != kOk ? -static_cast<int>(outcome.result) : answer[0];
-}
-
-Kinds kindsOf(const std::vector<TraceDifference>& differences) {
-    Kinds kinds;
-    for (const TraceDifference& each : differences) kinds.push_back(each.kind);
-    return kinds;
 }
 
 void load(Replayer* replayer, const std::string& path) {
@@ -84,22 +71,21 @@ void load(Replayer* replayer, const std::string& path) {
 }
 
 TEST_F(TraceTest, CutAtAnyLengthGivesWhatIsIntactAndSaysWhereItStopped) {
-    const std::string header = kTraceHeader;
     const std::string first = exchangeLine("01", "02");
-    const std::string all = header + first + ueventLine("WLC");
+    const std::string all = kTraceHeader + first + ueventLine("WLC");
     for (size_t size = 0; size <= all.size(); ++size) {
         TraceReader reader;
         std::string problem;
         const bool opened = reader.open(write(all.substr(0, size)), &problem);
-        ASSERT_EQ(opened, size + 1 >= header.size()) << size << problem;
+        ASSERT_EQ(opened, size + 1 >= kTraceHeader.size()) << size << problem;
         if (!opened) continue;
         int entries = 0;
         TraceEntry entry;
         while (reader.next(&entry)) ++entries;
         // A line is whole without its line feed.
-        const size_t firstEnd = header.size() + first.size();
+        const size_t firstEnd = kTraceHeader.size() + first.size();
         EXPECT_EQ(entries, (size + 1 >= firstEnd) + (size + 1 >= all.size())) << size;
-        const bool cut = (size > header.size() && size + 1 < firstEnd) ||
+        const bool cut = (size > kTraceHeader.size() && size + 1 < firstEnd) ||
                          (size > firstEnd && size + 1 < all.size());
         const std::string line = size < firstEnd ? "line 2" : "line 3";
         EXPECT_EQ(reader.problem(), cut ? line + ": cut off, the file ends within it" : "");
@@ -107,34 +93,30 @@ TEST_F(TraceTest, CutAtAnyLengthGivesWhatIsIntactAndSaysWhereItStopped) {
 }
 
 TEST_F(TraceTest, SaysWhatIsWrongWithALine) {
-    const struct {
-        std::string text;
-        const char* problem;
-    } kCases[] = {
-        {"{\"trace\":2}\n", "format 2; this program reads 1"},
-        {"{\"trace\":1}\n", "\"recorder\" has to be a string"},
-        {"[]\n", "not a trace"},
-        {kTraceHeader + std::string("{]\n"), "line 2: this is no JSON"},
-        {kTraceHeader + std::string("{}\n"), "line 2: a line has to have a member"},
-        {kTraceHeader + exchangeLine("01", "") + exchangeLine("0", ""),
-         "line 3: \"request\" has to be a string of an even number of hex digits"},
-        {kTraceHeader + exchangeLine("01", std::string(130, '0')), "no longer than \"capacity\""},
-        {kTraceHeader + exchangeLine("01", "", 1, 0, "boil"), "\"operation\" has to be"},
-        {kTraceHeader + exchangeLine("01", "", -1), "\"thread\" has to be a whole number from 0"},
-        {kTraceHeader + std::string(TraceReader::kMaxLine + 1, ' ') + "\n", "line 2: longer than"},
-        {kTraceHeader + std::string(R"({"timeNs":1,"wallTimeNs":1,"uevent":["\u0100"]})") + "\n",
-         "characters up to"},
-    };
-    for (const auto& each : kCases) {
+    for (const auto& [text, expected] : std::vector<Step>{
+             {"{\"trace\":2}\n", "format 2; this program reads 1"},
+             {"{\"trace\":1}\n", "\"recorder\" has to be a string"},
+             {kTraceHeader + "{]\n", "line 2: this is no JSON"},
+             {kTraceHeader + exchangeLine("01", "") + exchangeLine("0", ""),
+              "line 3: \"request\" has to be a string of an even number of hex digits"},
+             {kTraceHeader + exchangeLine("01", std::string(130, '0')),
+              "no longer than \"capacity\""},
+             {kTraceHeader + exchangeLine("01", "", 1, 0, "boil"), "\"operation\" has to be"},
+             {kTraceHeader + exchangeLine("01", "", -1),
+              "\"thread\" has to be a whole number from 0"},
+             {kTraceHeader + std::string(TraceReader::kMaxLine + 1, ' '), "line 2: longer than"},
+             {kTraceHeader + std::string(R"({"timeNs":1,"wallTimeNs":1,"uevent":["\u0100"]})") +
+                  "\n",
+              "characters up to"}}) {
         TraceReader reader;
         std::string problem;
         TraceEntry entry;
-        if (reader.open(write(each.text), &problem)) {
+        if (reader.open(write(text), &problem)) {
             while (reader.next(&entry)) {
             }
             problem = reader.problem();
         }
-        EXPECT_NE(problem.find(each.problem), std::string::npos) << problem;
+        EXPECT_THAT(problem, HasSubstr(expected));
     }
 }
 
@@ -158,40 +140,21 @@ TEST_F(TraceTest, AnswersInRecordedOrderThenLikeTheLatestOrNotAtAll) {
     }
 }
 
-TEST_F(TraceTest, PairsWhatChangedAndLetsThreadsRace) {
-    Replayer replayer({.speed = 0, .strict = true}, nullptr);
-    load(&replayer,
-         write(kTraceHeader + exchangeLine("01", "0a", 1) + exchangeLine("02", "0b", 2) +
-               exchangeLine("03", "0c", 2) + exchangeLine("05", "0c", 2, 0, "sendPropRequest")));
-    EXPECT_EQ(ask(&replayer, {2}), 0x0B);
-    EXPECT_EQ(ask(&replayer, {1}), 0x0A);
-    EXPECT_EQ(ask(&replayer, {4}), -6);
-    const auto differences = replayer.differences();
-    ASSERT_EQ(kindsOf(differences), (Kinds{Kind::kChanged, Kind::kMissing}));
-    EXPECT_EQ(differences[0].recorded, std::vector<uint8_t>{3});
-    EXPECT_EQ(differences[0].line, 4u);
-    EXPECT_EQ(differences[1].operation, Operation::kPropRequest);
-}
-
 TEST_F(TraceTest, UeventsWaitForWhatIsBeforeThem) {
     Replayer replayer({.speed = 0, .strict = true}, nullptr);
     load(&replayer, write(kTraceHeader + exchangeLine("01", "0a") + ueventLine("WLC") +
                           exchangeLine("02", "0b") + ueventLine("RTX") +
                           exchangeLine("03", "0c", 1, 1'000'000'000)));
-    std::mutex lock;
     std::vector<std::string> sent;
-    const auto count = [&] {
-        std::lock_guard guard(lock);
-        return sent.size();
-    };
+    std::atomic<int> count = 0;
     std::thread sender([&] {
         replayer.sendUevents([&](const std::vector<std::string>& lines) {
-            std::lock_guard guard(lock);
+            ++count;
             sent.push_back(resentLines(lines).at(0));
         });
     });
     EXPECT_EQ(ask(&replayer, {2}), 0x0B);
-    EXPECT_EQ(count(), 0u);
+    EXPECT_EQ(count, 0);
     EXPECT_EQ(ask(&replayer, {1}), 0x0A);
     sender.join();
     EXPECT_EQ(sent, (std::vector<std::string>{"SOURCE=WLC", "SOURCE=RTX"}));
@@ -215,23 +178,21 @@ TEST_F(TraceTest, StopEndsARecordedWait) {
 
 TEST_F(TraceTest, LongTracesTakeLittleMemoryAndTwoThreadsGetEveryAnswerOnce) {
     constexpr uint32_t kCount = 100'000;
-    const std::string path = mFolder + "/long";
-    {
-        std::ofstream file(path);
-        file << kTraceHeader;
-        const std::string padding(400, '0');
-        for (uint32_t i = 0; i < kCount; ++i) {
-            file << exchangeLine(i % 2 == 0 ? "00" : "01",
-                                 i % 3 == 0 ? "02" + padding.substr(0, 100) : "03", 1 + i % 2);
-        }
+    std::ofstream file(folder / "long");
+    file << kTraceHeader;
+    const std::string padding(100, '0');
+    for (uint32_t i = 0; i < kCount; ++i) {
+        file << exchangeLine(i % 2 == 0 ? "00" : "01", i % 3 == 0 ? "02" + padding : "03",
+                             1 + i % 2);
     }
+    file.close();
     const auto inUse = [] {
         const auto info = mallinfo2();
         return info.uordblks + info.hblkhd;
     };
     const size_t before = inUse();
     Replayer replayer({.speed = 0, .strict = true}, nullptr);
-    load(&replayer, path);
+    load(&replayer, folder / "long");
     std::thread threads[2];
     for (uint8_t t = 0; t < 2; ++t) {
         threads[t] = std::thread([&, t] {
@@ -252,7 +213,7 @@ TEST_F(TraceTest, DockctlComparesAndMasksAndTheMaskedTraceReplays) {
         kTraceHeader + exchangeLine("0008" + secret, "08" + secret, 1, 0, "sendBidiRequest", 18) +
         exchangeLine("", "0003414243", 1, 0, "sendBidiRequest", 0) +
         exchangeLine("0003414243", "0200000003", 1, 0, "getPacketTlv", 0) + ueventLine("FAN"));
-    const std::string masked = mFolder + "/masked";
+    const std::string masked = folder / "masked";
     const auto dockctl = [&](std::vector<std::string> words) {
         words.insert(words.begin(), {DOCKCTL_PATH, "trace"});
         return test_support::run(words);
@@ -261,27 +222,24 @@ TEST_F(TraceTest, DockctlComparesAndMasksAndTheMaskedTraceReplays) {
     EXPECT_EQ(dockctl({"mask", path, "-o", masked}).exitStatus, 1);  // overwrites nothing
     std::ifstream file(masked);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    for (const std::string& each : {secret, std::string("414243")}) {
-        EXPECT_EQ(text.find(each), std::string::npos) << text;
-    }
+    EXPECT_THAT(text, Not(HasSubstr(secret)));
     // One mask for the nonce and the answer that repeats it, one for both texts.
-    EXPECT_NE(text.find(R"("request":"000801000000a5a5a5a5")"), std::string::npos) << text;
-    EXPECT_NE(text.find(R"("answer":"0801000000a5a5a5a5")"), std::string::npos) << text;
-    EXPECT_NE(text.find(R"("answer":"0003303032")"), std::string::npos) << text;
-    EXPECT_NE(text.find(R"("request":"0003303032")"), std::string::npos) << text;
+    EXPECT_THAT(
+        text, AllOf(HasSubstr(R"("request":"000801000000a5a5a5a5")"),
+                    HasSubstr(R"("answer":"0801000000a5a5a5a5")"),
+                    HasSubstr(R"("answer":"0003303032")"), HasSubstr(R"("request":"0003303032")")));
 
     EXPECT_EQ(dockctl({"diff", path, path}).exitStatus, 0);
     const auto differing = dockctl({"diff", path, masked});
     EXPECT_EQ(differing.exitStatus, 1);
-    EXPECT_NE(differing.out.find("changed: sendBidiRequest:18"), std::string::npos);
-    EXPECT_NE(differing.out.find("answered otherwise: sendBidiRequest:0"), std::string::npos);
-    EXPECT_NE(dockctl({"stat", path}).out.find("3 exchanges, 1 uevents"), std::string::npos);
-    const auto shown = dockctl({"show", masked}).out;
-    EXPECT_NE(shown.find("text 0 \"002\""), std::string::npos) << shown;
-    EXPECT_NE(shown.find("SOURCE=FAN"), std::string::npos) << shown;
+    EXPECT_THAT(differing.out, AllOf(HasSubstr("changed: sendBidiRequest:18"),
+                                     HasSubstr("answered otherwise: sendBidiRequest:0")));
+    EXPECT_THAT(dockctl({"stat", path}).out, HasSubstr("3 exchanges, 1 uevents"));
+    EXPECT_THAT(dockctl({"show", masked}).out,
+                AllOf(HasSubstr("text 0 \"002\""), HasSubstr("SOURCE=FAN")));
     const auto cut = dockctl({"stat", write(text.substr(0, text.size() - 9), "cut")});
     EXPECT_EQ(cut.exitStatus, 1);
-    EXPECT_NE(cut.err.find("line 5: cut off"), std::string::npos) << cut.err;
+    EXPECT_THAT(cut.err, HasSubstr("line 5: cut off"));
 
     Replayer replayer({.speed = 0, .strict = true}, nullptr);
     load(&replayer, masked);
@@ -297,15 +255,15 @@ TEST(TraceCheckTest, ServiceAsksWhatIsInTheTraceOrTheDifferencesAreNamed) {
     const auto same =
         check("wlc fan set 2 manual 80 && wlc fan get 2 && wlc presence && wlc power");
     EXPECT_EQ(same.exitStatus, 0) << same.out << same.err;
-    EXPECT_NE(same.err.find("9 of 9 exchanges, 1 of 1 uevents"), std::string::npos) << same.err;
+    EXPECT_THAT(same.err, HasSubstr("9 of 9 exchanges, 1 of 1 uevents"));
 
     const auto other = check("wlc fan set 3 manual 80; wlc fan get 2; exit 7");
     EXPECT_EQ(other.exitStatus, 1);
-    EXPECT_NE(other.out.find("changed: sendBidiRequest:12  set fan 3"), std::string::npos);
-    EXPECT_NE(other.out.find("missing: getWlcInfo:2"), std::string::npos) << other.out;
-    EXPECT_NE(other.err.find("ended with 7"), std::string::npos) << other.err;
+    EXPECT_THAT(other.out, AllOf(HasSubstr("changed: sendBidiRequest:12  set fan 3"),
+                                 HasSubstr("missing: getWlcInfo:2")));
+    EXPECT_THAT(other.err, HasSubstr("ended with 7"));
     EXPECT_TRUE(test_support::hasNoChildren());
 }
 
 }  // namespace
-}  // namespace virtual_dock
+}  // namespace virtual_dock::testing
