@@ -69,22 +69,15 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const Bytes input(data + 1, size - 1);
-    switch (data[0] % 5) {
-        case 0:
-            runLines({reinterpret_cast<const char*>(input.data()), input.size()});
-            break;
-        case 1:
-            sendRequests(input, Operation::kBidiRequest);
-            break;
-        case 2:
-            sendRequests(input, Operation::kPropRequest);
-            break;
-        case 3:
-            sendRequests(input, Operation::kWpcAuthRequest);
-            break;
-        default:
-            findTags(input);
-            break;
+    constexpr Operation kFramed[] = {Operation::kBidiRequest, Operation::kPropRequest,
+                                     Operation::kWpcAuthRequest};
+    const size_t kind = data[0] % 5;
+    if (kind == 0) {
+        runLines({reinterpret_cast<const char*>(input.data()), input.size()});
+    } else if (kind <= std::size(kFramed)) {
+        sendRequests(input, kFramed[kind - 1]);
+    } else {
+        findTags(input);
     }
     return 0;
 }

@@ -21,12 +21,9 @@ TEST(ControlSocketTest, ChangesAreAnnouncedByOneUeventEach) {
     ServedDock served;
     Connection client(served.path());
     for (const auto& [command, uevent] : std::vector<Step>{
-             {"align 2 1 -5 7", "SOURCE=WLC DRIVER=p9221"},
              {"set power.max 5000", "SOURCE=WLC DRIVER=p9221"},
              {"charging off", "SOURCE=WLC_OFF DRIVER=p9221"},
-             {"charging on", "SOURCE=WLC DRIVER=p9221"},
-             {"remove", "SOURCE=WLC_OFF DRIVER=p9221"},
-             {"set dock.charging false", "SOURCE=WLC DRIVER=p9221"},  // was without power already
+             {"remove", "SOURCE=WLC DRIVER=p9221"},  // was without power already
              {"place ptmc=0x10 product=3 id=0xA5123456", "SOURCE=WLC DRIVER=p9221"},
              {"set dock.placed=false fan.level=2", "SOURCE=WLC_OFF DRIVER=p9221"},
              {"set fan.level=4 fan.count=3 temperature.boost=40", "SOURCE=FAN DRIVER=p9221"},
@@ -71,19 +68,6 @@ TEST(CommandsTest, WrongLinesAreRefusedAndChangeNothing) {
         EXPECT_THAT(reply, HasSubstr(message)) << line;
     }
     EXPECT_EQ(perform(&dock, "status"), before);
-}
-
-TEST(CommandsTest, FaultTableIsBounded) {
-    VirtualDock dock;
-    Faults full;
-    for (int32_t i = 0; i < static_cast<int32_t>(Faults::kMaxFaults); ++i) {
-        ASSERT_TRUE(full.set({Operation::kGetWlcInfo, i, Fault::Kind::kFail, 1, 0, {}, {}}));
-    }
-    dock.withFaults([&](Faults& faults) { faults = full; });
-    expectSteps(&dock, {{"fail setQiId 3", "\"kind\":\"refused\""},
-                        {"fail getWlcInfo:5 4", ""},  // replacing needs no room
-                        {"fail getWlcInfo:5 0", ""},
-                        {"fail setQiId 3", ""}});
 }
 
 // JSON has characters where the dock has bytes.

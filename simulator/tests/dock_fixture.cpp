@@ -39,17 +39,14 @@ std::string perform(VirtualDock* dock, const std::string& step) {
     const auto operation = words.empty() || !type ? kOperations.end() : kOperations.find(words[0]);
     if (operation == kOperations.end()) return runCommand(dock, step);
     if (operation->first == "rtx") return performRtx(dock, static_cast<int32_t>(*type));
-    ByteVector request;
-    for (size_t i = 2; i < words.size(); ++i) {
-        const std::optional<ByteVector> bytes = parseHex(words[i]);
-        if (!bytes) return "not hex digits: " + words[i];
-        request.insert(request.end(), bytes->begin(), bytes->end());
-    }
-    request.shrink_to_fit();
+    std::string digits;
+    for (size_t i = 2; i < words.size(); ++i) digits += words[i];
+    const std::optional<ByteVector> request = parseHex(digits);
+    if (!request) return "not hex digits: " + digits;
     uint8_t answer[AnswerBuffer::kCapacity];
     const Outcome outcome = dock->exchange({.operation = operation->second,
                                             .type = static_cast<int32_t>(*type),
-                                            .request = request,
+                                            .request = *request,
                                             .answer = answer,
                                             .capacity = sizeof(answer)});
     if (outcome.result != kOk) return "result " + std::to_string(outcome.result);

@@ -69,14 +69,6 @@ TEST_F(FirmwareStateTest, TransfersVersionsAndExecutionsOutlastTheProcess) {
     live({{"get firmware.0.major", ":1}"}, {"status", "\"runningName\":\"desk\""}});
 }
 
-TEST(FirmwareSlotTest, ExecutionFromBeforeTheClockBeganAnewFails) {
-    FirmwareSlot slot;
-    KeptSlot kept;
-    kept.execution = KeptSlot::Execution{.startNs = 2 * kSecond, .durationMs = 0, .failAt = -1};
-    slot.restore(kept, kSecond);
-    EXPECT_EQ(slot.progress(3 * kSecond).state, FirmwareSlot::State::kFailed);
-}
-
 TEST_F(FirmwareStateTest, CutAndDamagedFilesGiveWhatIsIntact) {
     live({{kStart, "00000a64"}});
     std::vector<size_t> ends = {file().size()};  // of the snapshot, then of each record
