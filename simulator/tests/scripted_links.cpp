@@ -2,7 +2,6 @@
 //
 // Both closed libraries in one, for the tests of what stands in front of them.
 #include <semaphore.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -23,15 +22,9 @@ int initRtxProto() {
     return 5;
 }
 
-uint32_t getWlcInfo(int32_t selector, uint32_t* value) {
-    *value = 0x01020304;
-    return static_cast<uint32_t>(selector);
-}
-
 // The type says what is done.
 uint32_t sendBidiRequest(int32_t type, const uint8_t* request, size_t requestLength,
                          uint8_t* response, size_t* responseLength) {
-    uint32_t value = 0;
     switch (type) {
         case 1:  // the request backwards
             if (response == nullptr) return 0;
@@ -43,13 +36,9 @@ uint32_t sendBidiRequest(int32_t type, const uint8_t* request, size_t requestLen
             std::memset(response, 0xAB, *responseLength);
             *responseLength = SIZE_MAX;
             return 0;
-        case 3:  // asks itself by its public name
-            return getWlcInfo(0, &value);
-        case 4:
-            return static_cast<uint32_t>(raise(SIGKILL));
-        case 5:  // until another thread asks for 6
+        case 3:  // until another thread asks for 4
             return static_cast<uint32_t>(sem_wait(&gReleased));
-        case 6:
+        case 4:
             return static_cast<uint32_t>(sem_post(&gReleased));
         default:
             return 13;
@@ -72,6 +61,7 @@ uint32_t sendRtxRequest(int32_t type, char* text) {
 uint32_t unavailable() {
     return 6;
 }
+[[gnu::alias("unavailable")]] uint32_t getWlcInfo();
 [[gnu::alias("unavailable")]] uint32_t getWLCAlignment();
 [[gnu::alias("unavailable")]] uint32_t getFeature();
 [[gnu::alias("unavailable")]] uint32_t setFeature();

@@ -49,15 +49,6 @@ TEST(VirtualDockTest, FaultsCountDownAndThoseOfATypeGoFirst) {
         kTimedOut);
 }
 
-TEST(VirtualDockTest, LogCutsLongBytes) {
-    VirtualDock dock;
-    perform(&dock, "prop 0 " + std::string(2000, '7'));
-    dock.withLog([](const RequestLog& log) {
-        EXPECT_EQ(log.entry(1).requestLength, 1000u);
-        EXPECT_EQ(log.entry(1).storedRequest().size(), LogEntry::kMaxBytes);
-    });
-}
-
 TEST(VirtualDockTest, WithoutADockOnlyThePhoneAnswers) {
     VirtualDock dock;
     expectSteps(&dock, {{"remove", ""},
