@@ -127,14 +127,15 @@ TEST(ControlSocketTest, IdleClientsMakeRoomForLaterOnesAndFollowersLast) {
 }
 
 TEST(ControlSocketTest, LogListsWhatWasAskedCutShortAndFollowContinues) {
+    const std::string request = "prop 0 " + std::string(2000, '7');
     ServedDock served;
-    perform(&served.dock, "prop 0 " + std::string(2000, '7'));
+    perform(&served.dock, request);
     Connection client(served.path());
     EXPECT_THAT(client.ask("log"), HasSubstr("\"request\":\"" + std::string(512, '7') +
                                              "\",\"answer\":\"\",\"requestLength\":1000,"));
     EXPECT_EQ(client.receive(), kDone);
     EXPECT_EQ(client.ask("follow"), kDone);
-    for (int i = 0; i < 1000; ++i) perform(&served.dock, "info 3");
+    for (int i = 0; i < 1000; ++i) perform(&served.dock, request);
     perform(&served.dock, "info 8");
     std::string line;
     while (line.find("\"type\":8") == std::string::npos) line = client.receive();

@@ -55,7 +55,6 @@ TEST(VirtualDockTest, WithoutADockOnlyThePhoneAnswers) {
                         {"info -1", "result 3"},
                         {"info 0", "01130000"},
                         {"info 1", "result 6"},
-                        {"info 8", "result 6"},
                         {"info 9", "result 3"},
                         {"alignment 0", "03000000000000000000"},
                         {"bidi 12 0ffa", "result 6"}});
