@@ -146,6 +146,15 @@ TEST_F(RecorderTest, RecordsWhatTheCallerSentAndTheLibraryGave) {
 )");
 }
 
+TEST_F(RecorderTest, DyingLibraryLeavesAllThatWasAnswered) {
+    const int status = inChild([](const Links& links) {
+        for (int i = 0; i < 20; ++i) EXPECT_TRUE(links.reverse(16));
+        links.bidi(5, nullptr, 0, nullptr, nullptr);
+    });
+    EXPECT_EQ(SIGKILL, WTERMSIG(status));
+    EXPECT_EQ(20u, recorded().size());
+}
+
 TEST_F(RecorderTest, ThreadsNeitherWaitForEachOtherNorMixTheirLines) {
     EXPECT_EQ(0, inChild([](const Links& links) {
                   EXPECT_EQ(0, links.initialise());

@@ -2,6 +2,7 @@
 //
 // Both closed libraries in one, for the tests of what stands in front of them.
 #include <semaphore.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -40,6 +41,8 @@ uint32_t sendBidiRequest(int32_t type, const uint8_t* request, size_t requestLen
             return static_cast<uint32_t>(sem_wait(&gReleased));
         case 4:
             return static_cast<uint32_t>(sem_post(&gReleased));
+        case 5:
+            return static_cast<uint32_t>(raise(SIGKILL));
         default:
             return 13;
     }
