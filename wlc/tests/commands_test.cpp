@@ -39,6 +39,7 @@ TEST_F(CommandsTest, EveryCommandAnswersAsTextAndAsJson) {
         {0, "rtx on", "on  yes\n", R"({"on":true})"},
         {0, "auth digests", "slot populated mask  0, 1, 3\n", R"("digestMask":11)"},
         {0, "auth challenge", "slot populated mask   0, 1, 3\n", R"("slotPopulatedMask":11)"},
+        {0, "auth certificate --offset 2 --length 32", "length       32\n", R"("length":32)"},
         {0, "firmware info", "max chunk size  252 bytes\n", R"("target":0,"maxSize":2097152)"},
         {0, "firmware status", "status    0 (idle)", R"("status":0,"progress":0)"},
         {0, "legacy-firmware info", "reading 2 (vendor-defined)  253\n", R"("infoByte5":253)"},
