@@ -19,8 +19,6 @@ class WatchTest : public ServiceTest {
     }
 };
 
-constexpr Subscribed kNobody = {0, 0, 0};
-
 // The objects of lines of JSON, each without its time, which has to be one.
 std::vector<nlohmann::json> timedLines(const std::string& text) {
     auto objects = jsonLines(text);
@@ -68,20 +66,13 @@ TEST_F(WatchTest, EveryEventIsALineInTheOrderItHappened) {
     EXPECT_EQ("rtx", objects[2]["event"]);
     EXPECT_TRUE(objects[2]["connected"]);
     EXPECT_EQ(1, objects[3]["status"]);
-    EXPECT_EQ(kNobody, system.subscribed());
-}
-
-TEST_F(WatchTest, OnlyTheEventsAskedForAreSubscribedTo) {
-    const auto process = watch("watch fan align");
-    EXPECT_EQ((Subscribed{0, 1, 1}), system.subscribed());
-    process->signal(SIGINT);
-    EXPECT_EQ(0, process->wait().exitStatus);
-    EXPECT_EQ(kNobody, system.subscribed());
+    EXPECT_EQ((Subscribed{0, 0, 0}), system.subscribed());
 }
 
 TEST_F(WatchTest, InitialStateComesFirstAndIsNotCounted) {
     dock("fan-level 5");
     const auto text = watch("watch fan align --initial --count 1");
+    EXPECT_EQ((Subscribed{0, 1, 1}), system.subscribed());
     ASSERT_TRUE(text->waitForOutput("initial yes, level 5\n"));
     dock("fan-level 6");
     EXPECT_THAT(withoutTimes(text->wait().out), testing::EndsWith("\nfan    level 6\n"));
@@ -105,28 +96,22 @@ TEST_F(WatchTest, ServiceThatDiesEndsItWithThree) {
     system.killService();
     const Outcome outcome = process->wait();
     EXPECT_EQ(3, outcome.exitStatus);
-    EXPECT_EQ("watching align, rtx, fan\n", outcome.err);
-    const auto objects = jsonLines(outcome.out);
-    ASSERT_EQ(1u, objects.size());
-    EXPECT_EQ("NO_SERVICE", objects[0]["error"]["name"]);
+    EXPECT_EQ("NO_SERVICE", jsonLines(outcome.out).at(0)["error"]["name"]);
 }
 
 TEST_F(WatchTest, WithReconnectItSubscribesAgainAndSaysThatEventsMayBeMissing) {
-    const auto text = watch("watch fan --reconnect --count 2");
-    const auto json = watch("--json watch fan --reconnect --count 2");
+    const auto process = watch("--json watch fan --reconnect --count 2");
     const auto interrupted = watch("watch fan --reconnect");
     dock("fan-level 7");
-    ASSERT_TRUE(text->waitForOutput("level 7"));
+    ASSERT_TRUE(process->waitForOutput("\"level\":7"));
     system.killService();
     ASSERT_TRUE(interrupted->waitForError("waiting for it"));
     interrupted->signal(SIGINT);
     EXPECT_EQ(0, interrupted->wait().exitStatus);
     system.start();
-    ASSERT_TRUE(text->waitForError("watching again; events may have been missed"));
-    ASSERT_TRUE(json->waitForOutput("reconnected"));
+    ASSERT_TRUE(process->waitForError("watching again; events may have been missed"));
     dock("fan-level 9");
-    EXPECT_EQ("fan    level 7\nfan    level 9\n", withoutTimes(text->wait().out));
-    const auto objects = timedLines(json->wait().out);
+    const auto objects = timedLines(process->wait().out);
     ASSERT_EQ(3u, objects.size());
     EXPECT_EQ(nlohmann::json({{"event", "reconnected"}, {"missed", true}}), objects[1]);
     EXPECT_EQ(nlohmann::json({{"event", "fan"}, {"level", 9}}), objects[2]);
