@@ -2,7 +2,6 @@
 // What people see on a terminal: `wlc top` and the progress of an update, run in tmux.
 #include <signal.h>
 
-#include <cstdlib>
 #include <sstream>
 
 #include "service_fixture.h"
@@ -12,6 +11,10 @@ namespace {
 
 using test_support::eventually;
 using testing::AllOf;
+using testing::AnyOf;
+using testing::Contains;
+using testing::Each;
+using testing::EndsWith;
 using testing::Matcher;
 using testing::Not;
 using testing::StartsWith;
@@ -68,33 +71,24 @@ MATCHER_P(IsNotWiderThan, columns, "") {
 TEST_F(TerminalTest, TopFitsEveryWidthAndFollowsTheService) {
     dock("set info.text0 \xe6\x9d\xb1\xe4\xba\xac");  // two columns a character
     open(80, WLC_PROGRAM " top --interval 0.2");
-    for (const int columns : {40, 56, 80, 200}) {
+    for (const int columns : {40, 80, 200}) {
         SCOPED_TRACE(columns);
         tmux({"resize-window", "-x", std::to_string(columns), "-y", "24"});
-        const bool narrow = columns < 56;
-        std::vector<Matcher<std::string>> expected = {
-            AllOf(StartsWith(" wlc top  "), testing::EndsWith("q quits"))};
-        for (const char* label :
-             {"presence ", "dock ", narrow ? "auth " : "authentication ", "power ", "alignment ",
-              narrow ? "temperature " : "temperatures ", narrow ? "fan " : "fans ",
-              narrow ? "rtx " : "reverse charging ", "firmware ", "subscribers "}) {
-            expected.push_back(StartsWith(label));
-        }
-        expectRows(testing::ResultOf(
-            [](const std::vector<std::string>& all) {
-                return std::vector(all.begin(), all.begin() + std::min<ssize_t>(11, all.size()));
-            },
-            testing::ElementsAreArray(expected)));
-        expectRows(AllOf(testing::Each(IsNotWiderThan(columns)),
-                         testing::Contains(HasSubstr("\xe2\xa3\xb6"))));  // of a plot
+        expectRows(AllOf(Each(IsNotWiderThan(columns)),
+                         Contains(AllOf(StartsWith(" wlc top  "), EndsWith("q quits"))),
+                         Contains(StartsWith(columns < 56 ? "auth " : "authentication ")),
+                         Contains(StartsWith("subscribers ")),
+                         Contains(HasSubstr("\xe2\xa3\xb6"))));  // of a plot
     }
     dock("fan-level 7");
-    expectRows(testing::Contains(HasSubstr("fan    level 7")));
+    expectRows(Contains(HasSubstr("fan    level 7")));
     system.killService();
-    expectRows(testing::Contains(HasSubstr("  service is not running")));
+    expectRows(AllOf(Contains(HasSubstr("  service is not running")),
+                     Contains(StartsWith("power             -"))));
     system.start();
-    expectRows(AllOf(testing::Contains(HasSubstr("events may be missing")),
-                     testing::Contains(StartsWith("subscribers       align 1, rtx 1, fan 1"))));
+    expectRows(AllOf(Contains(HasSubstr("events may be missing")),
+                     Contains(HasSubstr("connection: answered again")),
+                     Contains(StartsWith("subscribers       align 1, rtx 1, fan 1"))));
 }
 
 TEST_F(TerminalTest, TopLeavesTheTerminalAsItWas) {
@@ -108,9 +102,9 @@ TEST_F(TerminalTest, TopLeavesTheTerminalAsItWas) {
     for (const auto& [before, end] : kCases) {
         SCOPED_TRACE(end[1]);
         open(80, std::string(before) + WLC_PROGRAM " top");
-        expectRows(testing::Contains(StartsWith("subscribers ")));
+        expectRows(Contains(StartsWith("subscribers ")));
         tmux(end);
-        expectRows(testing::Contains("EXIT 0"));
+        expectRows(Contains("EXIT 0"));
         EXPECT_EQ("0 1\n", terminal("#{alternate_on} #{cursor_flag}"));
         tmux({"kill-session"});
     }
@@ -119,48 +113,26 @@ TEST_F(TerminalTest, TopLeavesTheTerminalAsItWas) {
 
 TEST_F(TerminalTest, TopWithoutAnAnswerStaysAliveAndEndsAtItsLimit) {
     open(80, WLC_PROGRAM " --timeout 4 top");
-    expectRows(testing::Contains(StartsWith("subscribers ")));
+    expectRows(Contains(StartsWith("subscribers ")));
     kill(system.pid(), SIGSTOP);
-    expectRows(testing::Contains(testing::ContainsRegex("no answer for [23] s")));
-    expectRows(AllOf(testing::Contains("wlc: no answer from the service within 4 s"),
-                     testing::Contains("EXIT 3")));
+    expectRows(Contains(testing::ContainsRegex("no answer for [23] s")));
+    expectRows(AllOf(Contains("wlc: no answer from the service within 4 s"), Contains("EXIT 3")));
     kill(system.pid(), SIGCONT);
 }
 
 TEST_F(TerminalTest, TopWithoutATerminalIsBadUsage) {
-    const Outcome outcome = wlc("top");
-    EXPECT_EQ(2, outcome.exitStatus);
-    EXPECT_THAT(outcome.err, HasSubstr("needs a terminal"));
+    EXPECT_THAT(wlc("top").err, HasSubstr("needs a terminal"));
     EXPECT_EQ("BAD_USAGE", wlcJson("top", 2)["error"]["name"]);
     open(80, "TERM=dumb " WLC_PROGRAM " top");
-    expectRows(
-        AllOf(testing::Contains(HasSubstr("of the type 'dumb'")), testing::Contains("EXIT 2")));
+    expectRows(AllOf(Contains(HasSubstr("of the type 'dumb'")), Contains("EXIT 2")));
 }
 
-TEST_F(TerminalTest, ProgressOfAnUpdateFitsEveryWidth) {
-    const std::string update =
-        WLC_PROGRAM " firmware update " + file("image", std::string(9000, 'x'));
-    dock("set firmware.0.execute-ms 20");
+TEST_F(TerminalTest, ProgressOfAnUpdateFitsANarrowTerminal) {
     dock("delay sendPropRequest:26 20");
-    for (const int columns : {40, 56, 80, 200}) {
-        SCOPED_TRACE(columns);
-        open(columns, update);
-        std::vector<std::string> seen;
-        size_t bars = 0;
-        const bool ended = eventually([&] {
-            seen = rows();
-            for (const std::string& row : seen) {
-                if (!row.starts_with('[')) continue;
-                ++bars;
-                EXPECT_THAT(row, IsNotWiderThan(columns - 1));
-            }
-            return testing::Matches(testing::Contains("EXIT 0"))(seen);
-        });
-        EXPECT_TRUE(ended && bars > 1);
-        EXPECT_THAT(seen, testing::Contains(testing::ContainsRegex("^\\[#+\\] apply +100 %$")))
-            << testing::PrintToString(seen);
-        tmux({"kill-session"});
-    }
+    open(40, WLC_PROGRAM " firmware update " + file("image", std::string(9000, 'x')));
+    // A bar that was too wide would have left its first rows behind.
+    expectRows(AllOf(Each(AnyOf(Not(StartsWith("[")), IsNotWiderThan(39))),
+                     Contains(testing::MatchesRegex("\\[#+\\] apply +100 %")), Contains("EXIT 0")));
 }
 
 }  // namespace

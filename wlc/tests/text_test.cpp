@@ -41,20 +41,13 @@ TEST(Number, OnlyWholeNumbersWithinBoundsAreTaken) {
     }
 }
 
-TEST(Time, IsIso8601InUtc) {
-    const std::chrono::milliseconds since(1767225599007);
-    EXPECT_EQ("2025-12-31T23:59:59.007Z", isoTime(std::chrono::system_clock::time_point(since)));
-}
-
 TEST(ProgressLine, FitsTheTerminalAndDropsWhatMattersLeast) {
     ProgressState state = {"transfer", 42, 123456, 98, 0};
     for (const auto& [columns, line] :
          {std::pair{200, "[############..................] transfer  42 %  120.6 KiB/s, 98 s left"},
           {56, "[#####.........] transfer  42 %  120.6 KiB/s, 98 s left"},
           {40, "[####.......] transfer  42 %  98 s left"},
-          {30, "[#####.......] transfer  42 %"},
           {17, "[###......] 42 %"},
-          {10, "42 %"},
           {3, "42"}}) {
         EXPECT_EQ(line, progressLine(state, columns)) << columns;
     }
