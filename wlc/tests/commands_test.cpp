@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
+
 #include "service_fixture.h"
 
 namespace wlc {
@@ -127,6 +129,19 @@ TEST_F(CommandsTest, WithoutAServiceEveryCommandExitsThree) {
     }
     EXPECT_THAT(wlc("--wait 0.1 version").err, HasSubstr("(waited 0.1 s)"));
     EXPECT_THAT(wlc("watch --help").out, HasSubstr("--count"));
+}
+
+TEST_F(CommandsTest, SilenceIsGivenUp) {
+    dock("delay getFeature 600000");
+    EXPECT_THAT(wlc("--timeout 0.3 features get 1").err,
+                testing::EndsWith("no answer from the service within 0.3 s; use --timeout "
+                                  "SECONDS to wait longer\n"));
+    kill(system.pid(), SIGSTOP);
+    for (const char* command : {"version", "watch", "auth", "firmware update " WLC_PROGRAM}) {
+        EXPECT_EQ("NO_ANSWER",
+                  wlcJson(std::string("--timeout 0.3 ") + command, 3)["error"]["name"]);
+    }
+    kill(system.pid(), SIGCONT);
 }
 
 TEST_F(CommandsTest, WhatTheDockSaysCannotSteerATerminalOrBreakJson) {

@@ -130,7 +130,6 @@ TEST_F(TerminalTest, TopWithoutATerminalIsBadUsage) {
 TEST_F(TerminalTest, ProgressOfAnUpdateFitsANarrowTerminal) {
     dock("delay sendPropRequest:26 20");
     open(40, WLC_PROGRAM " firmware update " + file("image", std::string(9000, 'x')));
-    // A bar that was too wide would have left its first rows behind.
     expectRows(AllOf(Each(AnyOf(Not(StartsWith("[")), IsNotWiderThan(39))),
                      Contains(testing::MatchesRegex("\\[#+\\] apply +100 %")), Contains("EXIT 0")));
 }
