@@ -13,6 +13,8 @@ namespace wlc {
 namespace {
 
 using testing::ElementsAre;
+using testing::NanSensitiveDoubleEq;
+using testing::Pointwise;
 
 constexpr double kNone = NAN;
 
@@ -31,12 +33,7 @@ TEST(Fitted, TextTakesExactlyItsColumns) {
         {"é…x", 3, "é…x", "??x"},
         {"東京", 3, "東…", "?? "},
         {"東京", 2, " …", "??"},
-        {"e\xcc\x81"
-         "a",
-         2,
-         "e\xcc\x81"
-         "a",
-         "e~"},
+        {"e\xcc\x81x", 2, "e\xcc\x81x", "e~"},
         {"\xe6\x9d", 2, "? ", "? "},
     };
     for (const auto& [text, columns, unicode, ascii] : kCases) {
@@ -76,34 +73,29 @@ TEST(HistoryOfSamples, KeepsTheLatestInTheirSlots) {
         sample[kPower] = value;
         history.add(slot, sample);
     };
-    const auto latest = [&](size_t count) {
-        auto values = history.latest(kPower, count);
-        for (double& value : values) value = std::isnan(value) ? -1 : value;
-        return values;
+    const auto expectLatest = [&](const std::vector<double>& values) {
+        EXPECT_THAT(history.latest(kPower, values.size()),
+                    Pointwise(NanSensitiveDoubleEq(), values));
     };
     add(4, 1);
-    EXPECT_THAT(latest(4), ElementsAre(-1, -1, 1, -1));  // 2 to 5
+    expectLatest({kNone, kNone, 1, kNone});  // 2 to 5
     add(7, 2);
     add(7, 3);
-    EXPECT_THAT(latest(4), ElementsAre(1, -1, -1, 3));  // 4 to 7
+    expectLatest({1, kNone, kNone, 3});  // 4 to 7
     add(8, 4);
-    EXPECT_THAT(latest(4), ElementsAre(-1, 3, 4, -1));  // 6 to 9
+    expectLatest({kNone, 3, 4, kNone});  // 6 to 9
     add(int64_t{1} << 60, 5);
     EXPECT_EQ(History::kCapacity, history.size());
-    EXPECT_THAT(latest(2), ElementsAre(5, -1));
+    expectLatest({5, kNone});
 }
 
 PollResult answered() {
+    const std::string text =
+        "東京 31 °C, (vendor-defined unit) and more than fits into a narrow terminal \x1b[2J";
     PollResult result;
-    for (const char* name : {"presence", "power", "temperature", "fan"}) {
-        StatusLine line;
-        line.key = line.label = name;
-        line.text =
-            "東京 31 °C, (vendor-defined unit) and more than fits into a narrow terminal \x1b[2J";
-        result.lines.push_back(line);
-    }
-    result.lines[1].json = {{"negotiatedPower", 12000}};
-    result.lines[2].failed = true;
+    result.lines = {{"presence", "presence", Json::object(), text},
+                    {"power", "power", {{"negotiatedPower", 12000}}, text},
+                    {"temperature", "temperature", Json::object(), text, true}};
     return result;
 }
 
