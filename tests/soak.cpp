@@ -24,9 +24,8 @@ namespace test_support {
 namespace {
 
 using charger::FirmwareVersion;
-using charger::IWirelessCharger;
-using I = IWirelessCharger;
-using Client = std::shared_ptr<IWirelessCharger>;
+using I = charger::IWirelessCharger;
+using Client = std::shared_ptr<I>;
 
 class Soak {
   public:
@@ -82,8 +81,7 @@ class Soak {
         Random random(seed);
         try {
             for (; !mStop; ++work.rounds) (this->*work.round)(random);
-        } catch (...) {
-            // Something that must work did not.
+        } catch (...) {  // something that must work did not
             mStop = true;
             throw;
         }
@@ -261,7 +259,10 @@ class Soak {
     std::atomic<bool> mStop = false;
 };
 
-int runSoak(int argc, char** argv) {
+}  // namespace
+}  // namespace test_support
+
+int main(int argc, char** argv) {
     const int seconds = argc == 2 ? std::atoi(argv[1]) : 0;
     if (seconds <= 0) {
         std::fprintf(stderr, "usage: soak SECONDS\n");
@@ -271,20 +272,13 @@ int runSoak(int argc, char** argv) {
     ABinderProcess_startThreadPool();
     std::string wrong;
     {
-        Soak soak;
+        test_support::Soak soak;
         wrong = soak.run(std::chrono::seconds(seconds));
         soak.printSummary(wrong);
     }
-    if (!hasNoChildren()) {
+    if (!test_support::hasNoChildren()) {
         std::printf("a process is left\n");
         return 1;
     }
     return wrong.empty() ? 0 : 1;
-}
-
-}  // namespace
-}  // namespace test_support
-
-int main(int argc, char** argv) {
-    return test_support::runSoak(argc, argv);
 }
