@@ -4,7 +4,6 @@ import dataclasses
 import pathlib
 import signal
 import sys
-import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
@@ -45,12 +44,11 @@ class ModuleTest(unittest.TestCase):
         self.assertIn("IWirelessCharger Service:", c.dump())
         self.assertEqual(0, c.shell("diag.maxpower", 7))
         self.assertEqual(7, c.power().maxPower)
-        with tempfile.NamedTemporaryFile() as image:
-            image.write(bytes(5000))
-            image.flush()
-            c.firmware_update(image.name, "--fw-version", "2.1", "--reboot")
-            self.assertEqual(2, c.firmware_info().version.major)
-            c.legacy_firmware_update(image.name, "--fw-version", "3.0")
+        image = pathlib.Path(self.system._folder.name, "image")
+        image.write_bytes(bytes(5000))
+        c.firmware_update(image, "--fw-version", "2.1", "--reboot")
+        self.assertEqual(2, c.firmware_info().version.major)
+        c.legacy_firmware_update(image, "--fw-version", "3.0")
         c.firmware_reboot()
         c.legacy_firmware_reboot()
 
@@ -75,15 +73,11 @@ class ModuleTest(unittest.TestCase):
             self.charger.fan(0)
         self.assertNotEqual("", refused.exception.name)
         self.dock.reset()
-        self.charger.fan(0)
-        self.assertIn("faults", self.dock.status())
+        self.assertEqual([], self.dock.status()["faults"])
         with self.assertRaisesRegex(wc.Error, "nonsense"):
             self.dock.call("nonsense")
 
     def test_a_service_that_hangs_or_dies_is_an_error_in_time(self):
-        self.dock.delay("getFeature", 600000)
-        with self.assertRaises(wc.ServiceGone):
-            self.charger.call("features", "get", 1, timeout=0.3)
         self.system._service.send_signal(signal.SIGSTOP)
         with self.assertRaises(wc.ServiceGone):
             self.charger.call("align", timeout=0.3)
