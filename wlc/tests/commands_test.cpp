@@ -51,7 +51,6 @@ TEST_F(CommandsTest, EveryCommandAnswersAsTextAndAsJson) {
 
         {1, "fan get 8", "error 1 (INVALID_ARGUMENT)", R"("name":"INVALID_ARGUMENT")"},
         {1, "auth challenge --nonce 5555", "(INVALID_ARGUMENT)", R"({"code":1,)"},
-        {1, "fan get 0", "(TIMED_OUT)", R"({"code":6,)", "fail sendBidiRequest:12 7 2"},
         {1, "fan get 0", "communication with the dock failed", R"({"code":8,)",
          "fail sendBidiRequest:12 4 2"},
         {1, "challenge 5 0102030405060708", "(INVALID_RESPONSE)", R"({"code":2,)",

@@ -57,9 +57,6 @@ class TerminalTest : public ServiceTest {
         if (eventually([&] { return testing::Matches(matcher)(seen = rows()); })) return;
         EXPECT_THAT(seen, matcher);
     }
-    std::string terminal(const std::string& format) const {
-        return tmux({"display-message", "-p", format});
-    }
 };
 
 // In UTF-8 characters.
@@ -105,7 +102,7 @@ TEST_F(TerminalTest, TopLeavesTheTerminalAsItWas) {
         expectRows(Contains(StartsWith("subscribers ")));
         tmux(end);
         expectRows(Contains("EXIT 0"));
-        EXPECT_EQ("0 1\n", terminal("#{alternate_on} #{cursor_flag}"));
+        EXPECT_EQ("0 1\n", tmux({"display-message", "-p", "#{alternate_on} #{cursor_flag}"}));
         tmux({"kill-session"});
     }
     EXPECT_EQ((test_support::Subscribed{0, 0, 0}), system.subscribed());
