@@ -22,7 +22,7 @@ TEST_F(AuthTest, GenuineOnlyAgainstTheRightRoot) {
         EXPECT_THAT(text.out, HasSubstr("The dock is genuine: 0072-00000"));
         const bool isPublic = line.find("--virtual-dock") != std::string::npos;
         EXPECT_EQ(isPublic, text.out.find("private keys are public") != std::string::npos);
-        const nlohmann::json json = wlcJson(line);
+        nlohmann::json json = wlcJson(line);
         EXPECT_TRUE(json["authentic"]);
         EXPECT_EQ(6u, json["steps"].size());
         EXPECT_EQ(isPublic, json.value("keysArePublic", false));
@@ -36,7 +36,7 @@ TEST_F(AuthTest, WithoutARootTheEvidenceIsShownAndNothingIsTrusted) {
     EXPECT_THAT(text.out, HasSubstr("The dock claims to be 0072-000000"));
     EXPECT_THAT(text.out, Not(HasSubstr("genuine")));
     EXPECT_THAT(text.err, HasSubstr("nothing was trusted"));
-    const nlohmann::json json = wlcJson("auth", 1);
+    nlohmann::json json = wlcJson("auth", 1);
     EXPECT_FALSE(json["authentic"]);
     EXPECT_EQ("NOT_TRUSTED", json["error"]["name"]);
     EXPECT_EQ("0072-000000", json["dock"]["subject"]);
@@ -67,7 +67,7 @@ TEST_F(AuthTest, AnythingWrongFailsAtItsStep) {
         EXPECT_THAT(text.out, HasSubstr(std::string("FAIL  ") + c.step));
         EXPECT_THAT(text.out, Not(HasSubstr("genuine")));
         EXPECT_THAT(text.err, HasSubstr(c.why));
-        const nlohmann::json json = wlcJson(c.line, 1);
+        nlohmann::json json = wlcJson(c.line, 1);
         EXPECT_FALSE(json["authentic"]);
         EXPECT_EQ(c.step, json["steps"].back()["step"]);
         EXPECT_FALSE(json["steps"].back()["passed"]);
