@@ -31,8 +31,8 @@ class Soak {
   public:
     // What is wrong at the end; empty when nothing is.
     std::string run(std::chrono::seconds duration) {
-        mSystem.start();
         try {
+            mSystem.start();
             // The first round makes what is made on first use: threads, connections, loaded
             // modules.
             runAll(std::max(duration / 10, std::chrono::seconds(2)));
@@ -230,9 +230,8 @@ class Soak {
 
     // In a process of its own, which is killed unless it ends soon.
     void runClient(Random& random) {
-        const std::array<Words, 9> commands = {
-            Words{"subscriber", "8", "1", "1"},
-            {"wlc", "watch"},
+        const std::array<Words, 8> commands = {
+            Words{"wlc", "watch"},
             {"wlc", "auth"},
             {"wlc", "dump"},
             {"dumpsys", kInstance},
