@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <map>
 #include <string>
 #include <vector>
@@ -34,37 +32,6 @@ inline Outcome runInMemory(const Files& input, const std::vector<std::string>& a
         io.files.erase(path);
     }
     return {diagnostics.errors(), io.files};
-}
-
-// The same, with all files of `input` for the last arguments.
-inline Outcome runOnAll(const Files& input, std::vector<std::string> arguments) {
-    for (const auto& [path, text] : input) {
-        arguments.push_back(path);
-    }
-    return runInMemory(input, arguments);
-}
-
-// Generates from all `input` files into "src/" and "include/".
-inline Outcome generate(const Files& input) {
-    return runOnAll(input, {"--lang=ndk", "--structured", "--stability=vintf", "--version=2",
-                            "--hash=0f", "-I.", "-osrc", "-hinclude"});
-}
-
-// The dump of all `input` files, by path below "api/".
-inline Outcome dump(const Files& input) {
-    return runOnAll(input, {"--dumpapi", "--structured", "--stability=vintf", "-I.", "--out=api"});
-}
-
-// The files of a folder of the disk, by path below it.
-inline Files readFolder(const std::string& folder) {
-    DiskIo disk;
-    std::string why;
-    Files files;
-    for (const std::string& name : disk.list(folder, &why).value_or(std::vector<std::string>())) {
-        files[name] = disk.read(joinPath(folder, name), &why).value_or("");
-    }
-    EXPECT_FALSE(files.empty()) << folder << ": " << why;
-    return files;
 }
 
 }  // namespace aidlc

@@ -27,14 +27,19 @@ const std::map<std::string, std::string> kOthers = {
     {"a/Stable.aidl", "package a; @VintfStability parcelable Stable { int x; }"},
     {"b/Deep.aidl", "package b; parcelable Deep { const int N = 4; }"},
     {"b/Broken.aidl", "package b; parcelable Broken { int }"},
+    {"b/Circle.aidl", "package b; import a.T; enum Circle { X = T.X }"},
 };
+
+Outcome compile(const std::string& path, const std::string& text) {
+    auto files = kOthers;
+    files[path] = text;
+    return runInMemory(
+        files, {"--lang=ndk", "--version=1", "--hash=0", "-I.", "-osrc", "-hinclude", path});
+}
 
 void expectErrors(const std::string& path, const std::string& text,
                   const std::vector<std::string>& wanted) {
-    auto files = kOthers;
-    files[path] = text;
-    const Outcome outcome = runInMemory(
-        files, {"--lang=ndk", "--version=1", "--hash=0", "-I.", "-osrc", "-hinclude", path});
+    const Outcome outcome = compile(path, text);
     EXPECT_TRUE(outcome.files.empty()) << text;
     ASSERT_EQ(outcome.errors.size(), wanted.size())
         << text << testing::PrintToString(outcome.errors);
@@ -78,6 +83,8 @@ const Case kFiles[] = {
     {"package a; enum T { }", {"1:17: the enum 'T' has no values"}},
     {"package a; enum T { A, B, A }", {"1:27: 'A' is declared in line 1"}},
     {"package a; enum T { A = B, B = 1 }", {"1:25: the value of 'B' is not known yet"}},
+    {"package a; import b.Circle; enum T { X = Circle.X }",
+     {"b/Circle.aidl:1:42: the value of 'T.X' is not known"}},
     {"package a; enum T { A = 127, B, C = -129, D = \"x\" }",
      {"1:30: 'B' of the enum 'T' does not fit", "1:37: 'C' of the enum 'T' must be",
       "1:47: 'D' of the enum 'T' must be an integer from -128 to 127, not a S"}},
@@ -171,6 +178,70 @@ TEST(ErrorsTest, MistakeIsReportedAtItsPlaceAndNothingIsWritten) {
     for (const Case& item : kMethods) {
         const std::string text = std::string("package a; interface IT {\n") + item.text + "\n}";
         expectErrors("a/IT.aidl", text, item.errors);
+    }
+}
+
+std::string repeated(const std::string& text, size_t count) {
+    std::string result;
+    while (count-- > 0) {
+        result += text;
+    }
+    return result;
+}
+
+// With an error, not with a crash or without end.
+TEST(ErrorsTest, DeepOrLongInputEnds) {
+    const size_t deep = 50000;
+    std::string backwards = "const int C0 = 1;";
+    std::string forwards = "const int C2999 = 1;";
+    for (int i = 1; i < 3000; ++i) {
+        const std::string self = std::to_string(i);
+        const std::string other = std::to_string(i - 1);
+        backwards += "const int C" + self + " = C" + other + ";";
+        forwards += "const int C" + other + " = C" + self + ";";
+    }
+    const std::pair<std::string, std::string> kMembers[] = {
+        {"int x = " + repeated("(", deep), "nested more than 100 deep"},
+        {"int x = " + repeated("-", deep), "nested more than 100 deep"},
+        {"int x = " + repeated("{", deep), "nested more than 100 deep"},
+        {"int x = 1" + repeated("+1", deep), "nested more than 100 deep"},
+        {"int x = 1" + repeated("+1", 100) + ";", "nested more than 100 deep"},
+        {"int x = 1" + repeated("+1", 99) + ";", ""},
+        {repeated("List<", deep), "a list of lists"},
+        {backwards, ""},
+        {forwards, "goes through more than 64 other constants"},
+        {repeated("void x;", 10000), "void is only the result"},
+    };
+    for (const auto& [members, error] : kMembers) {
+        const auto errors = compile("a/T.aidl", "package a; parcelable T {" + members + "}").errors;
+        EXPECT_LE(errors.size(), Diagnostics::kMaxErrors + 1);
+        EXPECT_EQ(errors.empty(), error.empty()) << members.substr(0, 30);
+        EXPECT_THAT(errors.empty() ? "" : errors[0], testing::HasSubstr(error));
+    }
+}
+
+TEST(ErrorsTest, EachMistakeInTheArgumentsIsReported) {
+    const struct {
+        std::vector<std::string> arguments;
+        std::vector<const char*> errors;
+    } kCases[] = {
+        {{},
+         {"name at least one .aidl file", "name the output folder with -o or --out",
+          "--lang=ndk is missing", "name the header folder with -h"}},
+        {{"T.aidl", "-os", "--dumpapi", "--version=1"}, {"--version and --hash go together"}},
+        {{"T.aidl", "-os", "--dumpapi", "--hash=0f"}, {"--version and --hash go together"}},
+        {{"--checkapi=equal", "a"}, {"--checkapi=equal needs two folders"}},
+        {{"--lang=java", "--stability=local", "--version=0", "--version=1000000",
+          "--version=99999999999", "--hash=\";}", "--ninja", "--checkapi", "a", "-h"},
+         {"'--lang=java' is not supported", "'--stability=local' is not supported",
+          "'0' is not a version", "'1000000' is not a version", "'99999999999' is not a version",
+          "'--hash' needs the hash", "there is no option '--ninja'", "'--checkapi=' is not",
+          "'-h' needs a value"}},
+    };
+    for (const auto& [arguments, wanted] : kCases) {
+        std::vector<testing::Matcher<std::string>> matchers;
+        for (const char* error : wanted) matchers.push_back(testing::HasSubstr(error));
+        EXPECT_THAT(runInMemory({}, arguments).errors, testing::ElementsAreArray(matchers));
     }
 }
 
