@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the generated code of the sample interface does: every type through a parcel and through a
 // call, and parcels that lie.
-#include <aidl/test/plain/BnPlain.h>
-#include <aidl/test/plain/BpPlain.h>
 #include <aidl/test/sample/BnLooker.h>
 #include <aidl/test/sample/BpLooker.h>
 #include <aidl/test/sample/Everything.h>
@@ -21,15 +19,10 @@ namespace aidl::test::sample {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-
-ndk::ScopedAParcel newParcel() {
-    return ndk::ScopedAParcel(AParcel_create());
-}
 
 template <typename T>
 std::vector<uint8_t> bytesOf(const T& value) {
-    const ndk::ScopedAParcel parcel = newParcel();
+    const ndk::ScopedAParcel parcel(AParcel_create());
     EXPECT_EQ(value.writeToParcel(parcel.get()), STATUS_OK);
     std::vector<uint8_t> bytes(static_cast<size_t>(AParcel_getDataSize(parcel.get())));
     EXPECT_EQ(AParcel_marshal(parcel.get(), bytes.data(), 0, bytes.size()), STATUS_OK);
@@ -38,7 +31,7 @@ std::vector<uint8_t> bytesOf(const T& value) {
 
 template <typename T>
 binder_status_t readBytes(const std::vector<uint8_t>& bytes, T* value) {
-    const ndk::ScopedAParcel parcel = newParcel();
+    const ndk::ScopedAParcel parcel(AParcel_create());
     EXPECT_EQ(AParcel_unmarshal(parcel.get(), bytes.data(), bytes.size()), STATUS_OK);
     return value->readFromParcel(parcel.get());
 }
@@ -128,7 +121,7 @@ TEST(GeneratedRecordTest, LyingSizeOrUnknownTagIsRefused) {
 }
 
 TEST(GeneratedRecordTest, ShorterRecordLeavesDefaultsAndLongerOneIsSkipped) {
-    const ndk::ScopedAParcel parcel = newParcel();
+    const ndk::ScopedAParcel parcel(AParcel_create());
     // Only the first field; nothing at all; both fields and 8 bytes more. Then another value.
     for (const int32_t word : {8, 1, 4, 28, 2, 1, int32_t{'a'}, -1, -1, -1, 99}) {
         ASSERT_EQ(AParcel_writeInt32(parcel.get(), word), STATUS_OK);
@@ -145,21 +138,18 @@ TEST(GeneratedRecordTest, ShorterRecordLeavesDefaultsAndLongerOneIsSkipped) {
 }
 
 TEST(GeneratedUnionTest, EachMemberSurvivesAParcel) {
-    const Choice values[] = {
-        Choice::make<Choice::Tag::number>(-1),
-        Choice::make<Choice::Tag::small>(Small{3, "x"}),
-        Choice::make<Choice::Tag::text>("text"),
-        Choice::make<Choice::Tag::bytes>(std::vector<uint8_t>{1, 2}),
-        Choice::make<Choice::Tag::maybe>(std::nullopt),
-        Choice::make<Choice::Tag::key>(std::array<uint8_t, 4>{1, 2, 3, 4}),
-        Choice::make<Choice::Tag::words>(std::vector<std::string>{"a"}),
-    };
-    ASSERT_EQ(std::size(values), ndk::internal::enum_values<Choice::Tag>.size());
-    for (const Choice& sent : values) {
+    for (const Choice& sent : {
+             Choice::make<Choice::Tag::number>(-1),
+             Choice::make<Choice::Tag::small>(Small{3, "x"}),
+             Choice::make<Choice::Tag::text>("text"),
+             Choice::make<Choice::Tag::bytes>(std::vector<uint8_t>{1, 2}),
+             Choice::make<Choice::Tag::maybe>(std::nullopt),
+             Choice::make<Choice::Tag::key>(std::array<uint8_t, 4>{1, 2, 3, 4}),
+             Choice::make<Choice::Tag::words>(std::vector<std::string>{"a"}),
+         }) {
         Choice received;
         ASSERT_EQ(readBytes(bytesOf(sent), &received), STATUS_OK) << sent.toString();
         EXPECT_EQ(received, sent);
-        EXPECT_THAT(received.toString(), HasSubstr(toString(sent.getTag())));
     }
 }
 
@@ -267,11 +257,6 @@ TEST_F(GeneratedCallTest, OnewayCallArrivesAndNullWhereNoneMayBeIsRefused) {
     EXPECT_EQ(mProxy->look(Choice(), nullptr).getStatus(), STATUS_UNEXPECTED_NULL);
 }
 
-TEST_F(GeneratedCallTest, ObjectOfAnotherInterfaceIsNull) {
-    EXPECT_EQ(test::plain::IPlain::fromBinder(mLooker->asBinder()), nullptr);
-    EXPECT_EQ(ILooker::fromBinder(mLooker->asBinder()), mLooker);
-}
-
 TEST_F(GeneratedCallTest, VersionAndHashAreAnswered) {
     // Twice: the second answer comes from the proxy's memory.
     for (int i = 0; i < 2; ++i) {
@@ -285,44 +270,15 @@ TEST_F(GeneratedCallTest, VersionAndHashAreAnswered) {
     EXPECT_EQ(ILooker::TRANSACTION_look, FIRST_CALL_TRANSACTION + 1u);
 }
 
-class Plain : public test::plain::BnPlain {
-  public:
-    ndk::ScopedAStatus twice(int32_t number, int32_t* result) override {
-        *result = 2 * number;
-        return ndk::ScopedAStatus::ok();
-    }
-};
-
-TEST(GeneratedPlainTest, InterfaceWithoutVersionCarriesCalls) {
-    const auto plain = ndk::SharedRefBase::make<Plain>();
-    int32_t result = 0;
-    ASSERT_TRUE(ndk::SharedRefBase::make<test::plain::BpPlain>(plain->asBinder())
-                    ->twice(21, &result)
-                    .isOk());
-    EXPECT_EQ(result, 42);
-}
-
-// Calls `code` with arguments written by hand.
-binder_status_t callWithWords(const ndk::SpAIBinder& binder, transaction_code_t code,
-                              const std::vector<int32_t>& words) {
-    AParcel* in = nullptr;
-    EXPECT_EQ(AIBinder_prepareTransaction(binder.get(), &in), STATUS_OK);
-    for (const int32_t word : words) {
-        EXPECT_EQ(AParcel_writeInt32(in, word), STATUS_OK);
-    }
-    ndk::ScopedAParcel out;
-    return AIBinder_transact(binder.get(), code, &in, out.getR(), 0);
-}
-
-TEST_F(GeneratedCallTest, BadArgumentsNeverReachTheImplementation) {
+TEST_F(GeneratedCallTest, MissingArgumentsNeverReachTheImplementation) {
     const ndk::SpAIBinder binder = mLooker->asBinder();
     for (const transaction_code_t code : {ILooker::TRANSACTION_turn, ILooker::TRANSACTION_look,
                                           ILooker::TRANSACTION_fill, ILooker::TRANSACTION_names}) {
-        EXPECT_NE(callWithWords(binder, code, {}), STATUS_OK) << code;
+        ndk::ScopedAParcel in;
+        ndk::ScopedAParcel out;
+        ASSERT_EQ(AIBinder_prepareTransaction(binder.get(), in.getR()), STATUS_OK);
+        EXPECT_NE(AIBinder_transact(binder.get(), code, in.getR(), out.getR(), 0), STATUS_OK);
     }
-    // An out array of two milliard items.
-    EXPECT_NE(callWithWords(binder, ILooker::TRANSACTION_fill, {INT32_MAX}), STATUS_OK);
-    EXPECT_EQ(callWithWords(binder, FIRST_CALL_TRANSACTION + 4, {}), STATUS_UNKNOWN_TRANSACTION);
 }
 
 }  // namespace
