@@ -11,14 +11,9 @@ namespace {
 
 using android::host::hostRuntimeDir;
 using android::host::hostRuntimeSubdir;
+namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::HasSubstr;
-
-mode_t modeOf(const std::string& path) {
-    struct stat info = {};
-    EXPECT_EQ(0, lstat(path.c_str(), &info)) << path;
-    return info.st_mode & 07777;
-}
 
 // The folder, or the message of a refusal.
 std::string found() {
@@ -35,7 +30,7 @@ TEST_F(RuntimeDirTest, MissingFolderIsMadePrivateAndFoundAgain) {
     const mode_t former = umask(0);
     EXPECT_EQ(mDir, found());
     umask(former);
-    EXPECT_EQ(mode_t{0700}, modeOf(mDir));
+    EXPECT_EQ(fs::perms::owner_all, fs::status(mDir).permissions());
     setenv("ANDROID_HOST_DIR", (mDir + "//").c_str(), 1);
     EXPECT_EQ(mDir, found());
 }
@@ -45,7 +40,8 @@ TEST_F(RuntimeDirTest, AnyPermissionForOthersIsRefused) {
     for (const mode_t open : {0710, 0701, 0740, 0704, 0720, 0702}) {
         ASSERT_EQ(0, chmod(mDir.c_str(), open));
         EXPECT_THAT(found(), AllOf(HasSubstr(mDir), HasSubstr("0700")));
-        EXPECT_EQ(open, modeOf(mDir)) << "it must not be corrected silently";
+        EXPECT_EQ(fs::perms(open), fs::status(mDir).permissions())
+            << "it must not be corrected silently";
     }
     ASSERT_EQ(0, chmod(mDir.c_str(), 0500));
     EXPECT_EQ(mDir, found());
@@ -94,7 +90,7 @@ TEST_F(RuntimeDirTest, SubfoldersArePrivateAndStayBelowTheFolder) {
     }
     ASSERT_TRUE(hostRuntimeSubdir("a/b", &path, &error)) << error;
     EXPECT_EQ(mDir + "/a/b", path);
-    EXPECT_EQ(mode_t{0700}, modeOf(mDir + "/a"));
+    EXPECT_EQ(fs::perms::owner_all, fs::status(mDir + "/a").permissions());
     ASSERT_EQ(0, chmod((mDir + "/a").c_str(), 0755));
     EXPECT_FALSE(hostRuntimeSubdir("a/b", &path, &error));
     EXPECT_THAT(error, HasSubstr(mDir + "/a "));
