@@ -16,32 +16,26 @@ struct Watched : public virtual RefBase {
     const std::function<void()> mAtEnd;
 };
 
-TEST(RefBaseTest, ObjectGoesWithItsLastStrongReference) {
-    int deleted = 0;
-    const auto count = [&] { ++deleted; };
-    {
-        sp<Watched> one = sp<Watched>::make(count);
-        const sp<RefBase> two = one;
-        sp<Watched> three = std::move(one);
-        EXPECT_EQ(nullptr, one.get());  // NOLINT(bugprone-use-after-move): that is the point
-        three = three.get();
-        EXPECT_TRUE(two == three);
-        three.clear();
-        EXPECT_EQ(0, deleted);
-    }
-    EXPECT_EQ(1, deleted);
-    { const Watched local(count); }
-    EXPECT_EQ(2, deleted);
-}
-
-// The destructor of the former object comes back to the pointer that is being assigned.
-TEST(RefBaseTest, AssignmentIsCompleteBeforeFormerObjectGoes) {
+TEST(RefBaseTest, ObjectGoesWithItsLastReferenceAndOnceAnAssignmentIsComplete) {
     sp<Watched> holder;
     const Watched* seen = nullptr;
-    holder = sp<Watched>::make([&] { seen = holder.get(); });
+    int deleted = 0;
+    // The destructor comes back to the pointer that is being assigned.
+    holder = sp<Watched>::make([&] {
+        seen = holder.get();
+        ++deleted;
+    });
+    {
+        const sp<RefBase> other = holder;
+        const sp<Watched> moved = std::move(holder);
+        holder = moved.get();
+        holder = holder.get();
+    }
+    EXPECT_EQ(0, deleted);
     const sp<Watched> next = sp<Watched>::make([] {});
     holder = next;
     EXPECT_EQ(next.get(), seen);
+    EXPECT_EQ(1, deleted);
 }
 
 }  // namespace
