@@ -181,36 +181,31 @@ TEST(ErrorsTest, MistakeIsReportedAtItsPlaceAndNothingIsWritten) {
     }
 }
 
-std::string repeated(const std::string& text, size_t count) {
-    std::string result;
-    while (count-- > 0) {
-        result += text;
-    }
-    return result;
-}
-
 // With an error, not with a crash or without end.
 TEST(ErrorsTest, DeepOrLongInputEnds) {
-    const size_t deep = 50000;
     std::string backwards = "const int C0 = 1;";
-    std::string forwards = "const int C2999 = 1;";
-    for (int i = 1; i < 3000; ++i) {
+    std::string forwards = "const int C5000 = 1;";
+    std::string sum = "1";
+    std::string lists;
+    std::string fields;
+    for (int i = 1; i <= 5000; ++i) {
         const std::string self = std::to_string(i);
         const std::string other = std::to_string(i - 1);
         backwards += "const int C" + self + " = C" + other + ";";
         forwards += "const int C" + other + " = C" + self + ";";
+        sum += "+1";
+        lists += "List<";
+        fields += "void x;";
     }
     const std::pair<std::string, std::string> kMembers[] = {
-        {"int x = " + repeated("(", deep), "nested more than 100 deep"},
-        {"int x = " + repeated("-", deep), "nested more than 100 deep"},
-        {"int x = " + repeated("{", deep), "nested more than 100 deep"},
-        {"int x = 1" + repeated("+1", deep), "nested more than 100 deep"},
-        {"int x = 1" + repeated("+1", 100) + ";", "nested more than 100 deep"},
-        {"int x = 1" + repeated("+1", 99) + ";", ""},
-        {repeated("List<", deep), "a list of lists"},
+        {"int x = " + std::string(5000, '('), "nested more than 100 deep"},
+        {"int x = " + std::string(5000, '-'), "nested more than 100 deep"},
+        {"int x = " + std::string(5000, '{'), "nested more than 100 deep"},
+        {"int x = " + sum, "nested more than 100 deep"},
+        {lists, "a list of lists"},
+        {fields, "void is only the result"},
         {backwards, ""},
         {forwards, "goes through more than 64 other constants"},
-        {repeated("void x;", 10000), "void is only the result"},
     };
     for (const auto& [members, error] : kMembers) {
         const auto errors = compile("a/T.aidl", "package a; parcelable T {" + members + "}").errors;
