@@ -10,7 +10,7 @@
 namespace aidlc {
 namespace {
 
-TEST(ApiTest, ConstantIsDumpedAsItsValue) {
+TEST(ApiTest, ExpressionIsDumpedAsItsValue) {
     const struct {
         std::string type;
         std::string expression;
@@ -43,16 +43,39 @@ TEST(ApiTest, ConstantIsDumpedAsItsValue) {
         {"char", "'\"'", "'\"'"},
         {"float", "-.25", "-0.25f"},
         {"double", "-0.1", "-0.10000000000000001"},
+        {"String[]", "{\"it's\", \"\"}", "{\"it's\", \"\"}"},
+        {"boolean[]", "{true, false}", "{true, false}"},
+        {"a.E[]", "{E.A, E.B}", "{a.E.A, a.E.B}"},
     };
     for (const auto& [type, expression, value] : kCases) {
         Outcome outcome = runInMemory(
-            {{"a/T.aidl", "package a; parcelable T { const int NINE = 9; const " + type +
-                              " X = " + expression + "; }"},
+            {{"a/T.aidl", "package a; parcelable T { const int NINE = 9; " + type +
+                              " x = " + expression + "; }"},
              {"a/E.aidl", "package a; @Backing(type=\"long\") enum E { A = 5, B, C = A | 8 }"}},
             {"--dumpapi", "-I.", "--out=api", "a/T.aidl"});
         EXPECT_THAT(outcome.files["api/a/T.aidl"],
-                    testing::HasSubstr("const " + type + " X = " + value + ";\n"))
+                    testing::HasSubstr(type + " x = " + value + ";\n"))
             << testing::PrintToString(outcome.errors);
+    }
+}
+
+TEST(ApiTest, DumpHasFullNamesAndOneOrderAndDumpsToTheSame) {
+    const std::string dumped = R"(package a;
+@VintfStability
+interface IT {
+  @nullable a.IT turn(in int[] what, inout List<String> words, out byte[4] key);
+  oneway void look(@nullable IBinder binder, a.IT back);
+  const int SIZE = 16;
+}
+)";
+    const std::string written = R"(package a; /** Looks. */ @VintfStability interface IT {
+        const int SIZE = 1 << 4;
+        @nullable IT turn(in int[] what, inout List<String> words, out byte[SIZE / 4] key);
+        oneway void look(@nullable IBinder binder, IT back); })";
+    for (const std::string& text : {written, dumped}) {
+        Outcome outcome =
+            runInMemory({{"a/IT.aidl", text}}, {"--dumpapi", "-I.", "--out=api", "a/IT.aidl"});
+        EXPECT_THAT(outcome.files["api/a/IT.aidl"], testing::EndsWith(dumped));
     }
 }
 
