@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "../../base/tests/temporary_runtime.h"
@@ -39,13 +40,22 @@ class UeventTest : public TemporaryRuntime {
         EXPECT_EQ(error, errno);
     }
 
-    bool send(const std::string& text) const {
+    // Sends `text` with a descriptor that nobody asked for.
+    bool send(std::string text) const {
         const unique_fd sender(socket(PF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         sockaddr_un to = {};
         to.sun_family = AF_UNIX;
         mPath.copy(to.sun_path, sizeof(to.sun_path) - 1);
-        return sendto(sender, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&to),
-                      sizeof(to)) == static_cast<ssize_t>(text.size());
+        iovec area = {text.data(), text.size()};
+        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+        msghdr message = {&to, sizeof(to), &area, 1, control, sizeof(control), 0};
+        cmsghdr* const item = CMSG_FIRSTHDR(&message);
+        item->cmsg_level = SOL_SOCKET;
+        item->cmsg_type = SCM_RIGHTS;
+        item->cmsg_len = CMSG_LEN(sizeof(int));
+        const int attached = sender;
+        memcpy(CMSG_DATA(item), &attached, sizeof(int));
+        return sendmsg(sender, &message, 0) == static_cast<ssize_t>(text.size());
     }
 
     // The next message; "refused" for one that was refused and cleared.
@@ -79,11 +89,16 @@ TEST_F(UeventTest, SocketsOfBothKindsAreReadyForUse) {
 
 TEST_F(UeventTest, MessageOfTheSameUserCountsAsTheKernelsAndIsCutToTheBuffer) {
     ASSERT_GE(open(), 0);
+    const auto descriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = descriptors();
     for (const size_t size : {0, 1, 2047, 2048, 2049, 8000}) {
         const std::string text = std::string("\0SOURCE", 7).append(8000, 'u').substr(0, size);
         ASSERT_TRUE(send(text));
         EXPECT_EQ(text.substr(0, 2048), receive());
     }
+    EXPECT_EQ(before, descriptors()) << "an attached one was taken";
 }
 
 TEST_F(UeventTest, MessageOfAnotherUserOrWithoutCredentialsIsRefusedAndCleared) {
