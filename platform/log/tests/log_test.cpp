@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -71,6 +72,7 @@ void expectLog(const std::function<void()>& body, const testing::Matcher<const s
                            : testing::KilledBySignal(signal)(status);
     };
     const auto inChild = [&] {
+        unsetenv("ANDROID_LOG_TAGS");
         body();
         _exit(0);
     };
