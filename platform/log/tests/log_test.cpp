@@ -104,7 +104,9 @@ TEST(LogTest, EntryIsOneThreadtimeLineInOneWriteAlsoAfterAFork) {
         [&] {
             log();
             if (fork() == 0) log();
-            wait(nullptr);
+            int status = 0;
+            wait(&status);
+            if (status != 0) _exit(4);
         },
         MatchesRegex("([0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} +[0-9]+ +[0-9]+ I "
                      "log_test: text\n){2}"));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <fcntl.h>
+#include <android-base/unique_fd.h>
+#include <errno.h>
 #include <gtest/gtest.h>
 #include <host/escape.h>
 #include <host/text_relay.h>
@@ -62,18 +63,25 @@ TEST(EscapeTest, ShortRoomTakesWholeCharactersOnly) {
     }
 }
 
-TEST(TextRelayTest, WriterNoticesThatTheReaderHasGone) {
+TEST(TextRelayTest, TextArrivesThoughSomebodyKeepsThePipeAndWriterNoticesThatTheReaderHasGone) {
     signal(SIGPIPE, SIG_IGN);
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
-    close(ends[0]);
-    TextRelay relay(ends[1]);
+    base::unique_fd reader;
+    base::unique_fd writer;
+    ASSERT_TRUE(base::Pipe(&reader, &writer));
+    TextRelay kept(writer);
+    const base::unique_fd keeper(dup(kept.descriptor()));
+    ASSERT_EQ(1, write(keeper, "x", 1));
+    EXPECT_EQ(0, kept.finish());
+    char byte = 0;
+    EXPECT_EQ(1, read(reader, &byte, 1));
+
+    reader.reset();
+    TextRelay relay(writer);
     ASSERT_EQ(1, write(relay.descriptor(), "x", 1));
     pollfd gone = {relay.descriptor(), 0, 0};
     EXPECT_EQ(1, poll(&gone, 1, 20000));
     EXPECT_NE(0, gone.revents & POLLERR);
-    relay.finish();
-    close(ends[1]);
+    EXPECT_EQ(EPIPE, relay.finish());
 }
 
 }  // namespace
