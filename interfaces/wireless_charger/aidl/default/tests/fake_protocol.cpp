@@ -14,7 +14,6 @@ std::unique_ptr<Protocol> gProtocol = std::make_unique<Protocol>();
 uint32_t exchange(Sent::Channel channel, int32_t type, const uint8_t* request, size_t length,
                   uint8_t* response, size_t* responseLength, uint32_t timeLimit) {
     Protocol& p = protocol();
-    if (p.inFlight++ != 0) p.overlapped = true;
     Sent sent{channel,
               type,
               request == nullptr ? Bytes() : Bytes(request, request + length),
@@ -26,11 +25,8 @@ uint32_t exchange(Sent::Channel channel, int32_t type, const uint8_t* request, s
         std::copy_n(answer.bytes.begin(), std::min(answer.bytes.size(), sent.capacity), response);
         *responseLength = answer.claimedLength.value_or(answer.bytes.size());
     }
-    {
-        std::lock_guard lock(p.lock);
-        p.sent.push_back(std::move(sent));
-    }
-    p.inFlight--;
+    std::lock_guard lock(p.lock);
+    p.sent.push_back(std::move(sent));
     return answer.result;
 }
 

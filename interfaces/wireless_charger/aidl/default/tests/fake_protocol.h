@@ -7,7 +7,6 @@
  */
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -70,8 +69,6 @@ struct Protocol {
     std::vector<uint16_t> qiIds;
     std::vector<FwUpdateData> uploads;
     std::vector<int32_t> rtxTypes;
-    std::atomic<int> inFlight = 0;
-    std::atomic<bool> overlapped = false;
 
     std::mutex lock;  // over the record
 };

@@ -125,54 +125,5 @@ TEST_F(FirmwareTest, ExecuteStatusDecidesTheResult) {
     EXPECT_EQ(protocol().uploads.size(), std::size(kCases));
 }
 
-TEST_F(FirmwareTest, ChunkAnswerHasToMatchTheTarget) {
-    const struct {
-        const char* bytes;
-        int8_t target;
-        int error;
-    } kCases[] = {{"00", 0, 0}, {"01", 1, 0}, {"7E", 0, 0},  {"7F", 1, 0},
-                  {"01", 0, 2}, {"00", 1, 2}, {"80", 0, 2},  {"81", 1, 2},
-                  {"82", 2, 2}, {"02", 2, 2}, {"FF", -1, 2}, {"7F", -1, 2}};
-    for (const auto& [bytes, target, error] : kCases) {
-        EXPECT_EQ(chunk(bytes, target, 0), error) << bytes;
-    }
-}
-
-TEST_F(FirmwareTest, StatusesOutsideTheirRangeAreNotPassedOn) {
-    EXPECT_EQ(start("01 02", true), 2);
-    for (const char* other : {"01 03", "01 FF"}) {
-        answer(other);
-        EXPECT_EQ(ask(&W::getFwUpdateExecutionStatus, 1).status, 16);
-    }
-    ExecuteStatus status = ExecuteStatus::ACCEPTED;
-    answer("04");
-    EXPECT_EQ(errorOf(charger->executeUpdate(&status)), 2);
-    EXPECT_EQ(status, ExecuteStatus::ACCEPTED);
-    UpdateStatus progress{9, 0};
-    for (const char* other : {"03 64", "FF 64"}) {
-        answer(other);
-        EXPECT_EQ(errorOf(charger->getUpdateExecutionStatus(&progress)), 0);
-        EXPECT_EQ(progress, (UpdateStatus{9, 100}));
-    }
-    for (const auto& [bytes, error] : {std::pair{"00", 0}, {"01", 0}, {"02", 2}, {"FF", 2}}) {
-        UpdateStartResponse start{7, 7, 7};
-        answer(bytes);
-        EXPECT_EQ(errorOf(charger->updateStart(0, 0, true, {}, &start)), error);
-        EXPECT_EQ(start, UpdateStartResponse());
-    }
-    char16_t next = 5;
-    dock(kFails);
-    EXPECT_EQ(errorOf(charger->sendChunk(0, 0, {}, &next)), 10);
-    EXPECT_EQ(next, 0);
-}
-
-// What one of these leaves unlocked the thread sanitizer reports.
-TEST_F(FirmwareTest, StartsOfSeveralClientsAreAllCounted) {
-    const auto start = [&] { ask(&W::fwUpdateStart, 0, 0, 0, true, FirmwareVersion()); };
-    runAtOnce(100, {start, start, [&] { chargingOff(); }});
-    execute("00 00", 0);
-    EXPECT_EQ(protocol().uploads.back().startCount, 200);
-}
-
 }  // namespace
 }  // namespace aidl::vendor::zorvak::wireless_charger
