@@ -9,7 +9,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -34,17 +33,6 @@ using testing::IsEmpty;
 inline int errorOf(const ndk::ScopedAStatus& status) {
     if (status.isOk()) return 0;
     return status.getExceptionCode() == EX_SERVICE_SPECIFIC ? status.getServiceSpecificError() : -1;
-}
-
-/** Each so many times, at once, on a thread of its own. */
-inline void runAtOnce(int times, const std::vector<std::function<void()>>& actions) {
-    std::vector<std::thread> threads;
-    for (const auto& action : actions) {
-        threads.emplace_back([&action, times] {
-            for (int i = 0; i < times; i++) action();
-        });
-    }
-    for (auto& thread : threads) thread.join();
 }
 
 class ChargerTest : public testing::Test {

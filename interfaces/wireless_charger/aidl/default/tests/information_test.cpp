@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the charger and the dock report, reduced to what the interface defines.
-#include <atomic>
-
 #include "charger_test.h"
 #include "utf8_text.h"
 
@@ -143,17 +141,6 @@ TEST_F(InformationTest, AlignmentIsLimitedAlsoOnFailure) {
     EXPECT_EQ(info.status, 2);
 }
 
-TEST_F(InformationTest, FeaturesPassThroughUnchanged) {
-    const auto all = static_cast<WirelessChargerFeature>(-1);
-    EXPECT_EQ(errorOf(charger->setFeatures(1LL << 40, all)), 0);
-    WirelessChargerFeature got = ask(&W::getFeatures, 1LL << 40);
-    EXPECT_EQ(got, all);
-    protocol().simpleResult = 12;
-    EXPECT_EQ(errorOf(charger->getFeatures(1LL << 40, &got)), 10);
-    EXPECT_EQ(got, WirelessChargerFeature::NONE);
-    EXPECT_EQ(errorOf(charger->setFeatures(0, all)), 10);
-}
-
 TEST_F(InformationTest, DockInformationFillsTheCacheUntilChargingGoesOff) {
     DockInfo info;
     EXPECT_EQ(information(packetOf("a", 0x23,
@@ -229,26 +216,6 @@ TEST_F(InformationTest, DockInformationCutAtEveryLengthFails) {
     }
     fake::answerAll({.bytes = whole, .claimedLength = 100000});
     EXPECT_EQ(ask(&W::getInformation).firmwareVersion.name.size(), 198u);
-}
-
-// Two docks take turns; whoever reads meanwhile sees one of them or none, never a mixture. What
-// anything here leaves unlocked the thread sanitizer reports.
-TEST_F(InformationTest, ConcurrentReadersSeeWholeRecords) {
-    std::atomic<int> turn = 0;
-    protocol().answer = [&](const Sent&) {
-        const std::string name = turn++ % 2 ? "a dock with long texts, not kept in place " : "b";
-        return fake::Answer{.bytes = packetOf(name, 0, "12" + name)};
-    };
-    const auto write = [&] { ask(&W::getInformation); };
-    const auto read = [&] {
-        const DockInfo info = dock();
-        if (info.infoText0.empty()) return;
-        const std::string name = info.infoText0.substr(0, info.infoText0.size() - 1);
-        EXPECT_EQ(info.infoText2, name + "2");
-        EXPECT_EQ(info.firmwareVersion.name, name);
-    };
-    const auto override = [&] { shell({"diag.maxpower", "1"}); };
-    runAtOnce(300, {write, write, read, read, override, [&] { power(); }, [&] { chargingOff(); }});
 }
 
 TEST_F(InformationTest, QiIdIsHandedOverWhenItIsADecimalNumber) {

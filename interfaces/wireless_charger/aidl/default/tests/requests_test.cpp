@@ -33,6 +33,10 @@ const std::string kNoAnswer = "no answer";
 const Bytes kNonce = hex("01 02 03 04 05 06 07 08");
 const Bytes kAuthNonce(16, 0xCD);
 const Bytes kKey(32, 0xAB);
+// What an answer does not cover is the request, then zeros.
+const Bytes kKeyAfterTwoBytes =
+    hex("02 AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB "
+        "AB 00");
 const FirmwareVersion kVersion{0x112, 0x34, "ab"};
 const FirmwareVersion kZeroInName{0, 0, {"a\0b", 3}};
 
@@ -66,7 +70,7 @@ const Exchange kExchanges[] = {
     {"SetFanAuto", calls(&W::setFan, 3, FanMode::AUTO, 0x0150), Sent::BIDI, 12, "0F 03", "0F 01 34 12 61 00 62 00 03 80", "FanInfo{valid: false, level: \u1234, fanValue1: \0, fanValue2: \0, fanValue3: \0}"s},
     {"DockInformation", calls(&W::getInformation), Sent::BIDI, 0, kNoPayload},
     {"Challenge", calls(&W::challenge, 5, kNonce), Sent::BIDI, 18, "05 08 01 02 03 04 05 06 07 08", "08 11 12 13 14 15 16 17 18 99", testing::PrintToString(hex("11 12 13 14 15 16 17 18"))},
-    {"KeyExchange", calls(&W::keyExchange, kKey), Sent::BIDI, 16, "AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB"},
+    {"KeyExchange", calls(&W::keyExchange, kKey), Sent::BIDI, 16, "AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB AB", "FF 02", KeyExchangeResponse{-1, kKeyAfterTwoBytes}.toString()},
     {"LegacyInformation", calls(&W::getUpdateInformation), Sent::BIDI, 24, kNoPayload, "99 01 02 03 F4 05", "UpdateInfo{maxSize: -201129471, infoByte4: -12, infoByte5: 5}"},
     {"LegacyStart", calls(&W::updateStart, 0x01020304, -3, true, kVersion), Sent::BIDI, 25, "04 03 02 01 FD 80 12 34 61 62"},
     {"LegacyResume", calls(&W::updateStart, 1, 2, false, FirmwareVersion()), Sent::BIDI, 25, "01 00 00 00 02 00 00 00"},
@@ -161,6 +165,15 @@ TEST_F(ChargerTest, AnswersOutsideTheirRangeAreRefusedOrReplaced) {
     for (const auto& [call, bytes, outcome] : kCases) {
         answer(bytes);
         EXPECT_EQ(call(*charger), outcome) << bytes;
+    }
+}
+
+TEST_F(ChargerTest, FailureOfTheOtherCallsIsMapped) {
+    protocol().simpleResult = 12;
+    for (const Call& call :
+         {calls(&W::getFeatures, 1), calls(&W::setFeatures, 1, WirelessChargerFeature::NONE),
+          calls(&W::isAuthReady)}) {
+        EXPECT_EQ(call(*charger), "error 10");
     }
 }
 
