@@ -5,69 +5,49 @@
 namespace aidl::vendor::zorvak::wireless_charger {
 namespace {
 
-class DumpTest : public ChargerTest {
-  protected:
-    void rtx(const char* mode, const char* connected, const char* error) {
-        protocol().rtx = {
-            {2, {0, mode}}, {5, {0, connected}}, {8, {0, "72"}}, {9, {0, "55"}}, {10, {0, error}}};
-    }
-    void expectReport(const std::string& section) {
-        EXPECT_EQ(dump(), "IWirelessCharger Service:\n" + section +
-                              "  Number of callback registered:\n"
-                              "    RTx: 0\n"
-                              "    Alignment: 0\n"
-                              "    Fan level: 0\n"
-                              "  Dump registered interfaces: [\n"
-                              "  ]\n");
-    }
-    const std::map<int32_t, uint32_t> kDock = {{7, 0xA0ABCDEF}, {5, 0x72},       {8, 0xFFFFFFFD},
-                                               {2, 15000},      {3, 0xFFFFFFFE}, {4, 10}};
-};
+using DumpTest = ChargerTest;
 
-TEST_F(DumpTest, ReverseSectionInEveryState) {
+TEST_F(DumpTest, SectionTellsHowTheChargerIsUsed) {
+    using Values = std::map<int32_t, uint32_t>;
+    const Values kNone;
+    const Values kDock = {{7, 0xA0ABCDEF}, {5, 0x72},       {8, 0xFFFFFFFD},
+                          {2, 15000},      {3, 0xFFFFFFFE}, {4, 10}};
     const std::string kNothing = "  It is not working now\n";
     const std::string kReverse = "  Reverse charging status:\n";
     const std::string kDevice = kReverse + "    prmc = 0x72\n    device level = 55\n";
-    const struct {
-        const char *mode, *connected, *error;
-        std::string section;
-    } kCases[] = {
-        {"off", "", "0", kNothing},
-        {"available", "connected", "0", kNothing},
-        {"active", "connected", "0", kDevice},
-        {"active", "connected", "3", kDevice},
-        {"active", "", "3", kReverse + "    error type = 3\n"},
-        {"active", "", "0", kReverse + "    active but not connected\n"},
-        {"off", "connected", "9", kDevice},
-        {"off", "", "9", kReverse + "    error type = 15\n"},
-    };
-    for (const auto& [mode, connected, error, section] : kCases) {
-        rtx(mode, connected, error);
-        protocol().values.clear();
-        expectReport(section);
-        if (std::string_view(mode) != "active") continue;
-        protocol().values = kDock;  // a dock is there too: reverse transmit is what counts
-        expectReport(section);
-    }
-}
-
-TEST_F(DumpTest, ChargingSection) {
-    protocol().values = kDock;
-    rtx("available", "connected", "5");
-    expectReport(
+    const std::string kCharging =
         "  Charging status:\n"
         "    id = 0xabcdef\n"
         "    GetInfoSupported = Y\n"
         "    ptmc = 0x72, product = -3\n"
         "    max power: 15000, negotiated power: -2\n"
-        "    limit reason: 10\n");
+        "    limit reason: 10\n";
+    const struct {
+        Values values;
+        const char *mode, *connected, *error;
+        std::string section;
+    } kCases[] = {
+        {kNone, "off", "", "0", kNothing},
+        {kDock, "active", "connected", "0", kDevice},  // reverse transmit is what counts
+        {kNone, "active", "", "3", kReverse + "    error type = 3\n"},
+        {kDock, "active", "", "0", kReverse + "    active but not connected\n"},
+        {kNone, "off", "connected", "9", kDevice},
+        {kNone, "off", "", "9", kReverse + "    error type = 15\n"},
+        {kDock, "available", "connected", "5", kCharging},
+    };
+    for (const auto& [values, mode, connected, error, section] : kCases) {
+        protocol().values = values;
+        protocol().rtx = {
+            {2, {0, mode}}, {5, {0, connected}}, {8, {0, "72"}}, {9, {0, "55"}}, {10, {0, error}}};
+        EXPECT_THAT(dump(), testing::StartsWith("IWirelessCharger Service:\n" + section +
+                                                "  Number of callback registered:\n    RTx: 0\n"));
+    }
     protocol().values = {{7, 0}};
     EXPECT_THAT(dump(), testing::HasSubstr("    GetInfoSupported = N\n"));
 }
 
 class ShellTest : public ChargerTest {
   protected:
-    int maxPower() { return ask(&W::getPowerInformation).maxPower; }
     /** How many requests a command sends. */
     size_t sentBy(std::vector<const char*> args) {
         shell(std::move(args));
@@ -75,38 +55,28 @@ class ShellTest : public ChargerTest {
     }
 };
 
-TEST_F(ShellTest, UnknownCommandsDoNothing) {
-    EXPECT_EQ(sentBy({}), 0u);
-    for (const char* word : {"", "diag.maxpower ", "DIAG.MAXPOWER", "diag", "eds.tes"}) {
-        EXPECT_EQ(sentBy({word, "1", "1", "1"}), 0u) << word;
-    }
-    EXPECT_EQ(maxPower(), -1);
-}
-
-TEST_F(ShellTest, OverridesTakeNumbersOfEveryBase) {
-    const std::pair<const char*, int> kCases[] = {{"0x1F4", 500},    {"0755", 493},
-                                                  {"12abc", 12},     {"-1", -1},
-                                                  {"4294967297", 1}, {"0xFFFFFFFF00000007", 7},
-                                                  {" +5", 5}};
-    for (const auto& [text, value] : kCases) {
-        shell({"diag.maxpower", text, "ignored"});
-        EXPECT_EQ(maxPower(), value) << text;
-    }
-    shell({"diag.maxpower"});
-    for (const char* text : {"abc", "", "-", "\x80"}) {
-        shell({"diag.maxpower", text});
-        EXPECT_EQ(maxPower(), 5);
-    }
-}
-
-TEST_F(ShellTest, EdsWithWrongArgumentsSendsNothing) {
+TEST_F(ShellTest, WhatIsNotUnderstoodDoesNothing) {
     const std::vector<const char*> kCases[] = {
-        {"x", "1", "1"},     {"1", "", "1"},      {"1", "1", "z"},  {"2", "0", "1"},
-        {"65535", "1", "1"}, {"1", "65536", "9"}, {"1", "1", "93"}, {"1", "1"},
+        {},
+        {""},
+        {"diag.maxpower ", "1"},
+        {"DIAG.MAXPOWER", "1"},
+        {"diag.maxpower"},
+        {"diag.maxpower", "abc"},
+        {"eds.tes", "1", "1", "1"},
+        {"eds.test", "x", "1", "1"},
+        {"eds.test", "1", "", "1"},
+        {"eds.test", "1", "1", "z"},
+        {"eds.test", "2", "0", "1"},
+        {"eds.test", "65535", "1", "1"},
+        {"eds.test", "1", "65536", "9"},
+        {"eds.test", "1", "1", "93"},
+        {"eds.test", "1", "1"},
     };
-    for (std::vector<const char*> args : kCases) {
-        args.insert(args.begin(), "eds.test");
+    shell({"diag.maxpower", "12abc"});
+    for (const std::vector<const char*>& args : kCases) {
         EXPECT_EQ(sentBy(args), 0u) << testing::PrintToString(args);
+        EXPECT_EQ(ask(&W::getPowerInformation).maxPower, 12);
     }
 }
 
@@ -132,9 +102,6 @@ TEST_F(ShellTest, EdsLoopbackRunsEveryPassAndChecksItsData) {
         wrong = at;
         EXPECT_EQ(sentBy({"eds.test", "1", "3", "010"}), 1u);
     }
-    limitFread(4);
-    EXPECT_EQ(sentBy({"eds.test", "1", "1", "5"}), 0u);
-    limitFread(SIZE_MAX);
 }
 
 TEST_F(ShellTest, EdsDataTestNeedsAZeroByte) {

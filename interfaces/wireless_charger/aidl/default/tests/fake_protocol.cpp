@@ -54,8 +54,6 @@ using fake::protocol;
 extern "C" {
 
 uint32_t getWlcInfo(int32_t selector, uint32_t* value) {
-    std::lock_guard lock(protocol().lock);
-    protocol().selectors.push_back(selector);
     auto found = protocol().values.find(selector);
     if (found == protocol().values.end()) {
         *value = 0xDEADBEEF;  // valid only on success
@@ -74,13 +72,12 @@ uint32_t getWLCAlignment(uint8_t* status, uint8_t* subStatus, int32_t* value1, i
     return alignment.result;
 }
 
-uint32_t getFeature(int64_t query, int64_t* features) {
-    *features = protocol().features[query];
+uint32_t getFeature(int64_t /*query*/, int64_t* features) {
+    *features = 0;
     return protocol().simpleResult;
 }
 
-uint32_t setFeature(int64_t query, int64_t features) {
-    protocol().features[query] = features;
+uint32_t setFeature(int64_t /*query*/, int64_t /*features*/) {
     return protocol().simpleResult;
 }
 
@@ -124,13 +121,11 @@ uint32_t setAuthStart() {
 }
 
 uint32_t uploadFwUpdateData(const FwUpdateData* data, int32_t flag) {
-    std::lock_guard lock(protocol().lock);
     if (flag == 1) protocol().uploads.push_back(*data);
     return 0;
 }
 
 uint32_t sendRtxRequest(int32_t type, RtxAnswer* answer) {
-    std::lock_guard lock(protocol().lock);
     protocol().rtxTypes.push_back(type);
     const fake::RtxText& text = protocol().rtx[type];
     std::copy_n(text.text.begin(), std::min(text.text.size(), sizeof(answer->text)), answer->text);

@@ -3,7 +3,8 @@
  * Stands in for libchargelink and libreverselink inside a test: records what the service sends and
  * answers as the test says. Unlike the real libraries it knows nothing of docks: an exchange
  * without an answer of the test's succeeds and leaves the answer area alone. TLV elements are coded
- * as tag, length, value. May be used from several threads; a script must then be safe itself.
+ * as tag, length, value. Exchanges may be made on several threads; a script must then be safe
+ * itself.
  */
 #pragma once
 
@@ -59,18 +60,16 @@ struct Protocol {
     // A selector that is not there fails with 6.
     std::map<int32_t, uint32_t> values;
     Alignment alignment;
-    std::map<int64_t, int64_t> features;
     uint32_t simpleResult = 0;  // of getFeature, setFeature, setAuthStart
     std::map<int32_t, RtxText> rtx;
 
     // Record.
     std::vector<Sent> sent;
-    std::vector<int32_t> selectors;
     std::vector<uint16_t> qiIds;
     std::vector<FwUpdateData> uploads;
     std::vector<int32_t> rtxTypes;
 
-    std::mutex lock;  // over the record
+    std::mutex lock;  // over what was sent
 };
 
 /** The one library; a fresh one for each reset(). */

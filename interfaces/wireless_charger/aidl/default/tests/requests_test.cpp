@@ -169,10 +169,10 @@ TEST_F(ChargerTest, AnswersOutsideTheirRangeAreRefusedOrReplaced) {
 }
 
 TEST_F(ChargerTest, FailureOfTheOtherCallsIsMapped) {
-    protocol().simpleResult = 12;
+    protocol().simpleResult = protocol().alignment.result = 12;
     for (const Call& call :
          {calls(&W::getFeatures, 1), calls(&W::setFeatures, 1, WirelessChargerFeature::NONE),
-          calls(&W::isAuthReady)}) {
+          calls(&W::isAuthReady), calls(&W::getAlignInfo)}) {
         EXPECT_EQ(call(*charger), "error 10");
     }
 }
