@@ -92,35 +92,27 @@ TEST_F(CertificateTest, PieceSizeIsTheShells) {
     EXPECT_EQ(protocol().sent.back().timeLimit, 330000u);
 }
 
-class AuthAnswerTest : public ChargerTest {};
-
-TEST_F(AuthAnswerTest, OtherAnswersAreMapped) {
-    const struct {
-        Bytes answer;
-        int error;
-    } kCases[] = {{{0x17, 0}, 7}, {{0x17, 1}, 1},   {{0x17, 2}, 9}, {{0x17, 3}, 10},
-                  {{0x17, 4}, 7}, {{0x17, 255}, 7}, {{0x14, 3}, 2}};
-    for (const auto& [answer, error] : kCases) {
-        fake::answerAll({.bytes = answer});
-        Bytes certificate;
-        WpcAuthDigests digests;
-        WpcAuthChallengeResponse response;
-        EXPECT_EQ(errorOf(charger->getWpcAuthCertificate(0, 0, 0, &certificate)), error);
-        EXPECT_EQ(errorOf(charger->getWpcAuthDigests(1, &digests)), error);
-        EXPECT_EQ(errorOf(charger->getWpcAuthChallengeResponse(0, Bytes(16), &response)), error);
-    }
+TEST_F(ChargerTest, DigestsAreUnpackedBySlot) {
+    Bytes answer{0x11, 0xFA};
+    answer.insert(answer.end(), 32, 0xB1);
+    answer.insert(answer.end(), 32, 0xB3);
+    fake::answerAll({.bytes = answer});
+    WpcAuthDigests expected{15, 10, {}, {}, {}, {}};
+    expected.digest1.fill(0xB1);
+    expected.digest3.fill(0xB3);
+    EXPECT_EQ(ask(&W::getWpcAuthDigests, 0xF), expected);
 }
 
-TEST_F(AuthAnswerTest, ChallengeAnswerNeedsItsWholeSignature) {
+TEST_F(ChargerTest, ChallengeAnswerNeedsItsWholeSignature) {
     Bytes answer{0x13, 0x2C, 0xF0};
     answer.insert(answer.end(), 32, 0x01);
     answer.insert(answer.end(), 32, 0x02);
     fake::answerAll({.bytes = answer});
-    WpcAuthChallengeResponse out = ask(&W::getWpcAuthChallengeResponse, 0, Bytes(16));
-    EXPECT_EQ(out, (WpcAuthChallengeResponse{2, 12, -16, Bytes(32, 1), Bytes(32, 2)}));
+    EXPECT_EQ(ask(&W::getWpcAuthChallengeResponse, 0, Bytes(16)),
+              (WpcAuthChallengeResponse{2, 12, -16, Bytes(32, 1), Bytes(32, 2)}));
     answer.pop_back();
     fake::answerAll({.bytes = answer});
-    EXPECT_EQ(errorOf(charger->getWpcAuthChallengeResponse(0, Bytes(16), &out)), 2);
+    EXPECT_EQ(call(&W::getWpcAuthChallengeResponse, 0, Bytes(16)).first, 2);
 }
 
 }  // namespace

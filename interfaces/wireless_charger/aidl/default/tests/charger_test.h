@@ -39,14 +39,6 @@ class ChargerTest : public testing::Test {
   protected:
     ChargerTest() { fake::reset(); }
 
-    /** The requests since the last call, as bytes. */
-    std::vector<Bytes> takeRequests() {
-        std::vector<Bytes> requests;
-        for (const Sent& sent : std::exchange(protocol().sent, {}))
-            requests.push_back(sent.request);
-        return requests;
-    }
-
     void shell(std::vector<const char*> args) {
         EXPECT_EQ(charger->handleShellCommand(-1, -1, -1, args.data(),
                                               static_cast<uint32_t>(args.size())),
@@ -60,13 +52,19 @@ class ChargerTest : public testing::Test {
 
     void answer(const char* bytes) { fake::answerAll({.bytes = hex(bytes)}); }
 
-    /** What a method answers; fails the test when it fails. */
+    /** The error of a method, and what it answers. */
     template <typename... Parameters, typename... Arguments>
-    auto ask(ndk::ScopedAStatus (WirelessCharger::*method)(Parameters...), Arguments... arguments) {
+    auto call(ndk::ScopedAStatus (WirelessCharger::*method)(Parameters...),
+              Arguments... arguments) {
         using Out = std::tuple_element_t<sizeof...(Arguments), std::tuple<Parameters...>>;
         std::remove_pointer_t<Out> out{};
-        if constexpr (std::is_same_v<Out, bool*>) out = true;
-        EXPECT_EQ(errorOf((charger.get()->*method)(arguments..., &out)), 0);
+        const int error = errorOf((charger.get()->*method)(arguments..., &out));
+        return std::pair(error, out);
+    }
+    /** What a method answers; fails the test when it fails. */
+    auto ask(auto method, auto... arguments) {
+        const auto [error, out] = call(method, arguments...);
+        EXPECT_EQ(error, 0);
         return out;
     }
 

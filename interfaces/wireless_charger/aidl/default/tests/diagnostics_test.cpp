@@ -50,8 +50,9 @@ class ShellTest : public ChargerTest {
   protected:
     /** How many requests a command sends. */
     size_t sentBy(std::vector<const char*> args) {
+        protocol().sent.clear();
         shell(std::move(args));
-        return takeRequests().size();
+        return protocol().sent.size();
     }
 };
 
@@ -91,11 +92,11 @@ TEST_F(ShellTest, EdsLoopbackRunsEveryPassAndChecksItsData) {
         if (wrong < answer.bytes.size()) answer.bytes[wrong] ^= 1;
         return answer;
     };
-    shell({"eds.test", "65537", "2", "92", "ignored"});
-    const auto requests = takeRequests();
-    ASSERT_THAT(requests, ElementsAre(testing::SizeIs(93), testing::SizeIs(93)));
-    EXPECT_EQ(requests[0][0], 1);
-    EXPECT_NE(requests[0], requests[1]);
+    ASSERT_EQ(sentBy({"eds.test", "65537", "2", "92", "ignored"}), 2u);
+    const Bytes first = protocol().sent[0].request;
+    EXPECT_EQ(first.size(), 93u);
+    EXPECT_EQ(first[0], 1);
+    EXPECT_NE(first, protocol().sent[1].request);
     // Loop count and size are decimal.
     EXPECT_EQ(sentBy({"eds.test", "1", "010", "010"}), 10u);
     for (size_t at : {0, 10}) {
@@ -105,17 +106,13 @@ TEST_F(ShellTest, EdsLoopbackRunsEveryPassAndChecksItsData) {
 }
 
 TEST_F(ShellTest, EdsDataTestNeedsAZeroByte) {
-    shell({"eds.test", "0", "1", "0"});
-    EXPECT_THAT(takeRequests(), ElementsAre(hex("00")));
-    // The area is kept from pass to pass: the second answer is empty.
-    int pass = 0;
-    protocol().answer = [&](const Sent&) {
-        return fake::Answer{.bytes = pass++ == 0 ? hex("00 01") : Bytes()};
-    };
-    EXPECT_EQ(sentBy({"eds.test", "0", "2", "1"}), 2u);
-    for (const fake::Answer& wrong : {fake::Answer{.bytes = hex("01")}, {.result = 3}}) {
-        fake::answerAll(wrong);
-        EXPECT_EQ(sentBy({"eds.test", "0", "9", "1"}), 1u);
+    EXPECT_EQ(sentBy({"eds.test", "0", "1", "0"}), 1u);
+    EXPECT_EQ(protocol().sent[0].request, hex("00"));
+    const std::pair<fake::Answer, size_t> kCases[] = {
+        {{.bytes = hex("00 01")}, 3}, {{.bytes = hex("01")}, 1}, {{.result = 3}, 1}};
+    for (const auto& [answer, passes] : kCases) {
+        fake::answerAll(answer);
+        EXPECT_EQ(sentBy({"eds.test", "0", "3", "1"}), passes);
     }
 }
 

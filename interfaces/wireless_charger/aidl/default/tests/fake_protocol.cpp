@@ -126,7 +126,6 @@ uint32_t uploadFwUpdateData(const FwUpdateData* data, int32_t flag) {
 }
 
 uint32_t sendRtxRequest(int32_t type, RtxAnswer* answer) {
-    protocol().rtxTypes.push_back(type);
     const fake::RtxText& text = protocol().rtx[type];
     std::copy_n(text.text.begin(), std::min(text.text.size(), sizeof(answer->text)), answer->text);
     return text.result;

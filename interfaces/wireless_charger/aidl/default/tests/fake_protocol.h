@@ -67,7 +67,6 @@ struct Protocol {
     std::vector<Sent> sent;
     std::vector<uint16_t> qiIds;
     std::vector<FwUpdateData> uploads;
-    std::vector<int32_t> rtxTypes;
 
     std::mutex lock;  // over what was sent
 };

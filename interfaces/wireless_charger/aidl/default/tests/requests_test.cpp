@@ -168,6 +168,19 @@ TEST_F(ChargerTest, AnswersOutsideTheirRangeAreRefusedOrReplaced) {
     }
 }
 
+TEST_F(ChargerTest, ErrorMessagesOfAuthenticationAreMapped) {
+    const std::pair<const char*, int> kErrors[] = {{"17 00", 7},  {"17 01", 1}, {"17 02", 9},
+                                                   {"17 03", 10}, {"17 04", 7}, {"17 FF", 7},
+                                                   {"14 03", 2}};
+    for (const Exchange& row : kExchanges) {
+        if (row.channel != Sent::WPC_AUTH) continue;
+        for (const auto& [bytes, error] : kErrors) {
+            answer(bytes);
+            EXPECT_EQ(row.call(*charger), "error " + std::to_string(error)) << row.name << bytes;
+        }
+    }
+}
+
 TEST_F(ChargerTest, FailureOfTheOtherCallsIsMapped) {
     protocol().simpleResult = protocol().alignment.result = 12;
     for (const Call& call :
