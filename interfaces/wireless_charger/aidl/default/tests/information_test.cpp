@@ -150,8 +150,8 @@ TEST_F(InformationTest, DockInformationFillsTheCacheUntilChargingGoesOff) {
 TEST_F(InformationTest, ClientsGetTheDocksTextsAsValidUtf8) {
     constexpr char kWrong[] = "\xEF\xBF\xBD";
     const std::pair<std::string, int> kCases[] = {
-        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x8B", 0},
-        {"\xC3", 1},
+        {"\xC3\xA9\xE0\xA0\x80\xED\x9F\xBF\xF4\x8F\xBF\xBF", 0},
+        {"\xE2\x82", 2},
         {"\xC1\x81", 2},
         {"\xED\xA0\x80", 3},
         {"\xE0\x9F\xBF", 3},

@@ -194,8 +194,8 @@ TEST_F(ChargerTest, FailureOfTheOtherCallsIsMapped) {
 TEST_F(ChargerTest, OnlyLegacyRequestsAreSentBesideOthers) {
     for (const Exchange& row : kExchanges) {
         const bool isLegacy = std::string_view(row.name).starts_with("Legacy");
-        std::future<std::string> other;
         std::atomic<bool> started = false;
+        std::future<std::string> other;  // is waited for at the end of its life
         protocol().answer = [&](const Sent&) {
             if (started.exchange(true)) return fake::Answer{};
             other = std::async(std::launch::async, row.call, std::ref(*charger));
