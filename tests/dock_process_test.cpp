@@ -116,17 +116,24 @@ TEST_F(DockProcessTest, ServicesShareADockThatComesAndGoes) {
     };
     askAll(true);
     // Each service reads the level that the uevent is about.
-    ASSERT_THAT(Connection().ask("fan-level 3"), testing::HasSubstr("\"sent\":true"));
-    EXPECT_TRUE(eventually([&] {
+    const auto levelsRead = [&] {
         const std::vector<Json> entries = system.dockLog();
-        return 4 == std::count_if(entries.begin(), entries.end(), [](const Json& entry) {
-                   return entry["operation"] == "getWlcInfo" && entry["type"] == 6;
-               });
-    }));
+        return std::count_if(entries.begin(), entries.end(), [](const Json& entry) {
+            return entry["operation"] == "getWlcInfo" && entry["type"] == 6;
+        });
+    };
+    ASSERT_THAT(Connection().ask("fan-level 3"), testing::HasSubstr("\"sent\":true"));
+    EXPECT_TRUE(eventually([&] { return levelsRead() == 4; }));
     killDock();
     askAll(false);
     setenv("ANDROID_HOST_DIR", system.folder().c_str(), 1);
     startDock();
+    // All of them, though none has asked for anything, once they have found it.
+    EXPECT_TRUE(eventually([&] {
+        const auto before = levelsRead();
+        Connection().ask("fan-level 4");
+        return eventually([&] { return levelsRead() >= before + 4; }, std::chrono::seconds(1));
+    }));
     askAll(true);
 }
 

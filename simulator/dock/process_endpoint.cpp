@@ -53,6 +53,7 @@ void choose() {
                             "%s; requests fail until virtual-dock runs where $VIRTUAL_DOCK says",
                             problem.c_str());
     }
+    remote->stayKnown();
     gRemote.store(remote, std::memory_order_release);
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "remote_dock.h"
 
+#include <pthread.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -8,7 +10,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "exchange_wire.h"
@@ -21,6 +25,7 @@ using android::base::unique_fd;
 // A dock opens a connection at once; one that is stopped must not stop a service's start.
 constexpr timeval kOpeningLimit = {.tv_sec = 5, .tv_usec = 0};
 constexpr timeval kNoLimit = {.tv_sec = 0, .tv_usec = 0};
+constexpr std::chrono::milliseconds kReopenInterval(100);
 constexpr std::string_view kOpened = "{\"ok\":true}\n";
 
 std::string failure(const std::string& what) {
@@ -135,6 +140,33 @@ unique_fd RemoteDock::takeConnection() {
     unique_fd fd = std::move(mIdle.back());
     mIdle.pop_back();
     return fd;
+}
+
+void RemoteDock::stayKnown() {
+    // Signals are for the process's own threads.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    pthread_t thread;
+    const auto run = [](void* self) -> void* {
+        pthread_setname_np(pthread_self(), "dock-presence");
+        static_cast<const RemoteDock*>(self)->stayConnected();
+    };
+    // Without the thread the dock knows this process as long as it asks something.
+    if (pthread_create(&thread, nullptr, run, this) == 0) pthread_detach(thread);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void RemoteDock::stayConnected() const {
+    for (;;) {
+        std::string ignored;
+        const unique_fd fd = open(&ignored);
+        uint8_t byte = 0;
+        // Until the dock has gone: it sends nothing of its own accord.
+        if (fd >= 0) (void)receiveAll(fd.get(), &byte, sizeof(byte));
+        std::this_thread::sleep_for(kReopenInterval);
+    }
 }
 
 Outcome RemoteDock::exchange(const Exchange& exchange) {

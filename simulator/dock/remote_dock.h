@@ -24,12 +24,18 @@ class RemoteDock final : public Endpoint {
     // Whether a dock answers there; false with the reason. Keeps the connection.
     [[nodiscard]] bool connect(std::string* problem) EXCLUDES(mLock);
 
+    // Keeps the dock told, by a connection that asks nothing, where this process gets uevents; one
+    // that is started later, too. A thread does it until the process ends, and so long this object
+    // has to last. Call it once.
+    void stayKnown();
+
     // A request of more than wire::kMaxRequest bytes fails with kInvalidArgument.
     Outcome exchange(const Exchange& exchange) override EXCLUDES(mLock);
 
   private:
     android::base::unique_fd takeConnection() EXCLUDES(mLock);
     android::base::unique_fd open(std::string* problem) const;
+    [[noreturn]] void stayConnected() const;
 
     const std::string mPath;
     const std::string mUevents;
