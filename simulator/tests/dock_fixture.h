@@ -12,8 +12,6 @@ namespace virtual_dock::testing {
 
 using ByteVector = std::vector<uint8_t>;
 
-constexpr int64_t kSecond = 1'000'000'000;
-
 // One step of a test and what comes of it.
 //
 // "bidi TYPE [HEX...]" and the like are exchanges, see dock_fixture.cpp; expected is the answer in
@@ -24,6 +22,9 @@ using Step = std::pair<std::string, std::string>;
 
 std::string perform(VirtualDock* dock, const std::string& step);
 void expectSteps(VirtualDock* dock, const std::vector<Step>& steps);
+
+// The step that starts a transfer of 25 bytes in chunks of 10.
+inline const std::string kStart = "prop 25 00 19000000 0a 80 02 07";
 
 // A private folder that goes away with the test.
 class TempFolder {

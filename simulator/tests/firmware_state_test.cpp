@@ -12,7 +12,6 @@
 namespace virtual_dock::testing {
 namespace {
 
-const std::string kStart = "prop 25 00 19000000 0a 80 02 07";
 const std::string kChunks[] = {"prop 26 00 0000 00 00010203040506070809",
                                "prop 26 00 0100 00 0a0b0c0d0e0f10111213",
                                "prop 26 00 0200 00 1415161718"};

@@ -8,7 +8,6 @@ namespace virtual_dock::testing {
 namespace {
 
 // The bytes 0 to 24 in chunks of 10.
-const std::string kStart = "prop 25 00 19000000 0a 80 02 07";
 const std::string kChunk0 = "0000 00 00010203040506070809";
 const std::string kChunk1 = "0100 00 0a0b0c0d0e0f10111213";
 const std::string kChunk2 = "0200 00 1415161718";

@@ -9,6 +9,8 @@
 namespace virtual_dock::testing {
 namespace {
 
+constexpr int64_t kSecond = 1'000'000'000;
+
 TEST(PacketsTest, FanGoesBackToAutomaticAndNonsenseChangesNothing) {
     VirtualDock dock;
     expectSteps(&dock, {{"bidi 12 0f0b 5001", "0f005001"},
