@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <algorithm>
 
@@ -16,15 +15,8 @@ using android::base::unique_fd;
 using Result = FrameBuffer::Result;
 
 void feed(FrameBuffer* buffer, const Bytes& bytes, std::vector<unique_fd> fds = {}) {
-    size_t done = 0;
-    while (done < bytes.size()) {
-        std::span<uint8_t> space = buffer->space();
-        size_t count = std::min(space.size(), bytes.size() - done);
-        memcpy(space.data(), bytes.data() + done, count);
-        buffer->commit(count, std::move(fds));
-        fds.clear();
-        done += count;
-    }
+    std::copy(bytes.begin(), bytes.end(), buffer->space().begin());
+    buffer->commit(bytes.size(), std::move(fds));
 }
 
 std::vector<unique_fd> someFds(size_t count) {

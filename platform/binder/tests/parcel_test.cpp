@@ -5,7 +5,6 @@
 #include <android/binder_parcel_utils.h>
 #include <gtest/gtest.h>
 
-#include "echo.h"
 #include "raw_peer.h"
 #include "utf.h"
 #include "vintf.h"
@@ -22,20 +21,6 @@ TEST(ParcelTest, StatusHeaderCutAnywhereFails) {
         const bool read = AParcel_readStatusHeader(&parcel, status.getR()) == STATUS_OK;
         EXPECT_EQ(read, length == whole.size()) << "cut at " << length;
     }
-}
-
-TEST(ParcelTest, ObjectsTravelWithinTheProcess) {
-    const ndk::SpAIBinder binder = echo::makeCallback([](int x) { return x; });
-    {
-        AParcel parcel;
-        AParcel_writeStrongBinder(&parcel, binder.get());
-        EXPECT_EQ(2, AIBinder_debugGetRefCount(binder.get()));
-        EXPECT_EQ(STATUS_OK, AParcel_setDataPosition(&parcel, 0));
-        ndk::SpAIBinder read;
-        EXPECT_EQ(STATUS_OK, AParcel_readStrongBinder(&parcel, read.getR()));
-        EXPECT_EQ(binder, read);
-    }
-    EXPECT_EQ(1, AIBinder_debugGetRefCount(binder.get()));
 }
 
 TEST(UtfTest, TextsCrossOverAndBrokenOnesGetReplacements) {
