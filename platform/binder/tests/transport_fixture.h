@@ -52,14 +52,18 @@ class TransportTest : public ::testing::Test {
 
     void TearDown() override {
         mServer.setCallback({});
-        Reactor::get().remove(*mListener);
+        stopListening();
+        std::filesystem::remove_all(mFolder);
+    }
+
+    void stopListening() {
         std::weak_ptr<Listener> gone = mListener;
+        if (mListener) Reactor::get().remove(*mListener);
         mListener.reset();
         // Sessions of clients that are gone let the root object go.
         EXPECT_TRUE(eventually([&] { return gone.expired(); }));
         EXPECT_TRUE(eventually([&] { return AIBinder_debugGetRefCount(mRoot.get()) == 1; }))
             << AIBinder_debugGetRefCount(mRoot.get()) << " references to the root object are left";
-        std::filesystem::remove_all(mFolder);
     }
 
     // A session of its own, with the class known.
