@@ -48,7 +48,6 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
         int32_t status;
     };
     const Row rows[] = {
-        {"good ping", goodPing, 0},
         {"surplus bytes", echoFrame(echo::kPing, joined(int32(7), Bytes(8))), 0},
         {"reserved fields set", patched(goodPing, 8, Bytes(8, 0xee)), 0},
         {"unknown flags", patched(goodPing, kFlagsAt, {0x10, 0, 0xff, 0xff}), 0},
@@ -57,7 +56,6 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
         {"byte[] of length -1", echoFrame(echo::kEcho, int32(-1)), STATUS_UNEXPECTED_NULL},
         {"byte[] of length -2", echoFrame(echo::kEcho, int32(-2)), STATUS_BAD_VALUE},
         {"byte[] without its bytes", echoFrame(echo::kEcho, int32(1000000)), STATUS_NO_MEMORY},
-        {"byte[] of length 0", echoFrame(echo::kEcho, int32(0)), 0},
         {"null binder with a stability",
          echoFrame(echo::kRegisterCallback, joined(int32(0), int32(0x3f))), STATUS_BAD_TYPE},
         {"binder of the server's that it never made", echoFrame(echo::kRegisterCallback, unmade),
@@ -78,7 +76,6 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
         {"body shorter than a transaction", frameOf(WireCommand::kTransact, Bytes(20)), kEnds},
         {"parcel larger than the body", patched(goodPing, kParcelSizeAt, int32(1000)), kEnds},
         {"object table of 3 bytes", echoFrame(echo::kPing, {}, Bytes(3)), kEnds},
-        {"body of 2 GiB", patched(goodPing, kBodySizeAt, int32(INT32_MIN)), kEnds},
         {"body of 4 GiB", patched(goodPing, kBodySizeAt, int32(-1)), kEnds},
         {"body one byte above the limit", patched(goodPing, kBodySizeAt, int32(100'001)), kEnds},
         {"address of the server's that it never made", pingAt({3, 5}), kEnds},
@@ -252,15 +249,6 @@ TEST_F(HostilePeerTest, OnewayCallsRunInTheirOrderWhateverConnectionBringsThem) 
     }));
     EXPECT_EQ((std::vector<int>{100, 101, 0, 1, 2, 0, 1}), seen);
     mServer.onPing([](int) {});
-}
-
-TEST_F(HostilePeerTest, TooManyEarlyOnewayCallsEndTheSession) {
-    RawPeer peer = openRaw();
-    for (uint64_t number = 1; number <= kMaxQueuedOneway + 1; ++number) {
-        peer.send(onewayFrame(number));
-    }
-    EXPECT_TRUE(peer.hasEnded());
-    expectServed();
 }
 
 }  // namespace
