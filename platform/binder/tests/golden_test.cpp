@@ -142,12 +142,6 @@ TEST_F(GoldenTest, ServerCallsThePlatformsCallbackByteForByte) {
 
 const Bytes kSessionId(kSessionIdSize, 0x4a);
 
-Bytes sessionIdReply() {
-    Bytes body = hex("00000000 24000000 000000000000000000000000 20000000");
-    append(&body, kSessionId);
-    return frameOf(WireCommand::kReply, body);
-}
-
 // The next connection to a server of a capture.
 android::base::unique_fd acceptFrom(const android::base::unique_fd& listening) {
     android::base::unique_fd socket;
@@ -162,22 +156,30 @@ void expectBytes(RawPeer& peer, const Bytes& expected, const char* what = "") {
     EXPECT_EQ(toHex(expected), toHex(peer.receive(expected.size()))) << what;
 }
 
+void play(RawPeer& peer, const Exchange& exchange) {
+    expectBytes(peer, hex(exchange.call), exchange.what);
+    peer.send(hex(exchange.reply));
+}
+
+// The beginning of a session, where our client also asks for the session's id.
+void playOpening(RawPeer& peer) {
+    expectBytes(peer, hex("01000000 00 01 0000000000000000 0000  63636900 00000000"));
+    peer.send(hex("0100000000000000"));
+    play(peer, kExchanges[0]);
+    expectBytes(peer, frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
+    Bytes id = int32(kSessionIdSize);
+    append(&id, kSessionId);
+    peer.send(replyFrame(id));
+    play(peer, kExchanges[1]);
+}
+
 TEST_F(GoldenTest, ClientSaysWhatThePlatformsClientSaid) {
     const std::string path = mFolder + "/scripted";
     const android::base::unique_fd listening = listenUnix(path);
     std::thread script([&] {
         RawPeer peer(acceptFrom(listening));
-        expectBytes(peer, hex("01000000 00 01 0000000000000000 0000  63636900 00000000"));
-        peer.send(hex("0100000000000000"));
-        for (size_t i = 0; i < kSaidByOurClient; ++i) {
-            const Exchange& exchange = kExchanges[i];
-            if (i == 1) {  // between the first two our client asks for the session's id
-                expectBytes(peer, frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
-                peer.send(sessionIdReply());
-            }
-            expectBytes(peer, hex(exchange.call), exchange.what);
-            peer.send(hex(exchange.reply));
-        }
+        playOpening(peer);
+        for (size_t i = 2; i < kSaidByOurClient; ++i) play(peer, kExchanges[i]);
         // A dump: the descriptor travels with the first byte of its frame.
         expectBytes(peer, hex("00000000 44000000 0000000000000000"
                               "03000000 00000000 504d445f 00000000 0000000000000000 18000000"
@@ -236,14 +238,7 @@ TEST_F(GoldenTest, ClientThatCannotBeCalledBackIsTold) {
     const android::base::unique_fd listening = listenUnix(path);
     std::thread script([&] {
         RawPeer peer(acceptFrom(listening));
-        (void)peer.receive(24);
-        peer.send(hex("0100000000000000"));
-        (void)peer.receive(56);
-        peer.send(hex(kExchanges[0].reply));
-        (void)peer.receive(56);
-        peer.send(sessionIdReply());
-        (void)peer.receive(56);
-        peer.send(hex(kExchanges[1].reply));
+        playOpening(peer);
         RawPeer(acceptFrom(listening)).close();
         RawPeer(acceptFrom(listening)).close();
         RawPeer incoming(acceptFrom(listening));

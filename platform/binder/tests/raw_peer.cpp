@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
@@ -29,14 +30,11 @@ size_t entriesOf(const char* folder) {
 }  // namespace
 
 Bytes hex(std::string_view text) {
-    Bytes bytes;
     std::string digits;
-    for (char c : text) {
-        if (isspace(static_cast<unsigned char>(c)) != 0) continue;
-        digits += c;
-        if (digits.size() < 2) continue;
-        bytes.push_back(static_cast<uint8_t>(std::stoul(digits, nullptr, 16)));
-        digits.clear();
+    std::copy_if(text.begin(), text.end(), std::back_inserter(digits), isxdigit);
+    Bytes bytes;
+    for (size_t at = 0; at < digits.size(); at += 2) {
+        bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
     }
     return bytes;
 }
@@ -82,12 +80,23 @@ Bytes decStrong(WireAddress address, uint32_t amount) {
     return frameOf(WireCommand::kDecStrong, body);
 }
 
-Bytes echoParcel(const Bytes& arguments) {
+Bytes replyFrame(const Bytes& parcel) {
+    Bytes body;
+    append(&body, WireReply{STATUS_OK, static_cast<uint32_t>(parcel.size()), {}});
+    append(&body, parcel);
+    return frameOf(WireCommand::kReply, body);
+}
+
+Bytes text(const char* text) {
     AParcel parcel;
-    parcel.writeString("test.IEcho");
-    Bytes bytes(parcel.bytes().begin(), parcel.bytes().end());
-    append(&bytes, arguments);
-    return bytes;
+    parcel.writeString(text);
+    return {parcel.bytes().begin(), parcel.bytes().end()};
+}
+
+Bytes echoParcel(const Bytes& arguments) {
+    Bytes parcel = text("test.IEcho");
+    append(&parcel, arguments);
+    return parcel;
 }
 
 Bytes int32(int32_t value) {
@@ -159,17 +168,16 @@ void RawPeer::send(const Bytes& bytes, const std::vector<int>& fds) {
     (void)sendmsg(mSocket.get(), &message, MSG_NOSIGNAL);
 }
 
-bool RawPeer::trySend(const Bytes& bytes) {
-    return ::send(mSocket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
-           static_cast<ssize_t>(bytes.size());
-}
-
 size_t RawPeer::sendUnread(size_t calls) {
     Bytes arguments = int32(90'000);
     append(&arguments, Bytes(90'000, 0x11));
     const Bytes call = echoFrame(echo::kEcho, arguments);
     size_t sent = 0;
-    while (sent < calls && trySend(call)) ++sent;
+    while (sent < calls &&
+           ::send(mSocket.get(), call.data(), call.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
+               static_cast<ssize_t>(call.size())) {
+        ++sent;
+    }
     return sent;
 }
 
@@ -177,8 +185,7 @@ Bytes RawPeer::receive(size_t size) {
     Bytes bytes(size);
     size_t have = 0;
     while (have < size) {
-        ssize_t count = recv(mSocket.get(), bytes.data() + have, size - have, 0);
-        if (count < 0 && errno == EINTR) continue;
+        const ssize_t count = recv(mSocket.get(), bytes.data() + have, size - have, 0);
         if (count <= 0) break;
         have += static_cast<size_t>(count);
     }
@@ -200,11 +207,9 @@ std::optional<RawFrame> RawPeer::frame() {
 
 bool RawPeer::hasEnded() {
     uint8_t byte;
-    while (true) {
-        ssize_t count = recv(mSocket.get(), &byte, 1, 0);
-        if (count == 0) return true;
-        if (count < 0) return errno != EAGAIN && errno != EWOULDBLOCK;
-    }
+    ssize_t count = 1;
+    while (count > 0) count = recv(mSocket.get(), &byte, 1, 0);
+    return count == 0 || errno == ECONNRESET;
 }
 
 void RawPeer::open(const Bytes& sessionId, uint8_t options, uint8_t fdMode, uint32_t version) {

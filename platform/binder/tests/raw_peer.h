@@ -44,9 +44,14 @@ Bytes frameOf(const Call& call);
 Bytes frameOf(WireCommand command, const Bytes& body);
 Bytes decStrong(WireAddress address, uint32_t amount);
 
+// Of a call that succeeded.
+Bytes replyFrame(const Bytes& parcel);
+
+// What stands in a parcel for a text, and for a number.
+Bytes text(const char* text);
+Bytes int32(int32_t value);
 // A parcel that begins with the descriptor "test.IEcho".
 Bytes echoParcel(const Bytes& arguments = {});
-Bytes int32(int32_t value);
 
 // Calls of the root object.
 Bytes echoFrame(uint32_t code, const Bytes& arguments, const Bytes& objectTable = {});
@@ -70,9 +75,8 @@ class RawPeer {
     explicit RawPeer(android::base::unique_fd socket);
 
     void send(const Bytes& bytes, const std::vector<int>& fds = {});
-    // Sends without waiting; false once the peer takes no more.
-    bool trySend(const Bytes& bytes);
-    // Sends calls with large answers, at most so many and while the peer takes them. How many.
+    // Without waiting, sends calls with large answers, at most so many and while the peer takes
+    // them. How many.
     size_t sendUnread(size_t calls);
     // Exactly that many bytes, or fewer when the other side closed or stays silent for too long.
     Bytes receive(size_t size);

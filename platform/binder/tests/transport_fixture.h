@@ -101,12 +101,7 @@ class TransportTest : public ::testing::Test {
         const std::optional<RawFrame> question = caller.frame();
         ASSERT_TRUE(question);
         ASSERT_EQ(WireCommand::kTransact, question->command);
-        AParcel descriptor;
-        descriptor.writeString("test.ICb");
-        Bytes body;
-        append(&body, WireReply{0, static_cast<uint32_t>(descriptor.bytes().size()), {}});
-        append(&body, Bytes(descriptor.bytes().begin(), descriptor.bytes().end()));
-        caller.send(frameOf(WireCommand::kReply, body));
+        caller.send(replyFrame(text("test.ICb")));
         const std::optional<RawFrame> reply = caller.frame();
         ASSERT_TRUE(reply);
         ASSERT_EQ(WireCommand::kReply, reply->command);
