@@ -70,7 +70,6 @@ TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
          [&](Client& c) {
              connectTo(c).send(Bytes{1, 0, 0, 0, 0, 1, 0, 0});
          }},
-        {"opened", [&](Client& c) { connectTo(c).open(); }},
         {"half a frame with descriptors",
          [&](Client& c) {
              openTo(c).send(firstHalf(dumpFrame()), std::vector<int>(10, pipe.writer.get()));
@@ -98,8 +97,7 @@ TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
              joinTo(c, kConnectionIncoming);
              RawPeer& first = c.peers.front();
              ASSERT_NO_FATAL_FAILURE(subscribe(first));
-             first.send(echoFrame(echo::kFire, int32(3)));
-             ASSERT_TRUE(first.frame());
+             ASSERT_TRUE(first.ask(echoFrame(echo::kFire, int32(3))));
          }},
         {"nested call unanswered",
          [&](Client& c) {
@@ -112,17 +110,13 @@ TEST_F(ChurnTest, DroppedSessionsLeaveNothingWhateverTheirState) {
         {"this runtime's client with a callback",
          [&](Client& c) {
              c.binder = connect();
-             const ndk::SpAIBinder callback = echo::makeCallback([](int x) { return x; });
-             ASSERT_EQ(STATUS_OK, echo::callWithBinder(c.binder.get(), echo::kRegisterCallback,
-                                                       callback.get()));
+             subscribe(c.binder);
          }},
         {"this runtime's client whose last call is oneway",
          [&](Client&) { ASSERT_EQ(STATUS_OK, echo::callOneway(connect().get(), echo::kPing, 1)); }},
         {"this runtime's client that is called once more after it has dropped all",
          [&](Client&) {
-             const ndk::SpAIBinder callback = echo::makeCallback([](int x) { return x; });
-             ASSERT_EQ(STATUS_OK, echo::callWithBinder(connect().get(), echo::kRegisterCallback,
-                                                       callback.get()));
+             const ndk::SpAIBinder callback = subscribe(connect());
              ASSERT_EQ(STATUS_OK, echo::callOneway(mServer.callback().get(), echo::Code{1}, 1));
              mServer.setCallback({});
          }},

@@ -37,59 +37,43 @@ constexpr char kDescriptor[] =
 
 struct Exchange {
     const char* what;
-    const char* call;   // what the client sends: one frame
-    const char* reply;  // what the server answers: one frame, or none
+    WireAddress address;
+    uint32_t code;
+    const char* arguments;  // the parcel that the client sends
+    const char* results;    // and the one that the server answers with
+
+    Bytes call() const {
+        return frameOf(Call{.address = address, .code = code, .parcel = hex(arguments)});
+    }
+    Bytes reply() const { return replyFrame(hex(results)); }
 };
 
-// Frames of a capture; the root object's address is 3/0.
+constexpr WireAddress kRoot{3, 0};
+
 const Exchange kExchanges[] = {
-    {"GET_MAX_THREADS",
-     "00000000 28000000 0000000000000000"
-     "00000000 00000000 01000000 00000000 0000000000000000 00000000 000000000000000000000000",
-     "01000000 18000000 0000000000000000 00000000 04000000 000000000000000000000000 03000000"},
-    {"GET_ROOT",
-     "00000000 28000000 0000000000000000"
-     "00000000 00000000 00000000 00000000 0000000000000000 00000000 000000000000000000000000",
-     "01000000 24000000 0000000000000000 00000000 10000000 000000000000000000000000"
-     "01000000 03000000 00000000 3f000000"},
-    {"_NTF",
-     "00000000 28000000 0000000000000000"
-     "03000000 00000000 46544e5f 00000000 0000000000000000 00000000 000000000000000000000000",
-     "01000000 30000000 0000000000000000 00000000 1c000000 000000000000000000000000" ECHO_TOKEN},
-    {"ping(7)",
-     "00000000 48000000 0000000000000000"
-     "03000000 00000000 02000000 00000000 0000000000000000 20000000"
-     "000000000000000000000000" ECHO_TOKEN "07000000",
-     "01000000 1c000000 0000000000000000 00000000 08000000 000000000000000000000000"
-     "00000000 08000000"},
-    {"echo({11 22 33 44 55})",
-     "00000000 50000000 0000000000000000"
-     "03000000 00000000 01000000 00000000 0000000000000000 28000000"
-     "000000000000000000000000" ECHO_TOKEN "05000000 1122334455000000",
-     "01000000 24000000 0000000000000000 00000000 10000000 000000000000000000000000"
+    {"GET_MAX_THREADS", kSessionAddress, 1, "", "03000000"},
+    {"GET_ROOT", kSessionAddress, 0, "", "01000000 03000000 00000000 3f000000"},
+    {"_NTF", kRoot, 0x5f4e5446, "", ECHO_TOKEN},
+    {"ping(7)", kRoot, 2, ECHO_TOKEN "07000000", "00000000 08000000"},
+    {"echo({11 22 33 44 55})", kRoot, 1, ECHO_TOKEN "05000000 1122334455000000",
      "00000000 05000000 1122334455000000"},
-    {"fire(-1): service-specific exception 42 \"no\"",
-     "00000000 48000000 0000000000000000"
-     "03000000 00000000 04000000 00000000 0000000000000000 20000000"
-     "000000000000000000000000" ECHO_TOKEN "ffffffff",
-     "01000000 2c000000 0000000000000000 00000000 18000000 000000000000000000000000"
+    {"fire(-1): service-specific exception 42 \"no\"", kRoot, 4, ECHO_TOKEN "ffffffff",
      "f8ffffff 02000000 6e006f0000000000 00000000 2a000000"},
-    {"fire(-2): EX_UNSUPPORTED_OPERATION without a message",
-     "00000000 48000000 0000000000000000"
-     "03000000 00000000 04000000 00000000 0000000000000000 20000000"
-     "000000000000000000000000" ECHO_TOKEN "feffffff",
-     "01000000 24000000 0000000000000000 00000000 10000000 000000000000000000000000"
+    {"fire(-2): EX_UNSUPPORTED_OPERATION without a message", kRoot, 4, ECHO_TOKEN "feffffff",
      "f9ffffff 00000000 00000000 00000000"},
-    {"ping of the object",
-     "00000000 28000000 0000000000000000"
-     "03000000 00000000 474e505f 00000000 0000000000000000 00000000 000000000000000000000000",
-     "01000000 14000000 0000000000000000 00000000 00000000 000000000000000000000000"},
-    {"_EXT, none set: the only one that our client never says",
-     "00000000 28000000 0000000000000000"
-     "03000000 00000000 5458455f 00000000 0000000000000000 00000000 000000000000000000000000",
-     "01000000 1c000000 0000000000000000 00000000 08000000 000000000000000000000000"
+    {"ping of the object", kRoot, 0x5f504e47, "", ""},
+    {"_EXT, none set: the only one that our client never says", kRoot, 0x5f455854, "",
      "00000000 00000000"},
 };
+// One of them as a whole.
+const Exchange& kPing = kExchanges[3];
+constexpr char kPingCall[] =
+    "00000000 48000000 0000000000000000"
+    "03000000 00000000 02000000 00000000 0000000000000000 20000000"
+    "000000000000000000000000" ECHO_TOKEN "07000000";
+constexpr char kPingReply[] =
+    "01000000 1c000000 0000000000000000 00000000 08000000 000000000000000000000000"
+    "00000000 08000000";
 constexpr size_t kSaidByOurClient = std::size(kExchanges) - 1;
 
 using GoldenTest = TransportTest;
@@ -98,11 +82,12 @@ TEST_F(GoldenTest, ServerAnswersThePlatformsClientByteForByte) {
     RawPeer peer(mPath);
     peer.send(hex("01000000 00 01 0000000000000000 0000  63636900 00000000"));
     ASSERT_EQ("0100000000000000", toHex(peer.receive(8)));
+    EXPECT_EQ(toHex(hex(kPingCall)), toHex(kPing.call()));
+    EXPECT_EQ(toHex(hex(kPingReply)), toHex(kPing.reply()));
     for (const Exchange& exchange : kExchanges) {
-        peer.send(hex(exchange.call));
-        std::optional<RawFrame> reply = peer.frame();
+        std::optional<RawFrame> reply = peer.ask(exchange.call());
         ASSERT_TRUE(reply) << exchange.what;
-        EXPECT_EQ(toHex(hex(exchange.reply)), toHex(frameOf(reply->command, reply->body)))
+        EXPECT_EQ(toHex(exchange.reply()), toHex(frameOf(reply->command, reply->body)))
             << exchange.what;
     }
 }
@@ -116,12 +101,10 @@ TEST_F(GoldenTest, ServerCallsThePlatformsCallbackByteForByte) {
     incoming.open(caller.sessionId(), kConnectionIncoming);
     caller.fetchRoot();
 
-    caller.send(hex(kRegistration));
-    std::optional<RawFrame> question = caller.frame();
+    std::optional<RawFrame> question = caller.ask(hex(kRegistration));
     ASSERT_TRUE(question);
     EXPECT_EQ(toHex(hex(kQuestion)), toHex(frameOf(question->command, question->body)));
-    caller.send(hex(kDescriptor));
-    std::optional<RawFrame> registered = caller.frame();
+    std::optional<RawFrame> registered = caller.ask(hex(kDescriptor));
     ASSERT_TRUE(registered);
     EXPECT_EQ(0, registered->replyStatus());
 
@@ -157,8 +140,8 @@ void expectBytes(RawPeer& peer, const Bytes& expected, const char* what = "") {
 }
 
 void play(RawPeer& peer, const Exchange& exchange) {
-    expectBytes(peer, hex(exchange.call), exchange.what);
-    peer.send(hex(exchange.reply));
+    expectBytes(peer, exchange.call(), exchange.what);
+    peer.send(exchange.reply());
 }
 
 // The beginning of a session, where our client also asks for the session's id.
@@ -185,9 +168,7 @@ TEST_F(GoldenTest, ClientSaysWhatThePlatformsClientSaid) {
                               "03000000 00000000 504d445f 00000000 0000000000000000 18000000"
                               "000000000000000000000000"
                               "02000000 00000000 01000000 02000000 2d00760000000000 00000000"));
-        peer.send(
-            hex("01000000 14000000 0000000000000000 00000000 00000000"
-                "000000000000000000000000"));
+        peer.send(replyFrame({}));
         // Registering a callback: a connection for our calls first, then the object.
         RawPeer incoming(acceptFrom(listening));
         Bytes opening = hex("01000000 01 01 0000000000000000 2000");
@@ -200,9 +181,7 @@ TEST_F(GoldenTest, ClientSaysWhatThePlatformsClientSaid) {
         // The callback and the eight calls that named the root object are given back at once.
         peer.send(decStrong({1, 0}, 1));
         peer.send(decStrong({3, 0}, 8));
-        peer.send(
-            hex("01000000 18000000 0000000000000000 00000000 04000000"
-                "000000000000000000000000 00000000"));
+        peer.send(replyFrame(int32(0)));
         // With its last proxy the client gives the root object back.
         EXPECT_EQ(toHex(decStrong({3, 0}, 1)), toHex(peer.receive(32)));
         EXPECT_TRUE(peer.hasEnded());

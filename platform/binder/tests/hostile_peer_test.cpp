@@ -85,8 +85,7 @@ TEST_F(HostilePeerTest, OddFramesGetTheirAnswer) {
     RawPeer bystander = openRaw();
     for (const Row& row : rows) {
         RawPeer peer = openRaw();
-        peer.send(row.sent);
-        std::optional<RawFrame> reply = peer.frame();
+        std::optional<RawFrame> reply = peer.ask(row.sent);
         ASSERT_EQ(row.status == kEnds, !reply.has_value()) << row.what;
         if (reply) {
             EXPECT_EQ(row.status, reply->replyStatus()) << row.what;
@@ -122,8 +121,8 @@ TEST_F(HostilePeerTest, OddOpeningsGetTheirAnswer) {
         RawPeer peer(mPath);
         peer.send(hex(row.opening));
         EXPECT_EQ(row.answer, toHex(peer.receive(row.answer.size() / 2))) << row.what;
-        peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetRoot}));
-        EXPECT_EQ(row.serves, peer.frame().has_value()) << row.what;
+        const Bytes question = frameOf(Call{.address = kSessionAddress, .code = kGetRoot});
+        EXPECT_EQ(row.serves, peer.ask(question).has_value()) << row.what;
     }
     expectServed();
 }
@@ -170,8 +169,7 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     RawPeer peer = openRaw();
     size_t before = openDescriptors();
     for (const Row& row : rows) {
-        peer.send(row.frame, std::vector<int>(row.fds, null.get()));
-        std::optional<RawFrame> reply = peer.frame();
+        std::optional<RawFrame> reply = peer.ask(row.frame, std::vector<int>(row.fds, null.get()));
         ASSERT_TRUE(reply) << row.what;
         EXPECT_EQ(row.status, reply->replyStatus()) << row.what;
     }
@@ -192,8 +190,7 @@ TEST_F(HostilePeerTest, DescriptorsNeedASessionThatCarriesThem) {
     RawPeer peer(mPath);
     peer.open({}, 0, /*fdMode=*/0);
     peer.fetchRoot();
-    peer.send(dumpFrame(), {STDERR_FILENO});
-    std::optional<RawFrame> reply = peer.frame();
+    std::optional<RawFrame> reply = peer.ask(dumpFrame(), {STDERR_FILENO});
     ASSERT_TRUE(reply);
     EXPECT_EQ(STATUS_BAD_VALUE, reply->replyStatus());
 }

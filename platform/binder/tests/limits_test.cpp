@@ -58,53 +58,44 @@ using LimitsTest = TransportTest;
 
 // All at once, since each lasts as long as its limit.
 TEST_F(LimitsTest, PeersThatKeepTheServiceWaitingLoseTheirSessionsAndAllTheyHold) {
-    struct Row {
-        const char* what;
-        std::function<void(RawPeer&)> attack;
-        bool opens = true;
-        bool dies = false;  // and leaves the service with the other end of its own socket
-    };
     const FullPipe pipe;
-    const Row rows[] = {
-        {"half an opening", [](RawPeer& p) { p.send(Bytes(5)); }, false},
-        {"half a frame", [](RawPeer& p) { p.send(firstHalf(pingFrame(1))); }},
-        {"half a frame with its own socket",
-         [](RawPeer& p) { p.send(firstHalf(dumpFrame()), {p.fd()}); }, true, true},
-        {"its own socket behind unread replies",
-         [&](RawPeer& p) {
-             p.sendUnread(8);
-             p.send(dumpFrame(), {p.fd()});
-         },
-         true, true},
-        {"replies not read", [](RawPeer& p) { p.sendUnread(8); }},
-        {"a oneway call whose predecessor never comes", [](RawPeer& p) { p.send(onewayFrame(1)); }},
-        {"a nested question not answered", [](RawPeer& p) { sendCallback(p); }},
-        {"a dump into a full pipe", [&](RawPeer& p) { p.send(dumpFrame(), {pipe.writer.get()}); }},
+    std::vector<RawPeer> peers;
+    const auto keep = [&](RawPeer peer) -> RawPeer& { return peers.emplace_back(std::move(peer)); };
+    const std::function<void()> attacks[] = {
+        // Half an opening; half a frame.
+        [&] { keep(RawPeer(mPath)).send(Bytes(5)); },
+        [&] { keep(openRaw()).send(firstHalf(pingFrame(1))); },
+        // Replies that it does not read; a oneway call whose predecessor never comes.
+        [&] { keep(openRaw()).sendUnread(8); },
+        [&] { keep(openRaw()).send(onewayFrame(1)); },
+        // A nested question that it does not answer; a dump into a full pipe.
+        [&] { sendCallback(keep(openRaw())); },
+        [&] { keep(openRaw()).send(dumpFrame(), {pipe.writer.get()}); },
+        // It dies and leaves the service with the other end of its own socket: in half a frame,
+        // and behind unread replies.
+        [&] {
+            RawPeer peer = openRaw();
+            peer.send(firstHalf(dumpFrame()), {peer.fd()});
+        },
+        [&] {
+            RawPeer peer = openRaw();
+            peer.sendUnread(8);
+            peer.send(dumpFrame(), {peer.fd()});
+        },
     };
     expectServed();
     const size_t descriptors = openDescriptors();
     const size_t threads = threadCount();
     {
-        std::vector<RawPeer> peers;
-        {
-            const WellBehavedClient client(connect());
-            for (int round = 0; round < 4; ++round) {  // more than there are threads
-                for (const Row& row : rows) {
-                    RawPeer peer(mPath);
-                    if (row.opens) {
-                        peer.open();
-                        peer.fetchRoot();
-                    }
-                    row.attack(peer);
-                    if (!row.dies) peers.push_back(std::move(peer));
-                }
-            }
-            const auto begin = Clock::now();
-            for (size_t i = 0; i < peers.size(); ++i) EXPECT_TRUE(peers[i].hasEnded()) << i;
-            EXPECT_LT(Clock::now() - begin, kDiagnosticsTimeout + 2 * kPeerTimeout);
+        const WellBehavedClient client(connect());
+        for (int round = 0; round < 4; ++round) {  // more than there are threads
+            for (const auto& attack : attacks) attack();
         }
-        peers.clear();
+        const auto begin = Clock::now();
+        for (size_t i = 0; i < peers.size(); ++i) EXPECT_TRUE(peers[i].hasEnded()) << i;
+        EXPECT_LT(Clock::now() - begin, kDiagnosticsTimeout + 2 * kPeerTimeout);
     }
+    peers.clear();
     mServer.setCallback({});
     EXPECT_TRUE(eventually([&] { return openDescriptors() <= descriptors; }));
     EXPECT_TRUE(eventually([&] { return threadCount() <= threads + 2; })) << threadCount();
@@ -125,18 +116,13 @@ TEST_F(LimitsTest, NestedCallsAreNestedOnlySoDeep) {
     mServer.setCallback({});
 }
 
-bool hasHungUp(const RawPeer& peer) {
-    uint8_t byte;
-    return recv(peer.fd(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
-}
-
 TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
     const unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     const WellBehavedClient client(connect());
     for (const size_t size : {0, 90'000}) {
         RawPeer peer = openRaw();
         uint64_t sent = 0;
-        while (!hasHungUp(peer) && sent <= kMaxQueuedOneway) peer.send(onewayFrame(++sent, size));
+        while (!peer.hasHungUp() && sent <= kMaxQueuedOneway) peer.send(onewayFrame(++sent, size));
         EXPECT_TRUE(peer.hasEnded()) << "early oneway calls";
         EXPECT_LT(sent * size, 2 * kMaxWaitingOnewayBytes);
     }
@@ -159,7 +145,8 @@ TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
         EXPECT_TRUE(eventually(
             [&] { return openDescriptors() < before + kMaxHeldFdsInAll + 2 * peers.size() + 8; }));
         EXPECT_TRUE(eventually([&] {
-            const auto ended = std::count_if(peers.begin(), peers.end(), hasHungUp);
+            const auto ended = std::count_if(peers.begin(), peers.end(),
+                                             [](const RawPeer& peer) { return peer.hasHungUp(); });
             return static_cast<size_t>(ended) >= peers.size() - kMaxHeldFdsInAll / 253;
         })) << "descriptors of unfinished frames";
     }
@@ -211,8 +198,7 @@ TEST_F(LimitsTest, WithoutFurtherThreadsCallsAreServedOrFailAndNothingEnds) {
     ASSERT_EQ(0, pthread_attr_setstacksize(&huge, size_t{1} << 46));
     ASSERT_EQ(0, pthread_setattr_default_np(&huge));
     for (size_t i = 0; i < 6; ++i) sendCallback(peers[i]);
-    peers[6].send(dumpFrame(), {null.get()});
-    std::optional<RawFrame> reply = peers[6].frame();
+    std::optional<RawFrame> reply = peers[6].ask(dumpFrame(), {null.get()});
     EXPECT_TRUE(peers[7].ping(1));
     ASSERT_EQ(0, pthread_setattr_default_np(&usual));
     ASSERT_TRUE(reply);

@@ -2,6 +2,7 @@
 #include "raw_peer.h"
 
 #include <errno.h>
+#include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -186,11 +187,17 @@ Bytes RawPeer::receive(size_t size) {
     size_t have = 0;
     while (have < size) {
         const ssize_t count = recv(mSocket.get(), bytes.data() + have, size - have, 0);
+        if (count < 0 && errno == EINTR) continue;
         if (count <= 0) break;
         have += static_cast<size_t>(count);
     }
     bytes.resize(have);
     return bytes;
+}
+
+std::optional<RawFrame> RawPeer::ask(const Bytes& call, const std::vector<int>& fds) {
+    send(call, fds);
+    return frame();
 }
 
 std::optional<RawFrame> RawPeer::frame() {
@@ -212,6 +219,11 @@ bool RawPeer::hasEnded() {
     return count == 0 || errno == ECONNRESET;
 }
 
+bool RawPeer::hasHungUp() const {
+    pollfd state{mSocket.get(), 0, 0};
+    return poll(&state, 1, 0) > 0;
+}
+
 void RawPeer::open(const Bytes& sessionId, uint8_t options, uint8_t fdMode, uint32_t version) {
     Bytes opening;
     append(&opening, WireConnectionHeader{
@@ -224,21 +236,15 @@ void RawPeer::open(const Bytes& sessionId, uint8_t options, uint8_t fdMode, uint
 }
 
 Bytes RawPeer::sessionId() {
-    send(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
-    std::optional<RawFrame> reply = frame();
+    std::optional<RawFrame> reply =
+        ask(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
     if (!reply) return {};
     Bytes parcel = reply->replyParcel();
     return {parcel.begin() + sizeof(int32_t), parcel.end()};
 }
 
 void RawPeer::fetchRoot() {
-    send(frameOf(Call{.address = kSessionAddress, .code = kGetRoot}));
-    (void)frame();
-}
-
-std::optional<RawFrame> RawPeer::ping(int32_t number) {
-    send(pingFrame(number));
-    return frame();
+    (void)ask(frameOf(Call{.address = kSessionAddress, .code = kGetRoot}));
 }
 
 size_t openDescriptors() {

@@ -80,17 +80,22 @@ class RawPeer {
     size_t sendUnread(size_t calls);
     // Exactly that many bytes, or fewer when the other side closed or stays silent for too long.
     Bytes receive(size_t size);
+    // Sends a call and gives the frame that answers it.
+    std::optional<RawFrame> ask(const Bytes& call, const std::vector<int>& fds = {});
     // The next frame that is not a give-back of references; nothing when the connection has ended.
     std::optional<RawFrame> frame();
+    // Waits for its end.
     bool hasEnded();
+    // Whether it has ended already.
+    bool hasHungUp() const;
 
     // Opens a session, or joins one, as a caller.
     void open(const Bytes& sessionId = {}, uint8_t options = 0, uint8_t fdMode = 1,
               uint32_t version = 1);
     Bytes sessionId();
     void fetchRoot();
-    // Sends a ping of the root object and gives the frame that answers it.
-    std::optional<RawFrame> ping(int32_t number);
+    // Of the root object.
+    std::optional<RawFrame> ping(int32_t number) { return ask(pingFrame(number)); }
 
     int fd() const { return mSocket.get(); }
     void close() { mSocket.reset(); }

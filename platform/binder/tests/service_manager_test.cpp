@@ -44,8 +44,8 @@ TEST_F(ServiceManagerTest, NamesAreServedOnceWhileTheirProcessLives) {
     EXPECT_EQ(binder.get(), again.get());
     RawPeer peer(path);
     peer.open();
-    peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetMaxThreads}));
-    std::optional<RawFrame> threads = peer.frame();
+    std::optional<RawFrame> threads =
+        peer.ask(frameOf(Call{.address = kSessionAddress, .code = kGetMaxThreads}));
     ASSERT_TRUE(threads);
     EXPECT_EQ(toHex(int32(4)), toHex(threads->replyParcel())) << "at least so many may call";
 

@@ -31,12 +31,11 @@ using SessionTest = TransportTest;
 
 TEST_F(SessionTest, CallInsideACallbackInsideACall) {
     SpAIBinder root = connect();
-    SpAIBinder callback = echo::makeCallback([&](int x) {
+    SpAIBinder callback = subscribe(root, [&](int x) {
         int answer = 0;
         EXPECT_EQ(STATUS_OK, echo::ping(root.get(), x, &answer));
         return answer * 2;
     });
-    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
     int answer = 0;
     EXPECT_EQ(STATUS_OK, echo::callWithInt(root.get(), echo::kAskBack, 20, &answer));
     EXPECT_EQ(42, answer);
@@ -77,17 +76,14 @@ TEST_F(SessionTest, LargestTransactionsArriveAndLargerOnesAreRefusedHere) {
 
 TEST_F(SessionTest, AThousandObjectsSentAndDroppedLeaveNothingBehind) {
     SpAIBinder root = connect();
-    SpAIBinder keeper = echo::makeCallback([](int x) { return x; });
     for (int i = 0; i < 1000; ++i) {
-        SpAIBinder callback = echo::makeCallback([](int x) { return x; });
-        ASSERT_EQ(STATUS_OK,
-                  echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+        SpAIBinder callback = subscribe(root);
         SpAIBinder same;
         ASSERT_EQ(STATUS_OK,
                   echo::callWithBinder(root.get(), echo::kReturnObject, callback.get(), &same));
         ASSERT_EQ(callback.get(), same.get()) << "an object comes home as itself";
     }
-    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, keeper.get()));
+    SpAIBinder keeper = subscribe(root);
     // The root object and the last callback.
     EXPECT_EQ(2u, addressCount(root));
     EXPECT_EQ(2u, addressCount(mServer.callback()));
@@ -109,8 +105,7 @@ TEST_F(SessionTest, TheSameRemoteObjectIsTheSameProxy) {
 TEST_F(SessionTest, OnewayReferencesAreGivenBackWithoutACall) {
     SpAIBinder root = connect();
     std::atomic<int> calls = 0;
-    SpAIBinder callback = echo::makeCallback([&](int) { return ++calls; });
-    ASSERT_EQ(STATUS_OK, echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+    SpAIBinder callback = subscribe(root, [&](int) { return ++calls; });
     // Called by nobody's call, so that no answer can carry the references back.
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(STATUS_OK, echo::callOneway(mServer.callback().get(), echo::Code{1}, i));
@@ -225,18 +220,14 @@ TEST_F(SessionTest, EveryLinkEndsOnceAndThoseThatAreLeftAreToldOfTheDeath) {
     ndk::ScopedAIBinder_DeathRecipient second = make();
     ndk::ScopedAIBinder_DeathRecipient third = make();
     SpAIBinder root = connect();
-    const SpAIBinder callback = echo::makeCallback([](int x) { return x; });
-    const auto subscribe = [&] {
-        return echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get());
-    };
     constexpr int kDropped = 100;
     for (int i = 0; i < kDropped; ++i) {
-        ASSERT_EQ(STATUS_OK, subscribe());
+        const SpAIBinder callback = subscribe(root);
         ASSERT_EQ(STATUS_OK, AIBinder_linkToDeath(mServer.callback().get(), first.get(), nullptr));
         mServer.setCallback({});
     }
     EXPECT_TRUE(eventually([] { return unlinked == kDropped; })) << "by dropping the object";
-    ASSERT_EQ(STATUS_OK, subscribe());
+    const SpAIBinder callback = subscribe(root);
     AIBinder* remote = mServer.callback().get();
     for (auto* recipient : {&first, &second, &third}) {
         ASSERT_EQ(STATUS_OK, AIBinder_linkToDeath(remote, recipient->get(), nullptr));

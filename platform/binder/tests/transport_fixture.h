@@ -88,6 +88,14 @@ class TransportTest : public ::testing::Test {
         return peer;
     }
 
+    // Registers a new callback, which it gives.
+    static ndk::SpAIBinder subscribe(
+        const ndk::SpAIBinder& root, echo::OnCall on = [](int x) { return x; }) {
+        ndk::SpAIBinder callback = echo::makeCallback(std::move(on));
+        EXPECT_EQ(STATUS_OK,
+                  echo::callWithBinder(root.get(), echo::kRegisterCallback, callback.get()));
+        return callback;
+    }
     // The first half of a registration by a raw peer; the server then asks for the descriptor.
     static void sendCallback(RawPeer& caller) {
         Bytes binder = int32(kObjectBinder);
@@ -101,8 +109,7 @@ class TransportTest : public ::testing::Test {
         const std::optional<RawFrame> question = caller.frame();
         ASSERT_TRUE(question);
         ASSERT_EQ(WireCommand::kTransact, question->command);
-        caller.send(replyFrame(text("test.ICb")));
-        const std::optional<RawFrame> reply = caller.frame();
+        const std::optional<RawFrame> reply = caller.ask(replyFrame(text("test.ICb")));
         ASSERT_TRUE(reply);
         ASSERT_EQ(WireCommand::kReply, reply->command);
         ASSERT_EQ(STATUS_OK, reply->replyStatus());
