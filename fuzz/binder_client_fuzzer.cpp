@@ -7,8 +7,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
-#include <list>
 #include <thread>
 
 #include "binder_script.h"
@@ -23,13 +21,7 @@ constexpr size_t kOperations = 6;  // of each thread
 
 // ---- The server ---------------------------------------------------------------------------------
 
-struct ServerSocket : HostileSocket {
-    using HostileSocket::HostileSocket;
-    bool isOpened = false;
-    bool isIncoming = false;
-};
-
-class Server : BinderScript {
+class Server final : BinderScript {
   public:
     Server(std::span<const uint8_t> input, int listening)
         : BinderScript(input), mListening(listening) {}
@@ -38,18 +30,18 @@ class Server : BinderScript {
     void run(const std::atomic<bool>& clientIsDone) {
         while (!clientIsDone) {
             std::vector<pollfd> polled{{mListening, POLLIN, 0}};
-            for (const ServerSocket& socket : mSockets) {
-                polled.push_back({socket.peer.fd(), POLLIN, 0});
+            for (const HostileSocket& socket : mSockets) {
+                polled.push_back({socket.fd(), POLLIN, 0});
             }
             if (poll(polled.data(), polled.size(), /*milliseconds=*/1) == 0) pass();
             unique_fd accepted(accept4(mListening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
             if (accepted.ok() && mInput.remaining_bytes() > 0) {
                 mSockets.emplace_back(RawPeer(std::move(accepted)));
             }
-            for (ServerSocket& socket : mSockets) {
-                if (socket.read()) serve(socket);
+            for (HostileSocket& socket : mSockets) {
+                if (socket.isOpened || open(socket)) serve(socket);
             }
-            std::erase_if(mSockets, [](const ServerSocket& socket) { return socket.isClosed; });
+            std::erase_if(mSockets, [](const auto& socket) { return socket.hasHungUp(); });
         }
         hangUp();
     }
@@ -59,85 +51,53 @@ class Server : BinderScript {
     void pass() {
         if (mInput.remaining_bytes() == 0) return hangUp();
         if (mSockets.empty()) return;
-        auto socket = mSockets.begin();
-        std::advance(socket, choose(static_cast<uint8_t>(mSockets.size())));
+        const auto socket = anySocket();
         switch (choose(4)) {
             case 0:
                 return answer(*socket, {});
             case 1:
                 return transmit(*socket, oddFrame());
             case 2:
-                return callBack(*socket);
+                return call(*socket);
             default:
-                (void)shutdown(socket->peer.fd(), SHUT_RDWR);
+                (void)shutdown(socket->fd(), SHUT_RDWR);
                 mSockets.erase(socket);
         }
     }
 
-    // Also where the client holds a copy of the server's end.
-    void hangUp() {
-        for (ServerSocket& socket : mSockets) (void)shutdown(socket.peer.fd(), SHUT_RDWR);
-        mSockets.clear();
-    }
-
-    void serve(ServerSocket& socket) {
-        if (!socket.isOpened && !open(socket)) return;
-        while (std::optional<RawFrame> frame = socket.nextFrame()) {
-            if (frame->command != WireCommand::kTransact) continue;
-            const WireTransaction transaction = transactionOf(*frame);
-            if (transaction.flags == kFlagOneway) continue;
-            switch (choose(8)) {
-                case 7:
-                    transmit(socket, oddFrame());
-                    break;
-                case 6:
-                    callBack(socket);  // the answer comes once it has been served, or never
-                    break;
-                case 5:
-                    callBack(socket);
-                    [[fallthrough]];
-                default:
-                    answer(socket, transaction);
-            }
-        }
-    }
-
-    bool open(ServerSocket& socket) {
+    bool open(HostileSocket& socket) {
         WireConnectionHeader header;
-        if (socket.received.size() < sizeof(header)) return false;
-        memcpy(&header, socket.received.data(), sizeof(header));
-        socket.isIncoming = header.options == kConnectionIncoming;
-        const size_t size = sizeof(header) + header.sessionIdSize +
-                            (socket.isIncoming ? 0 : sizeof(WireConnectionInit));
+        if (recv(socket.fd(), &header, sizeof(header), MSG_PEEK) != sizeof(header)) return false;
+        const bool isIncoming = header.options == kConnectionIncoming;
+        const size_t size =
+            sizeof(header) + header.sessionIdSize + (isIncoming ? 0 : sizeof(WireConnectionInit));
         if (!socket.take(size)) return false;
         socket.isOpened = true;
         const uint32_t odd = rarely() ? choose(3) : 1;
         if (header.sessionIdSize == 0) mVersion = odd;
         socket.version = mVersion;
         Bytes response;
-        if (socket.isIncoming) append(&response, kConnectionInit);
+        if (isIncoming) append(&response, kConnectionInit);
         if (header.sessionIdSize == 0) append(&response, WireNewSessionResponse{mVersion, {}});
         if (!response.empty()) transmit(socket, response);
         return true;
     }
 
-    void answer(ServerSocket& socket, const WireTransaction& call) {
-        if (call.address == kSessionAddress) {
-            answerSession(call.code);
-        } else if (call.code == kInterfaceCode) {
+    void answer(HostileSocket& socket, const WireTransaction& question) override {
+        if (question.address == kSessionAddress) {
+            answerSession(question.code);
+        } else if (question.code == kInterfaceCode) {
             addText("test.IEcho");
-        } else if (call.code == kExtensionCode) {
-            addBinderOrNull();
-        } else if (call.code <= kLastUserCode) {
+        } else if (question.code <= kLastUserCode) {
             append(&mParcel, int32(rarely() ? number() : 0));
-            if (call.code == echo::kReturnObject) {
+            if (question.code == echo::kReturnObject) {
                 addBinderOrNull();
             } else {
                 append(&mParcel, int32(number()));
             }
         }
         if (rarely()) addFd(socket);
-        transmit(socket, replyFrame(mVersion, rarely() ? number() : 0));
+        transmit(socket, replyFrame(socket.version, rarely() ? number() : 0));
     }
 
     void answerSession(uint32_t code) {
@@ -152,14 +112,9 @@ class Server : BinderScript {
     }
 
     // Calls an object of the client's, where it may and where it may not.
-    void callBack(ServerSocket& socket) {
+    void call(HostileSocket& socket) override {
         constexpr uint32_t kCodes[] = {1, kInterfaceCode, kDumpCode, kPingCode, kExtensionCode, 7};
-        Call call{.address = {kAddressCreated, choose(2)}, .code = mInput.PickValueInArray(kCodes)};
-        if (rarely()) call.address = address();
-        if (choose(2) == 1) {
-            call.flags = kFlagOneway;
-            call.asyncNumber = choose(4);
-        }
+        const Call call = someCall({kAddressCreated, choose(2)}, kCodes);
         if (call.code == kDumpCode) {
             addFd(socket);
             addArguments();
@@ -172,7 +127,6 @@ class Server : BinderScript {
 
     const int mListening;
     uint32_t mVersion = 1;
-    std::list<ServerSocket> mSockets;
 };
 
 // ---- The client ---------------------------------------------------------------------------------
@@ -191,37 +145,28 @@ void operate(AIBinder* root, uint8_t what) {
     std::vector<int8_t> bytes(60'000);
     binder_status_t result;
     int answer;
-    switch (what % 13) {
-        case 0:
-            return (void)echo::ping(root, 1, &answer);
-        case 1:
-            return (void)echo::callOneway(root, echo::kPing, 1);
-        case 2:
+    const std::function<void()> operations[] = {
+        [&] { (void)echo::ping(root, 1, &answer); },
+        [&] { (void)echo::callOneway(root, echo::kPing, 1); },
+        [&] {
             for (int i = 0; i < 600; ++i) (void)echo::callOneway(root, echo::kPing, i);
-            return;
-        case 3:
-            return (void)echo::echo(root, bytes, &bytes);
-        case 4:
-            return (void)echo::callWithBinder(root, echo::kRegisterCallback, caller.get());
-        case 5:
+        },
+        [&] { (void)echo::echo(root, bytes, &bytes); },
+        [&] { (void)echo::callWithBinder(root, echo::kRegisterCallback, caller.get()); },
+        [&] {
             (void)echo::callWithBinder(root, echo::kReturnObject, callback.get(), &object);
             if (!AIBinder_associateClass(object.get(), echo::callbackClass())) return;
-            return (void)echo::callWithInt(object.get(), echo::Code{1}, 1, &answer);
-        case 6:
-            return deaths().link(root);
-        case 7:
-            return deaths().unlink(root);
-        case 8:
-            return (void)AIBinder_dump(root, STDERR_FILENO, nullptr, 0);
-        case 9:
-            return (void)shellCommand(root, 0, 2, 2, {"an argument"}, &result);
-        case 10:
-            return (void)echo::callWithBinder(root, echo::kReturnObject, root, &object);
-        case 11:
-            return (void)AIBinder_isAlive(root);
-        default:
-            return (void)AIBinder_ping(root);
-    }
+            (void)echo::callWithInt(object.get(), echo::Code{1}, 1, &answer);
+        },
+        [&] { linkToDeath(root); },
+        [&] { (void)AIBinder_unlinkToDeath(root, recipient(), nullptr); },
+        [&] { (void)AIBinder_dump(root, STDERR_FILENO, nullptr, 0); },
+        [&] { (void)shellCommand(root, 0, 2, 2, {"an argument"}, &result); },
+        [&] { (void)echo::callWithBinder(root, echo::kReturnObject, root, &object); },
+        [&] { (void)AIBinder_isAlive(root); },
+        [&] { (void)AIBinder_ping(root); },
+    };
+    operations[what % std::size(operations)]();
 }
 
 void use(AIBinder* root, const Bytes& operations) {

@@ -9,11 +9,14 @@
 #include <fuzzer/FuzzedDataProvider.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <functional>
+#include <list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,58 +28,46 @@
 namespace android::host::test {
 
 // One socket of the hostile peer, which never waits for the other side to take what it sends.
-struct HostileSocket {
-    explicit HostileSocket(RawPeer opened) : peer(std::move(opened)) {
-        (void)fcntl(peer.fd(), F_SETFL, O_NONBLOCK);
+struct HostileSocket : RawPeer {
+    explicit HostileSocket(RawPeer opened) : RawPeer(std::move(opened)) {
+        (void)fcntl(fd(), F_SETFL, O_NONBLOCK);
     }
 
-    // Takes what has come. False when nothing has, or the other side has closed.
-    bool read() {
-        uint8_t bytes[65536];
-        const ssize_t count = recv(peer.fd(), bytes, sizeof(bytes), MSG_DONTWAIT);
-        if (count > 0) received.insert(received.end(), bytes, bytes + count);
-        if (count == 0) isClosed = true;
-        return count > 0;
-    }
     bool waitForInput(int milliseconds) const {
-        pollfd state{peer.fd(), POLLIN, 0};
+        pollfd state{fd(), POLLIN, 0};
         return poll(&state, 1, milliseconds) > 0;
     }
+    // So many bytes, once all of them have come.
     std::optional<Bytes> take(size_t size) {
-        if (received.size() < size) return std::nullopt;
-        Bytes taken(received.begin(), received.begin() + static_cast<long>(size));
-        received.erase(received.begin(), received.begin() + static_cast<long>(size));
-        return taken;
+        int waiting = 0;
+        (void)ioctl(fd(), FIONREAD, &waiting);
+        if (static_cast<size_t>(waiting) < size) return std::nullopt;
+        return receive(size);
     }
     std::optional<RawFrame> nextFrame() {
-        WireHeader header;
         if (unreadOpening > 0 && !take(std::exchange(unreadOpening, 0))) return std::nullopt;
-        if (received.size() < sizeof(header)) return std::nullopt;
-        memcpy(&header, received.data(), sizeof(header));
+        WireHeader header;
+        if (recv(fd(), &header, sizeof(header), MSG_PEEK) != sizeof(header)) return std::nullopt;
         std::optional<Bytes> frame = take(sizeof(header) + header.bodySize);
         if (!frame) return std::nullopt;
         return RawFrame{static_cast<WireCommand>(header.command),
                         Bytes(frame->begin() + sizeof(header), frame->end())};
     }
 
-    RawPeer peer;
-    Bytes received;
+    Bytes id;  // of its session
     uint32_t version = 1;
+    bool isOpened = false;
     size_t unreadOpening = 0;  // bytes in front of the first frame
-    bool isClosed = false;
+    int expected = 0;          // answers
+    bool owesAnswer = false;
 };
-
-inline WireTransaction transactionOf(const RawFrame& frame) {
-    WireTransaction transaction{};
-    memcpy(&transaction, frame.body.data(), std::min(frame.body.size(), sizeof(transaction)));
-    return transaction;
-}
 
 using android::base::unique_fd;
 
 class BinderScript {
   protected:
     explicit BinderScript(std::span<const uint8_t> input) : mInput(input.data(), input.size()) {}
+    ~BinderScript() = default;
 
     uint8_t choose(uint8_t count) {
         return mInput.ConsumeIntegralInRange<uint8_t>(0, static_cast<uint8_t>(count - 1));
@@ -95,11 +86,7 @@ class BinderScript {
                                               {1, 9}, {3, 9}, {0, 0}, {2, 0}, {7, 0}};
         return mInput.PickValueInArray(kAddresses);
     }
-    void addText(const char* text) {
-        AParcel parcel;
-        parcel.writeString(text);
-        append(&mParcel, Bytes(parcel.bytes().begin(), parcel.bytes().end()));
-    }
+    void addText(const char* content) { append(&mParcel, text(content)); }
     void addBinder(WireAddress of) {
         constexpr Stability kStabilities[] = {Stability::kVintf, Stability::kSystem, Stability{1}};
         append(&mParcel, WireBinder{kObjectBinder, of,
@@ -120,6 +107,17 @@ class BinderScript {
 
     // ---- Frames -----------------------------------------------------------------------------
 
+    // Most often a call of an object that is there.
+    Call someCall(WireAddress usual, std::span<const uint32_t> codes) {
+        Call call{.address = usual, .code = codes[choose(static_cast<uint8_t>(codes.size()))]};
+        if (rarely()) call.address = address();
+        if (call.address == kSessionAddress) call.code = choose(4);
+        if (choose(4) == 3) {
+            call.flags = kFlagOneway;
+            call.asyncNumber = choose(4);
+        }
+        return call;
+    }
     Bytes callFrame(Call call) {
         call.parcel = std::exchange(mParcel, {});
         call.objectTable = std::exchange(mTable, {});
@@ -156,7 +154,7 @@ class BinderScript {
         for (const unique_fd& fd : fds) numbers.push_back(fd.get());
         switch (choose(16)) {
             case 12:
-                for (int i = 0; i < 40; ++i) socket.peer.send(frame, numbers);
+                for (int i = 0; i < 40; ++i) socket.send(frame, numbers);
                 break;
             case 11:
                 frame.resize(frame.size() * choose(16) / 16);
@@ -170,43 +168,68 @@ class BinderScript {
                 break;
             case 8: {
                 const auto half = frame.begin() + static_cast<long>(frame.size() * choose(16) / 16);
-                socket.peer.send({frame.begin(), half}, numbers);
-                socket.peer.send({half, frame.end()});
+                socket.send({frame.begin(), half}, numbers);
+                socket.send({half, frame.end()});
                 return;
             }
             default:
                 break;
         }
-        socket.peer.send(frame, numbers);
+        socket.send(frame, numbers);
+    }
+
+    // ---- Sockets ----------------------------------------------------------------------------
+
+    std::list<HostileSocket>::iterator anySocket() {
+        return std::next(mSockets.begin(), choose(static_cast<uint8_t>(mSockets.size())));
+    }
+
+    virtual void call(HostileSocket& socket) = 0;
+    virtual void answer(HostileSocket& socket, const WireTransaction& question) = 0;
+
+    // Takes what has come, and answers the questions in it, most often as it should.
+    void serve(HostileSocket& socket) {
+        while (std::optional<RawFrame> frame = socket.nextFrame()) {
+            if (frame->command == WireCommand::kReply) --socket.expected;
+            if (frame->command != WireCommand::kTransact) continue;
+            WireTransaction question{};
+            memcpy(&question, frame->body.data(), std::min(frame->body.size(), sizeof(question)));
+            if (question.flags == kFlagOneway) continue;
+            const uint8_t how = choose(8);
+            socket.owesAnswer = how > 5;
+            if (how == 6) transmit(socket, oddFrame());
+            if (how == 5 || how == 4) call(socket);  // instead of the answer, or before it
+            if (how < 5) answer(socket, question);
+        }
+    }
+
+    // Also where the other side holds a copy of this side's end.
+    void hangUp() {
+        for (HostileSocket& socket : mSockets) (void)shutdown(socket.fd(), SHUT_RDWR);
+        mSockets.clear();
     }
 
     FuzzedDataProvider mInput;
     Bytes mParcel;
     Bytes mTable;
+    std::list<HostileSocket> mSockets;
 
   private:
-    unique_fd copyOf(int fd) { return unique_fd(fcntl(fd, F_DUPFD_CLOEXEC, 0)); }
     unique_fd makeFd(const HostileSocket& via) {
+        const uint8_t kind = choose(5);
+        if (kind == 4) return unique_fd(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        // So that no hang-up comes.
+        if (kind == 3) return unique_fd(fcntl(via.fd(), F_DUPFD_CLOEXEC, 0));
         int ends[2];
-        switch (choose(5)) {
-            case 0:  // somebody may read from it, and nobody does
-                if (pipe2(ends, O_CLOEXEC) != 0) abort();
-                (void)fcntl(ends[1], F_SETPIPE_SZ, 4096);
-                break;
-            case 1:
-                if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) abort();
-                break;
-            case 2:  // nobody reads
-                if (pipe2(ends, O_CLOEXEC) != 0) abort();
-                close(ends[0]);
-                return unique_fd(ends[1]);
-            case 3:  // so that no hang-up comes
-                return copyOf(via.peer.fd());
-            default:
-                return unique_fd(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        }
-        mOtherEnds.emplace_back(ends[0]);
-        return unique_fd(ends[1]);
+        const int status = kind == 1 ? socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends)
+                                     : pipe2(ends, O_CLOEXEC);
+        if (status != 0) abort();
+        unique_fd other(ends[0]);
+        unique_fd given(ends[1]);
+        (void)fcntl(given.get(), F_SETPIPE_SZ, 4096);
+        // Somebody may read from it, and nobody does; or nobody may.
+        if (kind != 2) mOtherEnds.push_back(std::move(other));
+        return given;
     }
 
     std::vector<unique_fd> mFds;
@@ -221,40 +244,30 @@ inline std::string socketPath() {
     return folder + "/socket";
 }
 
-// Counts the links to deaths, each of which has to end.
-class Deaths {
-  public:
-    void link(AIBinder* binder) {
-        if (binder == nullptr) return;
-        ++mLinks;
-        (void)AIBinder_linkToDeath(binder, mRecipient, this);
-    }
-    void unlink(AIBinder* binder) { (void)AIBinder_unlinkToDeath(binder, mRecipient, this); }
-    int links() const { return mLinks; }
+// Links to deaths, each of which has to end.
+inline std::atomic<int> gLinks{0};
 
-    Deaths() {
-        AIBinder_DeathRecipient_setOnUnlinked(
-            mRecipient, [](void* deaths) { --static_cast<Deaths*>(deaths)->mLinks; });
-    }
+inline AIBinder_DeathRecipient* recipient() {
+    static AIBinder_DeathRecipient* const made = [] {
+        AIBinder_DeathRecipient* const fresh = AIBinder_DeathRecipient_new([](void*) {});
+        AIBinder_DeathRecipient_setOnUnlinked(fresh, [](void*) { --gLinks; });
+        return fresh;
+    }();
+    return made;
+}
 
-  private:
-    AIBinder_DeathRecipient* const mRecipient = AIBinder_DeathRecipient_new([](void*) {});
-    std::atomic<int> mLinks{0};
-};
-
-inline Deaths& deaths() {
-    static auto* const instance = new Deaths;
-    return *instance;
+inline void linkToDeath(AIBinder* binder) {
+    if (binder == nullptr) return;
+    ++gLinks;
+    (void)AIBinder_linkToDeath(binder, recipient(), nullptr);
 }
 
 // Nothing of what the peer was given, or sent, stays behind.
 inline void expectNothingLeft(size_t descriptorsBefore) {
-    const auto isClean = [=] {
-        return openDescriptors() <= descriptorsBefore && deaths().links() == 0;
-    };
+    const auto isClean = [=] { return openDescriptors() <= descriptorsBefore && gLinks == 0; };
     if (eventually(isClean)) return;
     fprintf(stderr, "%zu descriptors instead of %zu and %d death links are left\n",
-            openDescriptors(), descriptorsBefore, deaths().links());
+            openDescriptors(), descriptorsBefore, gLinks.load());
     abort();
 }
 

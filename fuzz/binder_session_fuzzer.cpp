@@ -8,9 +8,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <list>
-
 #include "binder_script.h"
 #include "listener.h"
 #include "unix_socket.h"
@@ -75,42 +72,24 @@ Served::Served() {
 void Served::onPing(int what) {
     const ndk::SpAIBinder callback = server.callback();
     ndk::SpAIBinder object;
-    switch (what) {
-        case 1:
-            return deaths().link(callback.get());
-        case 2:
-            return deaths().unlink(callback.get());
-        case 3:
+    const std::function<void()> uses[] = {
+        [&] { linkToDeath(callback.get()); },
+        [&] { (void)AIBinder_unlinkToDeath(callback.get(), recipient(), nullptr); },
+        [&] {
             (void)echo::callWithBinder(callback.get(), echo::kReturnObject, root.get(), &object);
-            return server.setCallback(object);
-        case 4:
-            return (void)AIBinder_ping(callback.get());
-        case 5:
-            return (void)echo::callWithBinder(callback.get(), echo::kPing, root.get());
-        case 6:
-            return server.setCallback({});
-        case 7:
-            return (void)AIBinder_dump(callback.get(), STDERR_FILENO, nullptr, 0);
-        default:
-            return;
-    }
+            server.setCallback(object);
+        },
+        [&] { (void)AIBinder_ping(callback.get()); },
+        [&] { (void)echo::callWithBinder(callback.get(), echo::kPing, root.get()); },
+        [&] { server.setCallback({}); },
+        [&] { (void)AIBinder_dump(callback.get(), STDERR_FILENO, nullptr, 0); },
+    };
+    if (what > 0 && what <= static_cast<int>(std::size(uses))) uses[what - 1]();
 }
 
 // ---- Its clients --------------------------------------------------------------------------------
 
-struct Session {
-    uint32_t version;
-    Bytes id;
-};
-
-struct ClientSocket : HostileSocket {
-    using HostileSocket::HostileSocket;
-    size_t session = 0;
-    int expected = 0;  // answers
-    int asked = 0;     // questions of the server's that are open
-};
-
-class Clients : BinderScript {
+class Clients final : BinderScript {
   public:
     explicit Clients(std::span<const uint8_t> input) : BinderScript(input) {}
 
@@ -119,15 +98,12 @@ class Clients : BinderScript {
     }
 
     // Unless some end of the sockets is still under way: then only the limits help.
-    void hangUp() {
-        for (ClientSocket& socket : mSockets) (void)shutdown(socket.peer.fd(), SHUT_RDWR);
-    }
+    using BinderScript::hangUp;
 
   private:
     void step() {
         if (mSockets.empty()) return openSession();
-        auto socket = mSockets.begin();
-        std::advance(socket, choose(static_cast<uint8_t>(mSockets.size())));
+        const auto socket = anySocket();
         switch (choose(12)) {
             case 0:
                 return openSession();
@@ -143,11 +119,11 @@ class Clients : BinderScript {
                 } else if (rarely()) {
                     (void)socket->waitForInput(kBeyondLimitsMs);
                 } else {
-                    (void)shutdown(socket->peer.fd(), choose(3));
+                    (void)shutdown(socket->fd(), choose(3));
                 }
                 return;
             case 5:
-                return answer(*socket, 0);
+                return answer(*socket, {});
             case 6:
             case 7:
             case 8:
@@ -157,11 +133,11 @@ class Clients : BinderScript {
         }
     }
 
-    ClientSocket& add(RawPeer peer, size_t session) {
+    HostileSocket& add(RawPeer peer, Bytes id, uint32_t version) {
         if (mSockets.size() == kMaxSockets) mSockets.pop_front();
-        ClientSocket& socket = mSockets.emplace_back(std::move(peer));
-        socket.session = session;
-        socket.version = mSessions[session].version;
+        HostileSocket& socket = mSockets.emplace_back(std::move(peer));
+        socket.id = std::move(id);
+        socket.version = version;
         return socket;
     }
 
@@ -169,59 +145,50 @@ class Clients : BinderScript {
         const uint32_t version = rarely() ? 0 : 1;
         RawPeer peer(served().path);
         peer.open({}, 0, rarely() ? 0 : 1, version);
-        peer.send(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
-        const std::optional<RawFrame> reply = peer.frame();
+        const std::optional<RawFrame> reply =
+            peer.ask(frameOf(Call{.address = kSessionAddress, .code = kGetSessionId}));
         if (!reply || reply->body.size() < kSessionIdSize) {
             perror("a client is not served");
             abort();
         }
-        mSessions.push_back(
-            {version, Bytes(reply->body.end() - kSessionIdSize, reply->body.end())});
         peer.fetchRoot();
-        add(std::move(peer), mSessions.size() - 1);
+        add(std::move(peer), Bytes(reply->body.end() - kSessionIdSize, reply->body.end()), version);
     }
 
-    void join(const ClientSocket& first, uint8_t options) {
+    void join(const HostileSocket& first, uint8_t options) {
         RawPeer peer(served().path);
-        peer.open(mSessions[first.session].id, options, 1, first.version);
-        add(std::move(peer), first.session);
+        peer.open(first.id, options, 1, first.version);
+        add(std::move(peer), first.id, first.version);
     }
 
-    void openOddly(const ClientSocket& other) {
-        const Bytes& id = mSessions[other.session].id;
+    void openOddly(const HostileSocket& other) {
         constexpr uint16_t kIdSizes[] = {0, kSessionIdSize, 5};
         const WireConnectionHeader header{
             choose(3), choose(4), choose(3), {}, mInput.PickValueInArray(kIdSizes)};
         Bytes opening;
         append(&opening, header);
-        if (header.sessionIdSize > 0) append(&opening, choose(2) == 0 ? id : Bytes(id.size()));
+        if (header.sessionIdSize > 0)
+            append(&opening, choose(2) == 0 ? other.id : Bytes(kSessionIdSize));
         append(&opening, kConnectionInit);
-        const size_t session = other.session;
-        ClientSocket& socket = add(RawPeer(connectUnix(served().path)), session);
+        HostileSocket& socket = add(RawPeer(served().path), other.id, other.version);
         const bool isJoining = header.sessionIdSize > 0 && (header.options & 1) == 0;
         socket.unreadOpening = isJoining ? 0 : sizeof(WireNewSessionResponse);
         transmit(socket, opening);
     }
 
-    void call(ClientSocket& socket) {
+    void call(HostileSocket& socket) override {
         constexpr uint32_t kCodes[] = {
             echo::kPing, echo::kRegisterCallback, echo::kFire,    echo::kAskBack,
             echo::kEcho, echo::kReturnObject,     kDumpCode,      kShellCommandCode,
             kPingCode,   kInterfaceCode,          kExtensionCode, 99};
-        Call call{.code = mInput.PickValueInArray(kCodes)};
-        if (rarely()) call.address = address();
-        if (call.address == kSessionAddress) call.code = choose(4);
-        if (choose(4) == 3) {
-            call.flags = kFlagOneway;
-            call.asyncNumber = choose(4);
-        }
+        const Call call = someCall({kAddressCreated | kAddressForServer, 0}, kCodes);
         if (call.code <= kLastUserCode) addText("test.IEcho");
         addArgumentsOf(call.code, socket);
         if (call.flags == 0) ++socket.expected;
         transmit(socket, callFrame(call));
     }
 
-    void addArgumentsOf(uint32_t code, const ClientSocket& socket) {
+    void addArgumentsOf(uint32_t code, const HostileSocket& socket) {
         switch (code) {
             case echo::kEcho: {
                 const auto size = static_cast<uint32_t>(choose(4)) * 33'000;
@@ -246,37 +213,16 @@ class Clients : BinderScript {
     }
 
     // Waits for what must come, and takes what has.
-    void read(ClientSocket& socket) {
-        (void)socket.waitForInput(socket.expected > 0 && socket.asked == 0 ? kPatienceMs : 0);
-        if (!socket.read()) socket.expected = 0;
-        while (std::optional<RawFrame> frame = socket.nextFrame()) {
-            if (frame->command == WireCommand::kReply) --socket.expected;
-            if (frame->command != WireCommand::kTransact) continue;
-            const WireTransaction transaction = transactionOf(*frame);
-            if (transaction.flags == kFlagOneway) continue;
-            ++socket.asked;
-            switch (choose(8)) {
-                case 7:
-                    break;
-                case 6:
-                    transmit(socket, oddFrame());
-                    break;
-                case 5:
-                    call(socket);  // before, or instead of, the answer
-                    --socket.asked;
-                    break;
-                default:
-                    answer(socket, transaction.code);
-            }
-        }
+    void read(HostileSocket& socket) {
+        const bool isWaiting = socket.expected > 0 && !socket.owesAnswer;
+        if (!socket.waitForInput(isWaiting ? kPatienceMs : 0)) socket.expected = 0;
+        serve(socket);
     }
 
-    void answer(ClientSocket& socket, uint32_t code) {
-        if (socket.asked > 0) --socket.asked;
-        if (code == kInterfaceCode) {
+    void answer(HostileSocket& socket, const WireTransaction& question) override {
+        socket.owesAnswer = false;
+        if (question.code == kInterfaceCode) {
             addText("test.ICb");
-        } else if (code == kExtensionCode) {
-            addBinderOrNull();
         } else if (rarely()) {
             addFd(socket);
         } else {
@@ -285,9 +231,6 @@ class Clients : BinderScript {
         }
         transmit(socket, replyFrame(socket.version, rarely() ? number() : 0));
     }
-
-    std::vector<Session> mSessions;
-    std::list<ClientSocket> mSockets;
 };
 
 void expectServed() {

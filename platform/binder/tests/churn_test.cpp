@@ -45,9 +45,8 @@ class ChurnTest : public TransportTest {
                 return AIBinder_debugGetRefCount(mRoot.get()) == kIdleReferences &&
                        openDescriptors() <= descriptors;
             })) << AIBinder_debugGetRefCount(mRoot.get())
-                << " references to the root object and " << openDescriptors()
-                << " descriptors (before: " << descriptors << ") after " << done + kBatch
-                << " sessions";
+                << " references to the root object, " << openDescriptors()
+                << " descriptors, before: " << descriptors;
         }
     }
 };

@@ -31,7 +31,6 @@ class WellBehavedClient {
     ~WellBehavedClient() {
         mStop = true;
         mThread.join();
-        EXPECT_GT(mCalls, 0);
         EXPECT_LT(mLongest, kLongestWait);
     }
 
@@ -43,7 +42,6 @@ class WellBehavedClient {
             ASSERT_EQ(STATUS_OK, echo::ping(mRoot.get(), 1, &answer));
             mLongest = std::max<Clock::duration>(mLongest, Clock::now() - begin);
             ++mCalls;
-            std::this_thread::yield();
         }
     }
 

@@ -52,7 +52,6 @@ TEST(UtfTest, TextsCrossOverAndBrokenOnesGetReplacements) {
         const binder_status_t expected = isValid ? STATUS_OK : STATUS_BAD_VALUE;
         AParcel parcel;
         EXPECT_EQ(expected, ndk::AParcel_writeData(&parcel, row.utf8)) << row.utf16;
-        EXPECT_EQ(expected, ndk::AParcel_writeData(&parcel, std::vector{row.utf8})) << row.utf16;
         AParcel answer;
         ndk::ScopedAStatus status =
             ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(4, row.utf8.c_str());

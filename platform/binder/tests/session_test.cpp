@@ -134,12 +134,10 @@ TEST_F(SessionTest, ASubscriberThatDoesNotReadDelaysNobodyAndIsToldByTheEndOfIts
         ASSERT_NO_FATAL_FAILURE(subscribe(caller));
         const SpAIBinder callback = mServer.callback();
         const auto call = [&] {
-            ndk::ScopedAParcel in;
-            ndk::ScopedAParcel out;
-            EXPECT_EQ(STATUS_OK, AIBinder_prepareTransaction(callback.get(), in.getR()));
-            const std::vector<uint8_t> bytes(size);
-            in.get()->write(bytes.data(), bytes.size());
-            return AIBinder_transact(callback.get(), 1, in.getR(), out.getR(), FLAG_ONEWAY);
+            AParcel in;
+            AParcel out;
+            in.write(Bytes(size).data(), size);
+            return callback.get()->transact(1, in, out, FLAG_ONEWAY);
         };
         binder_status_t status = STATUS_OK;
         Clock::duration longest{};
