@@ -3,10 +3,8 @@
 // A hostile server, for a client with two threads: it answers the opening, calls, nested calls and
 // death links as it likes, calls the client's objects, and hangs up in the end. The client gets an
 // error at worst, and nothing of the session is left.
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <thread>
 
 #include "binder_script.h"

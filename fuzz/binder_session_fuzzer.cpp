@@ -5,7 +5,6 @@
 // oneway calls in any order, dumps, hang-ups. Whatever they do, another client is served, and when
 // they have gone nothing is left of them.
 #include <signal.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include "binder_script.h"

@@ -2,17 +2,11 @@
 //
 // What odd and hostile peers get: an answer that says so, or the end of their own session, and
 // nobody else notices.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <set>
-
 #include "transport_fixture.h"
 
 namespace android::host::test {
 namespace {
 
-using android::base::unique_fd;
 using HostilePeerTest = TransportTest;
 
 constexpr WireAddress kRoot{kAddressCreated | kAddressForServer, 0};
@@ -151,7 +145,6 @@ TEST_F(HostilePeerTest, OpeningsAndFramesMayComeByteByByteAndEndAnywhere) {
 }
 
 TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
-    unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     struct Row {
         const char* what;
         Bytes frame;
@@ -169,7 +162,7 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     RawPeer peer = openRaw();
     size_t before = openDescriptors();
     for (const Row& row : rows) {
-        std::optional<RawFrame> reply = peer.ask(row.frame, std::vector<int>(row.fds, null.get()));
+        std::optional<RawFrame> reply = peer.ask(row.frame, std::vector<int>(row.fds, mNull.get()));
         ASSERT_TRUE(reply) << row.what;
         EXPECT_EQ(row.status, reply->replyStatus()) << row.what;
     }
@@ -178,7 +171,7 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     // More than one message may carry, in pieces of an unfinished frame.
     Bytes half = dumpFrame();
     for (size_t at = 0; at < 3; ++at) {
-        peer.send({half[at]}, std::vector<int>(100, null.get()));
+        peer.send({half[at]}, std::vector<int>(100, mNull.get()));
     }
     EXPECT_TRUE(peer.hasEnded());
     peer.close();
@@ -188,7 +181,7 @@ TEST_F(HostilePeerTest, DescriptorsThatDoNotFitTheirTableAreRefusedAndClosed) {
     RawPeer without(mPath);
     without.open({}, 0, /*fdMode=*/0);
     without.fetchRoot();
-    std::optional<RawFrame> reply = without.ask(dumpFrame(), {null.get()});
+    std::optional<RawFrame> reply = without.ask(dumpFrame(), {mNull.get()});
     ASSERT_TRUE(reply);
     EXPECT_EQ(STATUS_BAD_VALUE, reply->replyStatus()) << "a session that carries none";
 }

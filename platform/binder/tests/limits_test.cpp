@@ -3,14 +3,13 @@
 // What a hostile peer can hold: nothing for long, and nobody else's turn. While each attack runs, a
 // client that keeps the rules calls without a break.
 #include <android/log.h>
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <functional>
 #include <thread>
 
 #include "transport_fixture.h"
@@ -106,16 +105,12 @@ TEST_F(LimitsTest, NestedCallsAreNestedOnlySoDeep) {
     const WellBehavedClient client(connect());
     const Bytes askBack = echoFrame(echo::kAskBack, int32(1));
     size_t depth = 0;
-    do {
-        peer.send(askBack);
-        ++depth;
-    } while (peer.frame() && depth < 1000);
+    while (depth++ < 1000 && peer.ask(askBack)) continue;
     EXPECT_EQ(kMaxNesting + 1, depth);
     mServer.setCallback({});
 }
 
 TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
-    const unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     const WellBehavedClient client(connect());
     for (const size_t size : {0, 90'000}) {
         RawPeer peer = openRaw();
@@ -129,7 +124,7 @@ TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
         Bytes call = dumpFrame();
         call[sizeof(WireHeader) + offsetof(WireTransaction, flags)] = kFlagOneway;
         call[sizeof(WireHeader) + offsetof(WireTransaction, asyncNumber)] = 1;
-        peer.send(call, {null.get()});
+        peer.send(call, {mNull.get()});
         EXPECT_TRUE(peer.hasEnded()) << "an early oneway call with a descriptor";
     }
     {
@@ -138,13 +133,13 @@ TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
         const Bytes half = firstHalf(dumpFrame());
         for (int i = 0; i < 8; ++i) {
             peers.push_back(openRaw());
-            peers.back().send(half, std::vector<int>(253, null.get()));
+            peers.back().send(half, std::vector<int>(253, mNull.get()));
         }
         EXPECT_TRUE(eventually(
             [&] { return openDescriptors() < before + kMaxHeldFdsInAll + 2 * peers.size() + 8; }));
         EXPECT_TRUE(eventually([&] {
-            const auto ended = std::count_if(peers.begin(), peers.end(),
-                                             [](const RawPeer& peer) { return peer.hasHungUp(); });
+            const auto ended =
+                std::count_if(peers.begin(), peers.end(), std::mem_fn(&RawPeer::hasHungUp));
             return static_cast<size_t>(ended) >= peers.size() - kMaxHeldFdsInAll / 253;
         })) << "descriptors of unfinished frames";
     }
@@ -190,13 +185,12 @@ TEST_F(LimitsTest, WithoutFurtherThreadsCallsAreServedOrFailAndNothingEnds) {
     pthread_attr_t huge;
     ASSERT_EQ(0, pthread_getattr_default_np(&usual));
     ASSERT_EQ(0, pthread_getattr_default_np(&huge));
-    const unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     std::vector<RawPeer> peers;
     for (int i = 0; i < 8; ++i) peers.push_back(openRaw());
     ASSERT_EQ(0, pthread_attr_setstacksize(&huge, size_t{1} << 46));
     ASSERT_EQ(0, pthread_setattr_default_np(&huge));
     for (size_t i = 0; i < 6; ++i) sendCallback(peers[i]);
-    std::optional<RawFrame> reply = peers[6].ask(dumpFrame(), {null.get()});
+    std::optional<RawFrame> reply = peers[6].ask(dumpFrame(), {mNull.get()});
     EXPECT_TRUE(peers[7].ping(1));
     ASSERT_EQ(0, pthread_setattr_default_np(&usual));
     ASSERT_TRUE(reply);

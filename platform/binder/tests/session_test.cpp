@@ -5,8 +5,6 @@
 #include "session.h"
 
 #include <android/binder_manager.h>
-#include <fcntl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>

@@ -120,6 +120,7 @@ class TransportTest : public ::testing::Test {
     echo::Server mServer;
     ndk::SpAIBinder mRoot;
     std::shared_ptr<Listener> mListener;
+    const base::unique_fd mNull{open("/dev/null", O_WRONLY | O_CLOEXEC)};
 };
 
 }  // namespace android::host::test
