@@ -112,6 +112,7 @@ TEST_F(LimitsTest, NestedCallsAreNestedOnlySoDeep) {
 
 TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
     const WellBehavedClient client(connect());
+    const auto begin = Clock::now();
     for (const size_t size : {0, 90'000}) {
         RawPeer peer = openRaw();
         uint64_t sent = 0;
@@ -127,6 +128,7 @@ TEST_F(LimitsTest, WhatWaitsOnBehalfOfASessionIsBounded) {
         peer.send(call, {mNull.get()});
         EXPECT_TRUE(peer.hasEnded()) << "an early oneway call with a descriptor";
     }
+    EXPECT_LT(Clock::now() - begin, kPeerTimeout) << "these end at once";
     {
         const size_t before = openDescriptors();
         std::vector<RawPeer> peers;
