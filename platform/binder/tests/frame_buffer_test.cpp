@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "frame_buffer.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,12 +16,6 @@ using Result = FrameBuffer::Result;
 void feed(FrameBuffer* buffer, const Bytes& bytes, std::vector<unique_fd> fds = {}) {
     std::copy(bytes.begin(), bytes.end(), buffer->space().begin());
     buffer->commit(bytes.size(), std::move(fds));
-}
-
-std::vector<unique_fd> someFds(size_t count) {
-    std::vector<unique_fd> fds;
-    for (size_t i = 0; i < count; ++i) fds.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    return fds;
 }
 
 Bytes framed(size_t bodySize) {
@@ -43,7 +36,7 @@ TEST(FrameBufferTest, DescriptorsGoToTheLastFrameThatBeginsInTheirRead) {
     FrameBuffer buffer;
     Bytes two = framed(4);
     append(&two, framed(8));
-    feed(&buffer, two, someFds(2));
+    feed(&buffer, two, std::vector<unique_fd>(2));
     Frame frame;
     ASSERT_EQ(Result::kFrame, buffer.next(&frame));
     EXPECT_EQ(0u, frame.fds.size());
@@ -53,7 +46,7 @@ TEST(FrameBufferTest, DescriptorsGoToTheLastFrameThatBeginsInTheirRead) {
 
     const Bytes one = framed(8);
     feed(&buffer, Bytes(one.begin(), one.begin() + 16));
-    feed(&buffer, Bytes(one.begin() + 16, one.end()), someFds(1));
+    feed(&buffer, Bytes(one.begin() + 16, one.end()), std::vector<unique_fd>(1));
     ASSERT_EQ(Result::kFrame, buffer.next(&frame));
     EXPECT_TRUE(frame.fdsMisplaced) << "no frame begins in that read";
 }
