@@ -90,21 +90,25 @@ wait_for() {
     fail "waited 10 s for '$2' in ${1##*/}"
 }
 
-# start COMMAND...: in the background; $! is its process, until it is ended here or by stop.
+# start COMMAND...: in the background; $! is its process. Ended by reap, stop or the end of the demo.
 start() {
     "$@" &
     children+=($!)
 }
 
-# stop [-SIGNAL] PID: fails when the process fails.
-stop() {
-    local pid=${*: -1} each left=() status=0
-    kill "$@"
-    # The shell's own word about a killed process would stand in the middle of ours.
-    wait "$pid" 2>/dev/null || status=$?
-    for each in "${children[@]}"; do [[ $each == "$pid" ]] || left+=("$each"); done
+# reap PID: waits until the process has ended; fails when it failed.
+reap() {
+    local each left=() status=0
+    wait "$1" || status=$?
+    for each in "${children[@]}"; do [[ $each == "$1" ]] || left+=("$each"); done
     children=("${left[@]}")
     return "$status"
+}
+
+# stop [-SIGNAL] PID
+stop() {
+    kill "$@"
+    reap "${*: -1}"
 }
 
 start_service() {
@@ -203,8 +207,9 @@ at_dock '' dockctl delay sendPropRequest:26 2000 1 200
 start wlc --json firmware update "$image" --fw-version 2.2 >"$home/progress" 2>&1
 updater=$!
 wait_for "$home/progress" '"percent":20' 1
-stop -KILL "$service" || true
-wait "$updater" && fail "the update ended as if nothing had happened"
+# The shell would report it, too.
+stop -KILL "$service" 2>/dev/null || true
+reap "$updater" && fail "the update ended as if nothing had happened"
 echo "and this is how its update ended:"
 tail -n 1 "$home/progress" | indent
 # Until the dock has the chunk that it held back.
