@@ -42,6 +42,10 @@ std::string ueventLine(const std::string& source) {
            "\n";
 }
 
+std::string at(int milliseconds, const std::string& line) {
+    return "{\"timeNs\":" + std::to_string(milliseconds) + "000000" + line.substr(line.find(','));
+}
+
 class TraceTest : public ::testing::Test {
   protected:
     std::string write(const std::string& text, const std::string& name = "trace") {
@@ -119,11 +123,12 @@ TEST_F(TraceTest, AnswersInRecordedOrderThenLikeTheLatestOrNotAtAll) {
     }
 }
 
+// But not for what the service did about them before the recorder was woken.
 TEST_F(TraceTest, UeventsWaitForWhatIsBeforeThem) {
     Replayer replayer({.speed = 0, .strict = true}, nullptr);
-    load(&replayer, write(kTraceHeader + exchangeLine("01", "0a") + ueventLine("WLC") +
-                          exchangeLine("02", "0b") + ueventLine("RTX") +
-                          exchangeLine("03", "0c", 1, 1'000'000'000)));
+    load(&replayer, write(kTraceHeader + at(2, exchangeLine("01", "0a", 1)) +
+                          at(20, exchangeLine("02", "0b", 2)) + at(20, ueventLine("WLC")) +
+                          at(30, exchangeLine("03", "0c", 2)) + at(40, ueventLine("RTX"))));
     std::vector<std::string> sent;
     std::atomic<int> count = 0;
     std::thread sender([&] {
@@ -132,9 +137,11 @@ TEST_F(TraceTest, UeventsWaitForWhatIsBeforeThem) {
             sent.push_back(resentLines(lines).at(0));
         });
     });
-    EXPECT_EQ(ask(&replayer, {2}), 0x0B);
+    EXPECT_EQ(ask(&replayer, {3}), 0x0C);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(ask(&replayer, {1}), 0x0A);
+    EXPECT_TRUE(test_support::eventually([&] { return count == 1; }));
+    EXPECT_EQ(ask(&replayer, {2}), 0x0B);
     sender.join();
     EXPECT_EQ(sent, (std::vector<std::string>{"SOURCE=WLC", "SOURCE=RTX"}));
 }

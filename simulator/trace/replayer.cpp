@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <deque>
 #include <limits>
+#include <map>
 #include <utility>
 
 #include "trace_line.h"
@@ -14,7 +14,9 @@ namespace virtual_dock {
 namespace {
 
 // How many exchanges may end before the line of a uevent that came before them is written.
-constexpr size_t kLateLines = 64;
+constexpr uint32_t kLateLines = 64;
+// A recorder may be woken so much later than the thread of the service that reacts to the uevent.
+constexpr int64_t kLateNs = 1'000'000;
 
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 
@@ -38,6 +40,27 @@ Outcome give(const TraceExchange& recorded, const Exchange& exchange) {
 
 }  // namespace
 
+// When an exchange began, and on which thread.
+struct Replayer::Begin {
+    int64_t timeNs;
+    int64_t thread;
+};
+
+void Replayer::placeUevent(const std::vector<Begin>& begins, int64_t firstNs, int64_t eventThread,
+                           Uevent* uevent) {
+    // Exchanges that it caused may stand before it.
+    const uint32_t end = uevent->before;
+    for (uint32_t i = end - std::min(end, kLateLines); i < end; ++i) {
+        const int64_t lateNs = begins[i].thread == eventThread ? kLateNs : 0;
+        if (begins[i].timeNs <= uevent->timeNs - lateNs) continue;
+        uevent->before = i;
+        break;
+    }
+    const int64_t previousNs = uevent->before > 0 ? begins[uevent->before - 1].timeNs : firstNs;
+    uevent->gapNs = std::max<int64_t>(uevent->timeNs - previousNs, 0);
+    uevent->offsetNs = std::max<int64_t>(uevent->timeNs - firstNs, 0);
+}
+
 Replayer::Replayer(ReplayOptions options, Report report)
     : mOptions(options), mReport(std::move(report)) {}
 
@@ -46,26 +69,28 @@ bool Replayer::open(const std::string& path, std::string* problem, std::string* 
     std::lock_guard lock(mLock);
     TraceEntry entry;
     int64_t firstNs = -1;
-    // When the latest exchanges began.
-    std::deque<int64_t> begins;
+    std::vector<Begin> begins;
+    std::map<int64_t, int> reactions;  // by thread: how often its exchange is next after a uevent
+    bool isNext = false;
     while (mReader.next(&entry)) {
         const int64_t timeNs = std::visit([](const auto& each) { return each.timeNs; }, entry);
         if (firstNs < 0) firstNs = timeNs;
-        if (const auto* exchange = std::get_if<TraceExchange>(&entry)) {
+        const auto* const exchange = std::get_if<TraceExchange>(&entry);
+        if (exchange != nullptr) {
             mMatcher.add(*exchange, mReader.place(), mReader.line());
-            begins.push_back(timeNs);
-            if (begins.size() > kLateLines) begins.pop_front();
+            begins.push_back({timeNs, exchange->thread});
+            if (isNext) ++reactions[exchange->thread];
         } else {
-            // Exchanges that it caused may stand before it.
-            size_t later = 0;
-            while (later < begins.size() && begins[begins.size() - 1 - later] > timeNs) ++later;
-            const int64_t previousNs =
-                later < begins.size() ? begins[begins.size() - 1 - later] : firstNs;
-            mUevents.push_back({mReader.place(), mMatcher.count() - static_cast<uint32_t>(later),
-                                std::max<int64_t>(timeNs - previousNs, 0),
-                                std::max<int64_t>(timeNs - firstNs, 0)});
+            mUevents.push_back(
+                {.place = mReader.place(), .timeNs = timeNs, .before = mMatcher.count()});
         }
+        isNext = exchange == nullptr;
     }
+    const auto most =
+        std::max_element(reactions.begin(), reactions.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
+    const int64_t eventThread = most != reactions.end() ? most->first : -1;
+    for (Uevent& uevent : mUevents) placeUevent(begins, firstNs, eventThread, &uevent);
     *warning = mReader.problem();
     return true;
 }

@@ -67,10 +67,16 @@ class Replayer final : public Endpoint {
   private:
     struct Uevent {
         TracePlace place;
-        uint32_t before;   // exchanges
-        int64_t gapNs;     // since the line before
-        int64_t offsetNs;  // since the first line
+        int64_t timeNs = 0;
+        uint32_t before = 0;   // exchanges
+        int64_t gapNs = 0;     // since the last of these, or the first line
+        int64_t offsetNs = 0;  // since the first line
     };
+    struct Begin;
+    // Corrects `before`, at first those whose lines come before, and sets the distances. The thread
+    // is that on which the service reacts to uevents; -1: not known.
+    static void placeUevent(const std::vector<Begin>& begins, int64_t firstNs, int64_t eventThread,
+                            Uevent* uevent);
 
     int64_t scaled(int64_t nanoseconds) const;
     // When the uevent is due, monotonic clock; INT64_MAX as long as that is open.

@@ -48,8 +48,6 @@ struct Exchange {
     Bytes reply() const { return replyFrame(hex(results)); }
 };
 
-constexpr WireAddress kRoot{3, 0};
-
 const Exchange kExchanges[] = {
     {"GET_MAX_THREADS", kSessionAddress, 1, "", "03000000"},
     {"GET_ROOT", kSessionAddress, 0, "", "01000000 03000000 00000000 3f000000"},

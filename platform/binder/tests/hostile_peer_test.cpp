@@ -9,8 +9,6 @@ namespace {
 
 using HostilePeerTest = TransportTest;
 
-constexpr WireAddress kRoot{kAddressCreated | kAddressForServer, 0};
-
 // A frame with some of its bytes overwritten.
 Bytes patched(Bytes frame, size_t at, const Bytes& with) {
     std::copy(with.begin(), with.end(), frame.begin() + static_cast<long>(at));

@@ -32,8 +32,11 @@ void append(Bytes* bytes, const T& value) {
 }
 void append(Bytes* bytes, const Bytes& more);
 
+// Of the root object of a session.
+constexpr WireAddress kRoot{kAddressCreated | kAddressForServer, 0};
+
 struct Call {
-    WireAddress address{kAddressCreated | kAddressForServer, 0};
+    WireAddress address = kRoot;
     uint32_t code = 0;
     uint32_t flags = 0;
     uint64_t asyncNumber = 0;
