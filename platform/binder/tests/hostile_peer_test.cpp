@@ -240,5 +240,14 @@ TEST_F(HostilePeerTest, OnewayCallsRunInTheirOrderWhateverConnectionBringsThem) 
     mServer.onPing([](int) {});
 }
 
+TEST_F(HostilePeerTest, EarlyOnewayCallsTakeUpRoomOnlyUntilTheyRun) {
+    RawPeer peer = openRaw();
+    for (uint64_t number = 0; number <= 2 * kMaxQueuedOneway; number += 2) {
+        peer.send(onewayFrame(number + 1));
+        peer.send(onewayFrame(number));
+    }
+    EXPECT_TRUE(peer.ping(1));
+}
+
 }  // namespace
 }  // namespace android::host::test
