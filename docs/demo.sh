@@ -179,10 +179,14 @@ tell "New firmware for the dock, sent compressed"
 image=$ANDROID_HOST_DIR/image
 head -c 100000 < <(seq 100000) >"$image"
 head -c 100000 /dev/zero >>"$image"
+start wlc watch align >"$home/restart" 2>&1
+watcher=$!
+wait_for "$home/restart" '^watching' 1
 show 'done: 200000 bytes, version 2\.1' \
     wlc firmware update "$image" --fw-version 2.1 --compress --reboot
 # Until the service has heard that the dock went and came back.
-sleep 0.5
+wait_for "$home/restart" ' align +status 0' 1
+stop "$watcher" || fail "wlc watch ended with $?"
 show 'version major +2' wlc firmware info
 
 tell "A look inside"
