@@ -207,17 +207,19 @@ replay_dock second
 record_dock second
 start_service
 show '^version +8' wlc --wait 10 version
-at_dock '' dockctl delay sendPropRequest:26 2000 1 200
+at_dock '' dockctl delay sendPropRequest:26 3000 1 197
 start wlc --json firmware update "$image" --fw-version 2.2 >"$home/progress" 2>&1
 updater=$!
-wait_for "$home/progress" '"percent":20' 1
+wait_for "$home/progress" '"percent":23' 1
+# Until the dock has the next chunk, which it holds back.
+sleep 1
 # The shell would report it, too.
 stop -KILL "$service" 2>/dev/null || true
 reap "$updater" && fail "the update ended as if nothing had happened"
 echo "and this is how its update ended:"
 tail -n 1 "$home/progress" | indent
-# Until the dock has the chunk that it held back.
-sleep 2
+# Until the dock has dealt with it.
+sleep 3
 start_service
 show 'done: 200000 bytes, version 2\.2' \
     wlc --wait 10 firmware update "$image" --fw-version 2.2 --resume
