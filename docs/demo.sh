@@ -116,7 +116,7 @@ start_service() {
     service=$!
 }
 
-# at_dock EXPECTED COMMAND...: show, for what a replayed dock does by itself or does not know.
+# at_dock EXPECTED COMMAND...: show, but nothing in a replay: what happens at the dock is in the trace.
 at_dock() { [[ -n $replay ]] || show "$@"; }
 
 # record_dock NAME, replay_dock NAME: from here on, when that was asked for; until end_trace.

@@ -24,9 +24,9 @@ class RemoteDock final : public Endpoint {
     // Whether a dock answers there; false with the reason. Keeps the connection.
     [[nodiscard]] bool connect(std::string* problem) EXCLUDES(mLock);
 
-    // Keeps the dock told, by a connection that asks nothing, where this process gets uevents; one
-    // that is started later, too. A thread does it until the process ends, and so long this object
-    // has to last. Call it once.
+    // Starts a thread that keeps an idle connection to the dock and opens it again when a dock is
+    // started anew, so that every dock knows where this process gets uevents. Call it once; this
+    // object must then last until the process ends.
     void stayKnown();
 
     // A request of more than wire::kMaxRequest bytes fails with kInvalidArgument.

@@ -15,7 +15,7 @@ namespace {
 
 // How many exchanges may end before the line of a uevent that came before them is written.
 constexpr uint32_t kLateLines = 64;
-// A recorder may be woken so much later than the thread of the service that reacts to the uevent.
+// A recorder may be woken this much later than the thread of the service that reacts to the uevent.
 constexpr int64_t kLateNs = 1'000'000;
 
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();

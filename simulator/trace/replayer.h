@@ -73,8 +73,9 @@ class Replayer final : public Endpoint {
         int64_t offsetNs = 0;  // since the first line
     };
     struct Begin;
-    // Corrects `before`, at first those whose lines come before, and sets the distances. The thread
-    // is that on which the service reacts to uevents; -1: not known.
+    // Takes the exchanges that the uevent caused out of `before`, which holds all whose lines come
+    // first, and sets the distances. `eventThread` is the service's thread that reacts to uevents;
+    // -1: not known.
     static void placeUevent(const std::vector<Begin>& begins, int64_t firstNs, int64_t eventThread,
                             Uevent* uevent);
 
